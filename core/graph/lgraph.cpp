@@ -1,0 +1,123 @@
+#include "core/graph/lgraph.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace quillan::vorn_layered {
+
+void Layers::resize(std::span<const std::int32_t> sizes) {
+  starts_.resize(sizes.size() + 1);
+  starts_[0] = 0;
+  for (std::size_t i = 0; i < sizes.size(); ++i) starts_[i + 1] = starts_[i] + sizes[i];
+  nodes_.assign(starts_.back(), nullptr);
+}
+
+void Layers::push_back(std::span<LNode* const> members) {
+  nodes_.insert(nodes_.end(), members.begin(), members.end());
+  starts_.push_back(static_cast<std::int32_t>(nodes_.size()));
+}
+
+Text LGraph::plain(std::string_view bytes) {
+  const std::span<char> copy = texts->raw_array<char>(bytes.size());
+  if (!bytes.empty()) std::memcpy(copy.data(), bytes.data(), bytes.size());
+  return Text(texts->make<TextSource>(std::string_view(copy.data(), copy.size())));
+}
+
+LNode* LGraph::add_node(const Text& id, double width, double height) {
+  LNode* node = arena.make<LNode>();
+  node->id = id;
+  node->width = width;
+  node->height = height;
+  node->position = static_cast<std::int32_t>(nodes.size());
+  nodes.push_back(node);
+  return node;
+}
+
+std::span<LPort> LGraph::add_ports(LNode& node, PortSide side, std::int32_t count) {
+  const std::span<LPort> ports = arena.raw_array<LPort>(count);
+  for (std::int32_t index = 0; index < count; ++index) {
+    ::new (&ports[index]) LPort{&node, Text(), 0.0, index, side};
+  }
+  (side == PortSide::WEST ? node.in_ports : node.out_ports) = ports;
+  return ports;
+}
+
+LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target, std::int32_t origin) {
+  return arena.make<LEdge>(source, target, id, std::span<Point>(), origin);
+}
+
+LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t origin) {
+  if (origin < 0) {
+    origin = static_cast<std::int32_t>(origins.size());
+    origins.push_back({id, {}, false, false, false});
+  }
+  LEdge* edge = make_segment(id, source, target, origin);
+  edge->position = static_cast<std::int32_t>(edges.size());
+  edges.push_back(edge);
+  Origin& entry = origins[origin];
+  entry.chain = arena.array<LEdge*>(1, edge);
+  entry.has_chain = true;
+  entry.has_reversed = true;
+  entry.reversed = false;
+  return edge;
+}
+
+void LGraph::set_edges(std::vector<LEdge*> replacement) {
+  edges = std::move(replacement);
+  for (std::size_t i = 0; i < edges.size(); ++i) edges[i]->position = static_cast<std::int32_t>(i);
+}
+
+Text LGraph::next_id(const Text& base, TextForm form) {
+  ++_counter;
+  return {base.source(), form, _counter};
+}
+
+LNode* LGraph::node_by_id(std::string_view id) const {
+  for (LNode* node : nodes) {
+    if (node->id.str() == id) return node;
+  }
+  return nullptr;
+}
+
+std::vector<LNode*> LGraph::real_nodes() const {
+  std::vector<LNode*> real;
+  for (LNode* node : nodes) {
+    if (!node->is_dummy()) real.push_back(node);
+  }
+  return real;
+}
+
+void LGraph::rebuild_layers() {
+  layers.clear();
+  if (nodes.empty()) return;
+  std::int32_t count = 0;
+  for (const LNode* node : nodes) count = std::max(count, node->layer + 1);
+  const Arena::Frame frame(scratch);
+  const std::span<std::int32_t> sizes = scratch.array<std::int32_t>(count, 0);
+  for (const LNode* node : nodes) ++sizes[node->layer];
+  layers.resize(sizes);
+  const std::span<std::int32_t> filled = scratch.array<std::int32_t>(count, 0);
+  for (LNode* node : nodes) layers[node->layer][filled[node->layer]++] = node;
+  const auto by_order = [](const LNode* a, const LNode* b) { return a->order < b->order; };
+  for (std::int32_t index = 0; index < count; ++index) {
+    const std::span<LNode*> layer = layers[index];
+    if (!std::is_sorted(layer.begin(), layer.end(), by_order)) {
+      std::stable_sort(layer.begin(), layer.end(), by_order);
+    }
+    for (std::size_t order = 0; order < layer.size(); ++order) {
+      layer[order]->order = static_cast<std::int32_t>(order);
+    }
+  }
+}
+
+void LGraph::clear() {
+  nodes.clear();
+  edges.clear();
+  origins.clear();
+  layers.clear();
+  _counter = 0;
+  port_count = 0;
+  arena.clear();
+}
+
+}  // namespace quillan::vorn_layered

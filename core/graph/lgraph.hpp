@@ -1,0 +1,172 @@
+// LGraph: the intermediate graph on which all phases work, with its nodes, ports and edges.
+//
+// Every coordinate and size is in the normalised frame: x and width run along the flow axis, y and
+// height along the cross axis. The graph owns its records in an arena; their addresses never move
+// while it lives. Records refer to one another by pointer, and to the caller's ids as Text.
+//
+// Example:
+//   LGraph graph;
+//   LNode* a = graph.add_node(graph.plain("a"), 140.0, 56.0);
+//   LNode* b = graph.add_node(graph.plain("b"), 140.0, 56.0);
+//   graph.add_edge(graph.plain("p"), _pick_port(graph, *a, 0, PortSide::EAST),
+//                  _pick_port(graph, *b, 0, PortSide::WEST));
+
+#ifndef QUILLAN_CORE_GRAPH_LGRAPH_HPP_
+#define QUILLAN_CORE_GRAPH_LGRAPH_HPP_
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "core/graph/arena.hpp"
+#include "core/graph/options.hpp"
+#include "core/graph/text.hpp"
+#include "core/graph/vocabulary.hpp"
+
+namespace quillan::vorn_layered {
+
+struct LNode;
+
+// A connection point on one side of a node. No phase changes side, index or offset.
+struct LPort {
+  LNode* node = nullptr;
+  Text id;
+  double offset = 0.0;        // along the cross axis from the node's origin
+  std::int32_t index = 0;     // among the ports of its side, from 0
+  PortSide side = PortSide::WEST;
+
+  [[nodiscard]] double x() const;  // flow-axis position in the graph
+  [[nodiscard]] double y() const;  // cross-axis position in the graph
+};
+
+// A real node, or a dummy that holds the place of a long edge in one layer.
+struct LNode {
+  Text id;
+  double width = 0.0;
+  double height = 0.0;
+  double origin_x = 0.0;  // the caller's flow-axis position; meaningless unless has_origin_x
+  double origin_y = 0.0;  // the caller's cross-axis position; meaningless unless has_origin_y
+  double x = 0.0;         // near corner
+  double y = 0.0;
+  std::span<LPort> in_ports;   // WEST, by index
+  std::span<LPort> out_ports;  // EAST, by index
+  std::int32_t layer = 0;
+  std::int32_t order = 0;      // position inside its layer
+  std::int32_t position = 0;   // place in LGraph::nodes
+  NodeKind kind = NodeKind::NORMAL;
+  bool has_origin_x = false;
+  bool has_origin_y = false;
+
+  [[nodiscard]] bool is_dummy() const { return kind != NodeKind::NORMAL; }
+  [[nodiscard]] double cross_center() const { return y + height / 2.0; }
+};
+
+inline double LPort::x() const { return side == PortSide::WEST ? node->x : node->x + node->width; }
+inline double LPort::y() const { return node->y + offset; }
+
+// One segment of a connection, in layering direction.
+struct LEdge {
+  LPort* source = nullptr;
+  LPort* target = nullptr;
+  Text id;
+  std::span<Point> bend_points;  // between source and target, in that order; set by phase 5
+  std::int32_t origin = 0;       // place of the caller's edge in LGraph::origins
+  std::int32_t position = 0;     // place in LGraph::edges
+  bool reversed = false;         // set by phase 1 on a segment that it flips
+
+  [[nodiscard]] LNode* source_node() const { return source->node; }
+  [[nodiscard]] LNode* target_node() const { return target->node; }
+};
+
+// A caller's edge: its entry in `chains` and in `reversed_originals`, which share their key.
+struct Origin {
+  Text id;
+  std::span<LEdge*> chain;        // the segments in flow order
+  bool has_chain = false;         // whether `chains` has this key
+  bool has_reversed = false;      // whether `reversed_originals` has this key
+  bool reversed = false;          // its value there
+};
+
+// The layers of a graph: one flat list of nodes and the bounds of each layer in it.
+class Layers {
+ public:
+  [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(starts_.size()) - 1; }
+  [[nodiscard]] bool empty() const { return size() == 0; }
+  [[nodiscard]] std::span<LNode*> operator[](std::int32_t index) {
+    return std::span(nodes_).subspan(starts_[index], starts_[index + 1] - starts_[index]);
+  }
+  [[nodiscard]] std::span<LNode* const> operator[](std::int32_t index) const {
+    return std::span(nodes_).subspan(starts_[index], starts_[index + 1] - starts_[index]);
+  }
+  // All nodes, layer by layer.
+  [[nodiscard]] std::span<LNode*> flat() { return nodes_; }
+  [[nodiscard]] std::span<LNode* const> flat() const { return nodes_; }
+  // Where layer `index` begins in flat(); `index` may be size().
+  [[nodiscard]] std::int32_t start(std::int32_t index) const { return starts_[index]; }
+
+  void clear() {
+    nodes_.clear();
+    starts_.assign(1, 0);
+  }
+  // Makes `sizes.size()` layers of these sizes with empty slots.
+  void resize(std::span<const std::int32_t> sizes);
+  // Appends a layer holding `members`.
+  void push_back(std::span<LNode* const> members);
+
+ private:
+  std::vector<LNode*> nodes_;
+  std::vector<std::int32_t> starts_ = {0};
+};
+
+class LGraph {
+ public:
+  LGraph() = default;
+  explicit LGraph(LayoutOptions resolved) : options(std::move(resolved)) {}
+  LGraph(const LGraph&) = delete;
+  LGraph& operator=(const LGraph&) = delete;
+
+  std::vector<LNode*> nodes;  // real nodes in payload order, then dummies in order of creation
+  std::vector<LEdge*> edges;  // all current segments
+  std::vector<Origin> origins;  // `chains` and `reversed_originals`, in order of first insertion
+  Layers layers;
+  LayoutOptions options;
+  std::uint32_t _counter = 0;   // the last number given out
+  std::int64_t port_count = 0;  // declared ports so far, held against MAX_PORTS_PER_GRAPH
+
+  // A plain text whose bytes are copied into `texts`.
+  Text plain(std::string_view bytes);
+
+  LNode* add_node(const Text& id, double width, double height);
+  // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
+  std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
+  // A caller's edge: appended to `edges`, with a chain of its own under `id`. An origin that is there
+  // already under an equal id must be passed as `origin`; its chain is replaced.
+  LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t origin = -1);
+  // A segment that belongs to `origin`; it is not appended to `edges` yet.
+  LEdge* make_segment(const Text& id, LPort* source, LPort* target, std::int32_t origin);
+  // Replaces `edges` and renumbers the edges in it.
+  void set_edges(std::vector<LEdge*> replacement);
+
+  // Adds 1 to the graph's one counter and gives `base` in `form` with that number; the default form
+  // is `base`, "#" and the number.
+  Text next_id(const Text& base, TextForm form = TextForm::kNumbered);
+  // The first node with this id, or null. Linear.
+  [[nodiscard]] LNode* node_by_id(std::string_view id) const;
+  // The nodes that are no dummies, in `nodes` order.
+  [[nodiscard]] std::vector<LNode*> real_nodes() const;
+  // Regroups the nodes by `layer` and renumbers `order`; stable in (order, nodes order).
+  // REQUIRES: every layer is at least 0. Near-linear unless orders are badly mixed up.
+  void rebuild_layers();
+
+  // Empties the graph for another component and keeps its memory.
+  void clear();
+
+  Arena arena;            // the records
+  Arena scratch;          // working arrays; every phase gives back what it took
+  Arena* texts = &arena;  // where plain() keeps bytes; may outlive the graph
+};
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_GRAPH_LGRAPH_HPP_

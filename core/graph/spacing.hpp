@@ -1,0 +1,35 @@
+// The clear distance along the cross axis between two neighbours of a layer, and the comparisons of
+// coordinates that stay usable when a caller's number is not a number.
+
+#ifndef QUILLAN_CORE_GRAPH_SPACING_HPP_
+#define QUILLAN_CORE_GRAPH_SPACING_HPP_
+
+#include <cmath>
+
+#include "core/graph/lgraph.hpp"
+
+namespace quillan::vorn_layered {
+
+inline double _spacing_between(bool a_is_dummy, bool b_is_dummy, const LayoutOptions& options) {
+  if (a_is_dummy && b_is_dummy) return options.spacing_edge_edge;
+  if (a_is_dummy || b_is_dummy) return options.spacing_edge_node;
+  return options.spacing_node_node;
+}
+
+inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptions& options) {
+  return _spacing_between(a.is_dummy(), b.is_dummy(), options);
+}
+
+// `a` unless `b` is strictly larger, so that a not-a-number on the right is passed over.
+inline double larger(double a, double b) { return b > a ? b : a; }
+inline double smaller(double a, double b) { return b < a ? b : a; }
+
+// A strict weak order of all reals: the usual one, with every not-a-number behind all others. Sorts
+// need it, since `<` alone loses transitivity of ties as soon as one value is not a number.
+inline bool comes_before(double a, double b) {
+  return a < b || (std::isnan(b) && !std::isnan(a));
+}
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_GRAPH_SPACING_HPP_
