@@ -1,0 +1,98 @@
+#include "core/exchange/payload.hpp"
+
+#include <bit>
+#include <cstring>
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15ULL;
+
+std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
+  // Folding the 128-bit product lets every input bit reach the low bits that pick the slot.
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(a ^ kMultiplier) * (b ^ (kMultiplier >> 7U));
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64U);
+}
+
+std::uint64_t hash_bytes(std::string_view bytes) {
+  std::uint64_t hash = bytes.size();
+  while (bytes.size() >= 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data(), 8);
+    hash = mix(hash, word);
+    bytes.remove_prefix(8);
+  }
+  if (!bytes.empty()) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data(), bytes.size());
+    hash = mix(hash, word);
+  }
+  hash = mix(hash, kMultiplier);
+  return hash != 0 ? hash : 1;
+}
+
+}  // namespace
+
+TextIndex::TextIndex(std::size_t expected) : slots_(std::bit_ceil(expected * 2 + 2)) {}
+
+std::size_t TextIndex::probe(std::string_view bytes, std::uint64_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t at = hash & mask;
+  while (slots_[at].hash != 0 && (slots_[at].hash != hash || slots_[at].bytes != bytes)) {
+    at = (at + 1) & mask;
+  }
+  return at;
+}
+
+void TextIndex::grow() {
+  std::vector<Slot> old(slots_.size() * 2);
+  old.swap(slots_);
+  for (const Slot& slot : old) {
+    if (slot.hash != 0) slots_[probe(slot.bytes, slot.hash)] = slot;
+  }
+}
+
+std::int32_t& TextIndex::find_or_add(std::string_view bytes, std::int32_t value) {
+  if ((used_ + 1) * 2 > slots_.size()) grow();
+  const std::uint64_t hash = hash_bytes(bytes);
+  Slot& slot = slots_[probe(bytes, hash)];
+  if (slot.hash == 0) {
+    slot = {bytes, hash, value};
+    ++used_;
+  }
+  return slot.value;
+}
+
+std::int32_t TextIndex::find(std::string_view bytes) const {
+  return slots_[probe(bytes, hash_bytes(bytes))].value;
+}
+
+Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items,
+                 ValueReader& host)
+    : reader(host) {
+  TextIndex by_id(node_items.size());
+  nodes.reserve(node_items.size());
+  for (std::size_t i = 0; i < node_items.size(); ++i) {
+    host.check_mapping(node_items[i]);
+    const TextSource* id = Value(host, host.require(node_items[i], Key::ID)).text();
+    nodes.push_back({node_items[i], id, static_cast<std::int32_t>(i)});
+    by_id.find_or_add(id->bytes, nodes.back().canonical) = nodes.back().canonical;
+  }
+  for (Node& node : nodes) node.canonical = by_id.find(node.id->bytes);
+
+  const auto end_of = [&](Handle mapping, Key key) {
+    const Value value(host, host.get(mapping, key));
+    return by_id.find(value.absent() ? std::string_view() : value.peek_text());
+  };
+  edges.reserve(edge_items.size());
+  for (const Handle item : edge_items) {
+    host.check_mapping(item);
+    const std::int32_t source = end_of(item, Key::SOURCE);
+    const std::int32_t target = end_of(item, Key::TARGET);
+    edges.push_back({item, source, target});
+  }
+}
+
+}  // namespace quillan::vorn_layered
