@@ -1,0 +1,42 @@
+#include "core/cycles/break_cycles.hpp"
+
+#include <utility>
+
+#include "core/analysis.hpp"
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+std::span<const std::int32_t> choose_sequence(LGraph& graph) {
+  const std::string& strategy = graph.options.cycle_breaking_strategy;
+  if (strategy == "INTERACTIVE" && _has_usable_positions(graph)) return _sequence_interactive(graph);
+  if (strategy == "DEPTH_FIRST") return _sequence_depth_first(graph);
+  return _sequence_greedy(graph);
+}
+
+}  // namespace
+
+void break_cycles(LGraph& graph) {
+  const Arena::Frame frame(graph.scratch);
+  const std::span<const std::int32_t> sequence = choose_sequence(graph);
+  const std::span<std::int32_t> rank = graph.scratch.raw_array<std::int32_t>(sequence.size());
+  for (std::size_t place = 0; place < sequence.size(); ++place) {
+    rank[sequence[place]] = static_cast<std::int32_t>(place);
+  }
+  for (LEdge* edge : graph.edges) {
+    if (rank[edge->source_node()->position] > rank[edge->target_node()->position]) {
+      _reverse_edge(graph, *edge);
+    }
+  }
+}
+
+void _reverse_edge(LGraph& graph, LEdge& edge) {
+  std::swap(edge.source, edge.target);
+  edge.reversed = true;
+  Origin& origin = graph.origins[edge.origin];
+  origin.has_reversed = true;
+  origin.reversed = true;
+}
+
+}  // namespace quillan::vorn_layered

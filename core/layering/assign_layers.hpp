@@ -1,0 +1,43 @@
+// Phase 2: an integer layer for every node, and the split of every long edge.
+
+#ifndef QUILLAN_CORE_LAYERING_ASSIGN_LAYERS_HPP_
+#define QUILLAN_CORE_LAYERING_ASSIGN_LAYERS_HPP_
+
+#include "core/graph/incident_maps.hpp"
+#include "core/graph/lgraph.hpp"
+
+namespace quillan::vorn_layered {
+
+// A graph whose edges span so many layers that it would need more dummies than this is refused.
+inline constexpr std::int64_t MAX_DUMMIES_PER_GRAPH = std::int64_t{1} << 24U;
+
+// Runs phase 2 in place. REQUIRES: an acyclic graph without dummies. Afterwards every node has a
+// layer of 0 or more and the smallest is 0, every segment joins a layer to the next, and `layers`
+// lists the nodes of each layer in `nodes` order. Throws SizeFault beyond MAX_DUMMIES_PER_GRAPH.
+void assign_layers(LGraph& graph);
+
+// As early as possible: every node one past its latest predecessor. Linear.
+void _layer_longest_path(LGraph& graph);
+
+// From the columns that the user sees: nodes whose boxes overlap along the flow axis share a layer;
+// a walk in topological order then pushes every node behind its predecessors. n log n.
+void _layer_interactive(LGraph& graph);
+
+// The layering of least total span, by network simplex.
+void _layer_network_simplex(LGraph& graph);
+
+// Shifts all layers so that the smallest is 0.
+void _normalise_layers(LGraph& graph);
+
+// Splits every edge that spans more than one layer into segments joined by dummies of no size, one
+// per layer in between. Works from the chains of one segment; a second run changes nothing. Linear in
+// edges plus new dummies. Throws SizeFault beyond MAX_DUMMIES_PER_GRAPH, before anything is changed.
+void insert_dummy_nodes(LGraph& graph);
+
+// Walks the nodes in topological order and sets each layer to the largest of its own and one past
+// that of every source of an edge that enters it.
+void push_behind_predecessors(LGraph& graph);
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_LAYERING_ASSIGN_LAYERS_HPP_

@@ -1,0 +1,103 @@
+#include <string>
+
+#include "core/graph/faults.hpp"
+#include "core/layering/assign_layers.hpp"
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+// The layers that the edge of a one-segment chain spans, or 0 if the chain is not to be split.
+std::int32_t long_span(const Origin& origin) {
+  if (!origin.has_chain || origin.chain.size() != 1) return 0;
+  const LEdge& edge = *origin.chain[0];
+  const std::int32_t span = edge.target_node()->layer - edge.source_node()->layer;
+  return span > 1 ? span : 0;
+}
+
+LNode* make_dummy(LGraph& graph, const LEdge& edge, std::int32_t layer) {
+  const LNode& source = *edge.source_node();
+  const LNode& target = *edge.target_node();
+  const double span = static_cast<double>(target.layer - source.layer);
+  const double fraction = static_cast<double>(layer - source.layer) / span;
+  LNode* dummy =
+      graph.add_node(graph.next_id(graph.origins[edge.origin].id, TextForm::kDummy), 0.0, 0.0);
+  dummy->kind = NodeKind::LONG_EDGE;
+  dummy->layer = layer;
+  dummy->has_origin_x = source.has_origin_x && target.has_origin_x;
+  dummy->has_origin_y = source.has_origin_y && target.has_origin_y;
+  if (dummy->has_origin_x) {
+    dummy->origin_x = source.origin_x + (target.origin_x - source.origin_x) * fraction;
+  }
+  if (dummy->has_origin_y) {
+    dummy->origin_y = source.origin_y + (target.origin_y - source.origin_y) * fraction;
+  }
+  graph.add_ports(*dummy, PortSide::WEST, 1)[0].id = dummy->id.as(TextForm::kDummyIn);
+  graph.add_ports(*dummy, PortSide::EAST, 1)[0].id = dummy->id.as(TextForm::kDummyOut);
+  return dummy;
+}
+
+void split(LGraph& graph, Origin& origin, std::int32_t span, std::vector<LEdge*>& added) {
+  const LEdge& edge = *origin.chain[0];
+  const std::int32_t start = edge.source_node()->layer;
+  const std::span<LEdge*> segments = graph.arena.raw_array<LEdge*>(span);
+  LPort* upstream = edge.source;
+  for (std::int32_t step = 1; step <= span; ++step) {
+    LPort* downstream = edge.target;
+    LNode* dummy = nullptr;
+    if (step < span) {
+      dummy = make_dummy(graph, edge, start + step);
+      downstream = &dummy->in_ports[0];
+    }
+    LEdge* segment = graph.make_segment(graph.next_id(origin.id, TextForm::kSegment), upstream,
+                                        downstream, edge.origin);
+    segments[step - 1] = segment;
+    added.push_back(segment);
+    if (dummy != nullptr) upstream = &dummy->out_ports[0];
+  }
+  origin.chain = segments;
+}
+
+}  // namespace
+
+void insert_dummy_nodes(LGraph& graph) {
+  std::int64_t dummies = 0;
+  std::int64_t split_count = 0;
+  for (const Origin& origin : graph.origins) {
+    const std::int32_t span = long_span(origin);
+    if (span == 0) continue;
+    dummies += span - 1;
+    ++split_count;
+  }
+  if (split_count == 0) return;
+  if (dummies > MAX_DUMMIES_PER_GRAPH) {
+    throw SizeFault("the long edges of this graph need " + std::to_string(dummies) +
+                    " dummies; the limit is " + std::to_string(MAX_DUMMIES_PER_GRAPH));
+  }
+
+  const Arena::Frame frame(graph.scratch);
+  const std::span<const LEdge*> replaced =
+      graph.scratch.array<const LEdge*>(graph.origins.size(), nullptr);
+  std::vector<LEdge*> added;
+  added.reserve(dummies + split_count);
+  graph.nodes.reserve(graph.nodes.size() + dummies);
+  for (std::size_t i = 0; i < graph.origins.size(); ++i) {
+    Origin& origin = graph.origins[i];
+    const std::int32_t span = long_span(origin);
+    if (span == 0) continue;
+    replaced[i] = origin.chain[0];
+    split(graph, origin, span, added);
+  }
+
+  // Edges leave by id, so that a twin of the same id, which has no chain of its own, leaves too.
+  std::vector<LEdge*> kept;
+  kept.reserve(graph.edges.size() + added.size());
+  for (LEdge* edge : graph.edges) {
+    const LEdge* gone = replaced[edge->origin];
+    if (gone != edge && (gone == nullptr || compare(gone->id, edge->id) != 0)) kept.push_back(edge);
+  }
+  kept.insert(kept.end(), added.begin(), added.end());
+  graph.set_edges(std::move(kept));
+}
+
+}  // namespace quillan::vorn_layered
