@@ -1,0 +1,184 @@
+#include "core/crossings/layer_orders.hpp"
+
+#include <algorithm>
+#include <numeric>
+
+namespace quillan::vorn_layered {
+
+void sort_keys(std::span<Key64> keys) {
+  // Insertion beats a general sort on short lists.
+  if (keys.size() > 16) {
+    std::sort(keys.begin(), keys.end());
+    return;
+  }
+  for (std::size_t i = 1; i < keys.size(); ++i) {
+    const Key64 key = keys[i];
+    std::size_t j = i;
+    for (; j > 0 && keys[j - 1] > key; --j) keys[j] = keys[j - 1];
+    keys[j] = key;
+  }
+}
+
+// Per edge of the graph: the slots of its ends, and those again where they lie in layers next to each
+// other, else -1.
+struct LayerOrders::Ends {
+  std::span<std::int32_t> source;
+  std::span<std::int32_t> target;
+  std::span<std::int32_t> adjacent_source;
+  std::span<std::int32_t> adjacent_target;
+};
+
+LayerOrders::LayerOrders(LGraph& graph)
+    : graph_(graph),
+      nodes_(graph.scratch.raw_array<LNode*>(graph.nodes.size())),
+      at_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
+      place_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
+      stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
+  Arena& scratch = graph.scratch;
+  const std::span<std::int32_t> slot_of = scratch.raw_array<std::int32_t>(graph.nodes.size());
+  const std::span<std::int32_t> layer_of = scratch.raw_array<std::int32_t>(graph.nodes.size());
+  std::iota(at_.begin(), at_.end(), 0);
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
+      nodes_[slot] = graph.layers.flat()[slot];
+      slot_of[nodes_[slot]->position] = slot;
+      layer_of[slot] = layer;
+      place_[slot] = slot - first_slot(layer);
+    }
+  }
+
+  const std::size_t count = graph.edges.size();
+  Ends ends{scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
+  for (std::size_t i = 0; i < count; ++i) {
+    ends.source[i] = slot_of[graph.edges[i]->source_node()->position];
+    ends.target[i] = slot_of[graph.edges[i]->target_node()->position];
+    if (layer_of[ends.source[i]] + 1 != layer_of[ends.target[i]]) regular_ = false;
+  }
+  ends.adjacent_source = ends.source;
+  ends.adjacent_target = ends.target;
+  if (!regular_) {
+    ends.adjacent_source = scratch.array<std::int32_t>(count, -1);
+    ends.adjacent_target = scratch.array<std::int32_t>(count, -1);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (layer_of[ends.source[i]] + 1 != layer_of[ends.target[i]]) continue;
+      ends.adjacent_source[i] = ends.source[i];
+      ends.adjacent_target[i] = ends.target[i];
+    }
+  }
+  collect(ends);
+}
+
+void LayerOrders::collect(const Ends& ends) {
+  Arena& scratch = graph_.scratch;
+  const IncidentMap below = group_by(ends.adjacent_source, slot_count(), scratch);
+  const IncidentMap above = group_by(ends.adjacent_target, slot_count(), scratch);
+  const std::size_t count = below.items.size();
+
+  Half& upper = halves_[static_cast<int>(Reference::UPPER)];
+  const std::span<std::int32_t> sources = scratch.raw_array<std::int32_t>(count);
+  upper = {above.starts, sources, scratch.raw_array<std::int32_t>(count),
+           scratch.raw_array<Key64>(count), scratch.array<std::int64_t>(layer_count(), -1)};
+  for (std::size_t i = 0; i < count; ++i) {
+    sources[i] = ends.source[above.items[i]];
+    upper.ports[i] = graph_.edges[above.items[i]]->source->index + 1;
+  }
+
+  segments_ = scratch.raw_array<Segment>(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const LEdge& edge = *graph_.edges[below.items[i]];
+    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index};
+  }
+  Half& lower = halves_[static_cast<int>(Reference::LOWER)];
+  const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
+  lower = {below.starts, targets, scratch.raw_array<std::int32_t>(count),
+           scratch.raw_array<Key64>(count), scratch.array<std::int64_t>(layer_count(), -1)};
+  sort_segments(ends);
+  for (std::size_t i = 0; i < count; ++i) {
+    targets[i] = segments_[i].lower_slot;
+    lower.ports[i] = segments_[i].lower_port + 1;
+  }
+}
+
+void LayerOrders::sort_segments(const Ends& ends) {
+  const Half& lower = halves_[static_cast<int>(Reference::LOWER)];
+  const auto by_port = [](const Segment& a, const Segment& b) {
+    return a.upper_port < b.upper_port;
+  };
+  for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
+    const std::span<Segment> own =
+        segments_.subspan(lower.starts[slot], lower.starts[slot + 1] - lower.starts[slot]);
+    if (!std::is_sorted(own.begin(), own.end(), by_port)) {
+      std::sort(own.begin(), own.end(), by_port);
+    }
+  }
+  if (regular_) {
+    successors_ = {lower.starts, lower.slots};
+    return;
+  }
+  const IncidentMap leaving = group_by(ends.source, slot_count(), graph_.scratch);
+  const std::span<std::int32_t> items =
+      graph_.scratch.raw_array<std::int32_t>(leaving.items.size());
+  for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends.target[leaving.items[i]];
+  successors_ = {leaving.starts, items};
+}
+
+bool LayerOrders::set_order(std::int32_t layer, std::span<const std::int32_t> ordered) {
+  const std::span<std::int32_t> current = at_.subspan(first_slot(layer), layer_size(layer));
+  if (std::equal(current.begin(), current.end(), ordered.begin())) return false;
+  for (std::size_t place = 0; place < ordered.size(); ++place) {
+    current[place] = ordered[place];
+    place_[ordered[place]] = static_cast<std::int32_t>(place);
+  }
+  ++stamp_[layer];
+  return true;
+}
+
+void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
+  const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
+  if (neighbour < 0 || neighbour >= layer_count()) return;
+  Half& half = halves_[static_cast<int>(side)];
+  if (half.seen[layer] == stamp_[neighbour]) return;
+  half.seen[layer] = stamp_[neighbour];
+  const std::int32_t begin = half.starts[first_slot(layer)];
+  const std::int32_t end = half.starts[first_slot(layer + 1)];
+  for (std::int32_t i = begin; i < end; ++i) {
+    half.keys[i] = place_[half.slots[i]] * KEY_SCALE + half.ports[i];
+  }
+  for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
+    const std::int32_t degree = half.starts[slot + 1] - half.starts[slot];
+    if (degree > 1) sort_keys(half.keys.subspan(half.starts[slot], degree));
+  }
+}
+
+std::span<const std::int32_t> LayerOrders::id_ranks() {
+  if (!id_rank_.empty() || nodes_.empty()) return id_rank_;
+  Arena& scratch = graph_.scratch;
+  id_rank_ = scratch.raw_array<std::int32_t>(nodes_.size());
+  const Arena::Frame frame(scratch);
+  const std::span<Text> ids = scratch.raw_array<Text>(nodes_.size());
+  for (std::size_t slot = 0; slot < nodes_.size(); ++slot) ids[slot] = nodes_[slot]->id;
+  if (!regular_) {
+    // Successors of one node may lie in different layers.
+    rank_texts(ids, id_rank_, scratch);
+    return id_rank_;
+  }
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    const std::int32_t first = first_slot(layer);
+    rank_texts(ids.subspan(first, layer_size(layer)), id_rank_.subspan(first, layer_size(layer)),
+               scratch);
+  }
+  return id_rank_;
+}
+
+void LayerOrders::commit() {
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    const std::span<const std::int32_t> ordered = order(layer);
+    const std::span<LNode*> members = graph_.layers[layer];
+    for (std::size_t place = 0; place < ordered.size(); ++place) {
+      members[place] = nodes_[ordered[place]];
+      members[place]->order = static_cast<std::int32_t>(place);
+    }
+  }
+}
+
+}  // namespace quillan::vorn_layered
