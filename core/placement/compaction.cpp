@@ -1,0 +1,208 @@
+#include "core/placement/compaction.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <vector>
+
+#include "core/graph/incident_maps.hpp"
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+constexpr double kTolerance = 1e-9;
+constexpr double kNever = -std::numeric_limits<double>::infinity();
+// Pushes that reach the top together lie within a few tolerances of it; a longer staircase of them is
+// left to the sweeps.
+constexpr int kMaxClusterSteps = 4;
+
+// Why one walk in topological order gives what the sweeps give.
+//
+// In the sweeps a block's center rises, by more than the tolerance each time, until it takes its final
+// value. A push from s to t, `center(s) + separation`, is made whenever s is visited; what counts is
+// the first time it is made with a given value. The final value of s is first pushed in the sweep in
+// which s took it if s comes after the block that pushed it there, else in the next one; a block that
+// stays at 0.0 pushes in sweep 1. So the moment of every final push is known once s is done: (sweep,
+// index of s, place of the constraint), in which order the sweeps apply them.
+//
+// Take the final pushes on t and the cluster of those that reach the top: the largest, and all that
+// are chained to it by steps of at most the tolerance. Everything else pushed on t lies below the
+// cluster by more than the tolerance: the other final pushes by choice of the cluster, and pushes of
+// earlier values of s by a check against `earlier(s) + separation`, a bound on them, since rounding is
+// monotone. Then nothing else can keep the first push of the cluster from being accepted, and nothing
+// else is accepted after it. The outcome is that of the cluster alone, in order of moments, from 0.0.
+//
+// Where the check fails, or the constraints have a cycle, the sweeps themselves are run.
+class Replay {
+ public:
+  Replay(const BlockConstraints& constraints, std::span<double> centers, Arena& scratch)
+      : constraints_(constraints),
+        centers_(centers),
+        members_(group_by(constraints.block_of, constraints.block_count, scratch)),
+        blocks_(scratch.raw_array<Block>(constraints.block_count)),
+        queue_(scratch.raw_array<std::int32_t>(constraints.block_count)) {}
+
+  bool run() {
+    std::int32_t end = 0;
+    for (std::int32_t block = 0; block < constraints_.block_count; ++block) {
+      blocks_[block] = {kNever, 1, 0};
+      for (const std::int32_t slot : members_[block]) {
+        if (!constraints_.opens_layer[slot]) ++blocks_[block].waiting;
+      }
+      if (blocks_[block].waiting == 0) queue_[end++] = block;
+    }
+    const std::int32_t slots = static_cast<std::int32_t>(constraints_.block_of.size());
+    for (std::int32_t cursor = 0; cursor < end; ++cursor) {
+      const std::int32_t block = queue_[cursor];
+      if (!place(block)) return false;
+      for (const std::int32_t slot : members_[block]) {
+        const std::int32_t next = slot + 1;
+        if (next == slots || constraints_.opens_layer[next]) continue;
+        const std::int32_t target = constraints_.block_of[next];
+        if (--blocks_[target].waiting == 0) queue_[end++] = target;
+      }
+    }
+    return end == constraints_.block_count;
+  }
+
+ private:
+  struct Block {
+    double earlier;        // bounds every value held before the final one; kNever if there was none
+    std::int32_t acts;     // the sweep in which the final value is first pushed on
+    std::int32_t waiting;  // constraints on this block whose source is not done
+  };
+
+  struct Push {
+    double value;
+    std::int32_t sweep;
+    std::int32_t source;
+    std::int32_t slot;
+
+    bool operator<(const Push& other) const {
+      return std::tie(sweep, source, slot) < std::tie(other.sweep, other.source, other.slot);
+    }
+  };
+
+  bool place(std::int32_t block) {
+    pushes_.clear();
+    double top = kNever;
+    double early = kNever;
+    for (const std::int32_t slot : members_[block]) {
+      if (constraints_.opens_layer[slot]) continue;
+      const std::int32_t source = constraints_.block_of[slot - 1];
+      const double separation = constraints_.separation[slot];
+      const double value = centers_[source] + separation;
+      pushes_.push_back({value, blocks_[source].acts, source, slot});
+      top = std::max(top, value);
+      early = std::max(early, blocks_[source].earlier + separation);
+    }
+    centers_[block] = 0.0;
+    if (!(0.0 < top - kTolerance)) return true;  // every push falls short, whenever it is made
+
+    double below = kNever;  // the largest final push outside the cluster
+    double bottom = top;
+    if (!find_cluster(bottom, below)) return false;
+    if (!(early < bottom - kTolerance)) return false;
+    blocks_[block].earlier = std::max({0.0, early, below});
+    settle(block, bottom, top);
+    return true;
+  }
+
+  // Lowers `bottom` to the smallest push of the cluster and sets `below`.
+  bool find_cluster(double& bottom, double& below) const {
+    for (int step = 0; step < kMaxClusterSteps; ++step) {
+      const double reach = bottom - kTolerance;
+      double lowest = bottom;
+      below = kNever;
+      for (const Push& push : pushes_) {
+        if (push.value >= reach) {
+          lowest = std::min(lowest, push.value);
+        } else {
+          below = std::max(below, push.value);
+        }
+      }
+      if (lowest == bottom) return true;
+      bottom = lowest;
+    }
+    return false;
+  }
+
+  // Applies the pushes of the cluster in order of their moments.
+  void settle(std::int32_t block, double bottom, double top) {
+    if (bottom == top) {
+      // All of them ask for the same value: the first one sets it.
+      const Push* first = nullptr;
+      for (const Push& push : pushes_) {
+        if (push.value == top && (first == nullptr || push < *first)) first = &push;
+      }
+      take(block, *first);
+      return;
+    }
+    std::sort(pushes_.begin(), pushes_.end());
+    for (const Push& push : pushes_) {
+      if (push.value < bottom || !(centers_[block] < push.value - kTolerance)) continue;
+      blocks_[block].earlier = std::max(blocks_[block].earlier, centers_[block]);
+      take(block, push);
+    }
+  }
+
+  void take(std::int32_t block, const Push& push) {
+    centers_[block] = push.value;
+    blocks_[block].acts = block > push.source ? push.sweep : push.sweep + 1;
+  }
+
+  const BlockConstraints& constraints_;
+  std::span<double> centers_;
+  IncidentMap members_;  // slots of each block, ascending
+  std::span<Block> blocks_;
+  std::span<std::int32_t> queue_;
+  std::vector<Push> pushes_;
+};
+
+}  // namespace
+
+bool compact_by_replay(const BlockConstraints& constraints, std::span<double> centers,
+                       Arena& scratch) {
+  const Arena::Frame frame(scratch);
+  return Replay(constraints, centers, scratch).run();
+}
+
+void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> centers,
+                       Arena& scratch) {
+  const Arena::Frame frame(scratch);
+  const IncidentMap members = group_by(constraints.block_of, constraints.block_count, scratch);
+  const std::int32_t slots = static_cast<std::int32_t>(constraints.block_of.size());
+  std::fill(centers.begin(), centers.end(), 0.0);
+  bool changed = true;
+  for (std::int64_t sweep = 0; changed && sweep < std::int64_t{constraints.block_count} + 2;
+       ++sweep) {
+    changed = false;
+    for (std::int32_t source = 0; source < constraints.block_count; ++source) {
+      for (const std::int32_t slot : members[source]) {
+        const std::int32_t next = slot + 1;
+        if (next == slots || constraints.opens_layer[next]) continue;
+        const std::int32_t target = constraints.block_of[next];
+        const double needed = centers[source] + constraints.separation[next];
+        if (centers[target] < needed - kTolerance) {
+          centers[target] = needed;
+          changed = true;
+        }
+      }
+    }
+  }
+}
+
+void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers,
+                     Arena& scratch) {
+  // A separation that is not finite voids the reasoning behind the replay.
+  bool finite = true;
+  for (std::size_t slot = 0; slot < constraints.separation.size(); ++slot) {
+    if (!constraints.opens_layer[slot]) finite = finite && std::isfinite(constraints.separation[slot]);
+  }
+  if (finite && compact_by_replay(constraints, centers, scratch)) return;
+  compact_by_sweeps(constraints, centers, scratch);
+}
+
+}  // namespace quillan::vorn_layered

@@ -1,0 +1,34 @@
+// Phase 4: coordinates of all nodes, dummies included. Writes x and y and nothing else.
+
+#ifndef QUILLAN_CORE_PLACEMENT_PLACE_NODES_HPP_
+#define QUILLAN_CORE_PLACEMENT_PLACE_NODES_HPP_
+
+#include "core/graph/lgraph.hpp"
+
+namespace quillan::vorn_layered {
+
+// Runs phase 4. REQUIRES: `layers` is empty, or holds exactly the nodes of the graph in final order.
+void place_nodes(LGraph& graph);
+
+// Packs the layers along the flow axis and centres each node in its column. Linear.
+void _assign_layer_x(LGraph& graph);
+
+// Stacks each layer from the padding, then moves every node to the mean of its neighbours' centers,
+// four times, pushing overlaps apart after each. Linear beside the sort of the layers.
+void _place_simple_y(LGraph& graph);
+
+// The middle of four alignments (Brandes and Koepf, Fast and Simple Horizontal Coordinate
+// Assignment, 2002). The result may be negative and boxes of a layer may still overlap. REQUIRES: at
+// least one node. Near-linear, see _compact_blocks.
+void _place_brandes_kopf_y(LGraph& graph);
+
+// Pushes the boxes of each layer apart towards larger y, in order of their y. m log m per layer, linear
+// where the layer's list is in that order already.
+void _pack_layer_overlaps(LGraph& graph);
+
+// Moves the whole drawing so that its smallest coordinates are the paddings.
+void _snap_non_negative(LGraph& graph);
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_PLACEMENT_PLACE_NODES_HPP_
