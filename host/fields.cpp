@@ -1,0 +1,84 @@
+#include "host/fields.hpp"
+
+#include "host/reader.hpp"
+
+namespace quillan::host {
+
+double Fields::real(Field field) const {
+  const Ref value = get(field);
+  const double real = PyFloat_AsDouble(value.get());
+  if (real == -1.0 && PyErr_Occurred()) {
+    if (!PyErr_ExceptionMatches(PyExc_TypeError)) throw PythonError();
+    PyErr_Clear();
+    wrong_type(field, "a real number", value.get());
+  }
+  return real;
+}
+
+std::int64_t Fields::integer(Field field, std::int64_t low, std::int64_t high) const {
+  const Ref value = get(field);
+  if (!PyLong_Check(value.get())) wrong_type(field, "an int", value.get());
+  int overflow = 0;
+  const std::int64_t integer = PyLong_AsLongLongAndOverflow(value.get(), &overflow);
+  if (overflow != 0 || integer < low || integer > high) {
+    const Ref message = check(PyUnicode_FromFormat(
+        "%U must be from %lld to %lld, not %S", state_.field(field), static_cast<long long>(low),
+        static_cast<long long>(high), value.get()));
+    fail(PyExc_ValueError, "%U", message.get());
+  }
+  return integer;
+}
+
+Ref Fields::text(Field field) const {
+  const Ref value = get(field);
+  if (!PyUnicode_Check(value.get())) wrong_type(field, "a str", value.get());
+  return text_form(value.get());
+}
+
+Ref Fields::list(Field field) const {
+  const Ref value = get(field);
+  if (!PyList_Check(value.get())) wrong_type(field, "a list", value.get());
+  return check(PyList_GetSlice(value.get(), 0, PyList_GET_SIZE(value.get())));
+}
+
+Ref Fields::dictionary(Field field) const {
+  const Ref value = get(field);
+  if (!PyDict_Check(value.get())) wrong_type(field, "a dict", value.get());
+  return check(PyDict_Copy(value.get()));
+}
+
+Ref Fields::instance(Field field, PyObject* type) const {
+  Ref value = get(field);
+  if (check(PyObject_IsInstance(value.get(), type)) == 0) {
+    wrong_type(field, reinterpret_cast<PyTypeObject*>(type)->tp_name, value.get());
+  }
+  return value;
+}
+
+void Fields::fail(PyObject* type, const char* format, PyObject* object) const {
+  const Ref detail = check(PyUnicode_FromFormat(format, object));
+  const Ref id = Ref::steal(PyObject_GetAttr(record_, state_.field(Field::kId)));
+  if (id) {
+    PyErr_Format(type, "%s %R: %U", Py_TYPE(record_)->tp_name, id.get(), detail.get());
+  } else {
+    // A graph has no id.
+    PyErr_Clear();
+    PyErr_Format(type, "%s: %U", Py_TYPE(record_)->tp_name, detail.get());
+  }
+  throw PythonError();
+}
+
+void Fields::wrong_type(Field field, const char* expected, PyObject* value) const {
+  const Ref detail = check(PyUnicode_FromFormat("%U must be %s, not %.200s", state_.field(field),
+                                                expected, Py_TYPE(value)->tp_name));
+  fail(PyExc_TypeError, "%U", detail.get());
+}
+
+void require_instance(PyObject* value, PyObject* type, const char* where) {
+  if (check(PyObject_IsInstance(value, type)) != 0) return;
+  PyErr_Format(PyExc_TypeError, "%s must hold %.200s records, not %.200s", where,
+               reinterpret_cast<PyTypeObject*>(type)->tp_name, Py_TYPE(value)->tp_name);
+  throw PythonError();
+}
+
+}  // namespace quillan::host

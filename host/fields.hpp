@@ -1,0 +1,44 @@
+// Reading the fields of Python records, with errors that name the record.
+
+#ifndef QUILLAN_HOST_FIELDS_HPP_
+#define QUILLAN_HOST_FIELDS_HPP_
+
+#include <cstdint>
+
+#include "host/state.hpp"
+
+namespace quillan::host {
+
+// Reads fields of one record, such as LNode 'a'. The record must outlive the reader.
+class Fields {
+ public:
+  Fields(const State& state, PyObject* record) : state_(state), record_(record) {}
+
+  [[nodiscard]] Ref get(Field field) const {
+    return check(PyObject_GetAttr(record_, state_.field(field)));
+  }
+  [[nodiscard]] double real(Field field) const;
+  [[nodiscard]] std::int64_t integer(Field field, std::int64_t low, std::int64_t high) const;
+  [[nodiscard]] bool truth(Field field) const {
+    return check(PyObject_IsTrue(get(field).get())) != 0;
+  }
+  [[nodiscard]] Ref text(Field field) const;          // an exact str
+  [[nodiscard]] Ref list(Field field) const;          // a copy: later code may change the original
+  [[nodiscard]] Ref dictionary(Field field) const;    // a copy
+  [[nodiscard]] Ref instance(Field field, PyObject* type) const;
+
+  // Fails with "LNode 'a': MESSAGE"; `format` may name one object.
+  [[noreturn]] void fail(PyObject* type, const char* format, PyObject* object = nullptr) const;
+  [[noreturn]] void wrong_type(Field field, const char* expected, PyObject* value) const;
+
+ private:
+  const State& state_;
+  PyObject* record_;
+};
+
+// Fails unless `value` is an instance of `type`; `where` says what it should have been.
+void require_instance(PyObject* value, PyObject* type, const char* where);
+
+}  // namespace quillan::host
+
+#endif  // QUILLAN_HOST_FIELDS_HPP_

@@ -1,0 +1,296 @@
+// The phases one at a time, on Python records.
+
+#include "core/components.hpp"
+#include "core/crossings/counting.hpp"
+#include "core/crossings/reduce_crossings.hpp"
+#include "core/cycles/break_cycles.hpp"
+#include "core/exchange/build_graph.hpp"
+#include "core/exchange/results.hpp"
+#include "core/layering/assign_layers.hpp"
+#include "core/placement/place_nodes.hpp"
+#include "core/routing/route_edges.hpp"
+#include "core/vorn_layered.hpp"
+#include "host/functions.hpp"
+#include "host/graph_image.hpp"
+#include "host/options.hpp"
+#include "host/reader.hpp"
+
+namespace quillan::host {
+
+using vorn_layered::Arena;
+using vorn_layered::LGraph;
+using vorn_layered::Point;
+
+namespace {
+
+PyCFunction with_keywords(PyObject* (*function)(PyObject*, PyObject*, PyObject*)) {
+  return reinterpret_cast<PyCFunction>(reinterpret_cast<void*>(function));
+}
+
+// A function of one LGraph, given by position or as `graph`.
+PyObject* parse_graph(PyObject* args, PyObject* kwargs, const char* format) {
+  static const char* keywords[] = {"graph", nullptr};
+  PyObject* graph = nullptr;
+  if (PyArg_ParseTupleAndKeywords(args, kwargs, format, const_cast<char**>(keywords), &graph) ==
+      0) {
+    throw PythonError();
+  }
+  return graph;
+}
+
+// Reads the graph, runs a phase on it and writes it back.
+template <void (*Phase)(LGraph&)>
+PyObject* run_phase(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    GraphImage image(state_of(module), parse_graph(args, kwargs, "O"));
+    Phase(image.graph);
+    image.write_back();
+    return Py_NewRef(Py_None);
+  });
+}
+
+Ref pair(double a, double b) { return check(Py_BuildValue("(dd)", a, b)); }
+
+PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    static const char* keywords[] = {"nodes", "edges", "options", nullptr};
+    PyObject* nodes = nullptr;
+    PyObject* edges = nullptr;
+    PyObject* options = Py_None;
+    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO|O:build_graph",
+                                    const_cast<char**>(keywords), &nodes, &edges, &options) == 0) {
+      return nullptr;
+    }
+    const State& state = state_of(module);
+    const Ref given = options == Py_None ? check(PyObject_CallNoArgs(state.layout_options))
+                                         : Ref::borrow(options);
+    const Ref resolved = resolved_options(state, given.get());
+    const Ref node_list = check(PySequence_List(nodes));
+    const Ref edge_list = check(PySequence_List(edges));
+    LGraph graph(read_options(state, resolved.get()));
+    PythonReader reader(state, graph.arena);
+    const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
+                                        reader);
+    vorn_layered::build_graph(payload, graph);
+    return new_graph_record(state, graph, resolved.get()).release();
+  });
+}
+
+PyObject* graph_extent(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:graph_extent"));
+    const vorn_layered::Extent extent = vorn_layered::graph_extent(image.graph);
+    return pair(extent.flow, extent.cross).release();
+  });
+}
+
+PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:node_positions"));
+    std::vector<vorn_layered::NodePosition> positions;
+    vorn_layered::node_positions(image.graph, vorn_layered::graph_extent(image.graph).flow,
+                                 Point{}, positions);
+    Ref map = check(PyDict_New());
+    for (const vorn_layered::NodePosition& position : positions) {
+      check(PyDict_SetItem(map.get(), text_from_bytes(position.id.str()).get(),
+                           pair(position.top_left.x, position.top_left.y).get()));
+    }
+    return map.release();
+  });
+}
+
+PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:edge_routes"));
+    vorn_layered::EdgeRoutes found;
+    vorn_layered::edge_routes(image.graph, vorn_layered::graph_extent(image.graph).flow, Point{},
+                              found);
+    Ref map = check(PyDict_New());
+    for (const vorn_layered::EdgeRoute& route : found.routes) {
+      const Ref list = check(PyList_New(static_cast<Py_ssize_t>(route.count)));
+      for (std::size_t i = 0; i < route.count; ++i) {
+        const Point point = found.points[route.first + i];
+        PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), pair(point.x, point.y).release());
+      }
+      check(PyDict_SetItem(map.get(), text_from_bytes(route.id.str()).get(), list.get()));
+    }
+    return map.release();
+  });
+}
+
+Ref members_of(PyObject* list, std::span<const std::int32_t> positions) {
+  Ref members = check(PyList_New(static_cast<Py_ssize_t>(positions.size())));
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    PyList_SET_ITEM(members.get(), static_cast<Py_ssize_t>(i),
+                    Py_NewRef(PyList_GET_ITEM(list, positions[i])));
+  }
+  return members;
+}
+
+PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    static const char* keywords[] = {"nodes", "edges", nullptr};
+    PyObject* nodes = nullptr;
+    PyObject* edges = nullptr;
+    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO:weakly_connected_components",
+                                    const_cast<char**>(keywords), &nodes, &edges) == 0) {
+      return nullptr;
+    }
+    const Ref node_list = check(PySequence_List(nodes));
+    const Ref edge_list = check(PySequence_List(edges));
+    Arena texts;
+    PythonReader reader(state_of(module), texts);
+    const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
+                                        reader);
+    const vorn_layered::Components found = vorn_layered::weakly_connected_components(payload);
+    Ref result = check(PyList_New(static_cast<Py_ssize_t>(found.size())));
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      const Ref member_nodes = members_of(node_list.get(), found.member_nodes(i));
+      const Ref member_edges = members_of(edge_list.get(), found.member_edges(i));
+      PyList_SET_ITEM(result.get(), static_cast<Py_ssize_t>(i),
+                      check(PyTuple_Pack(2, member_nodes.get(), member_edges.get())).release());
+    }
+    return result.release();
+  });
+}
+
+PyObject* count_crossings(PyObject* module, PyObject* args, PyObject* kwargs) {
+  return guarded([&]() -> PyObject* {
+    GraphImage image(state_of(module), parse_graph(args, kwargs, "O:count_crossings"));
+    return check(PyLong_FromLongLong(vorn_layered::count_crossings(image.graph))).release();
+  });
+}
+
+constexpr int kKeywords = METH_VARARGS | METH_KEYWORDS;
+
+}  // namespace
+
+PyMethodDef BUILD_FUNCTIONS[] = {
+    {"build_graph", with_keywords(build_graph), kKeywords,
+     R"doc(build_graph(nodes, edges, options=None)
+--
+
+Read a payload, as `layout` takes it, into a new `LGraph` in the normalised frame.
+
+Sizes and positions are exchanged for DOWN and UP; positions are mirrored for LEFT and UP, so that
+origin_x grows along the flow. Components are not split: the phases expect a connected graph, which
+`weakly_connected_components` can supply. A default edge id counts positions in `edges`.
+
+Raises what `layout` raises. Cost: linear.
+)doc"},
+    {"graph_extent", with_keywords(graph_extent), kKeywords,
+     R"doc(graph_extent(graph)
+--
+
+The `(flow, cross)` extent of a graph from 0.0 to its farthest box, dummies included.
+
+Normalised frame; never negative. Linear in the nodes.
+)doc"},
+    {"node_positions", with_keywords(node_positions), kKeywords,
+     R"doc(node_positions(graph)
+--
+
+Top-left corners of the real nodes in the caller's frame: a dict of id to `(x, y)` in `nodes` order.
+
+Components are not packed; that is `layout`'s. Linear in the nodes.
+)doc"},
+    {"edge_routes", with_keywords(edge_routes), kKeywords,
+     R"doc(edge_routes(graph)
+--
+
+Polylines in the caller's frame: a dict of edge id to a list of `(x, y)`, in order of the chains.
+
+An edge that phase 1 reversed has none. Points run from source port to target port; a point within
+1e-6 of its predecessor is dropped. Linear in segments and bend points.
+)doc"},
+    {"weakly_connected_components", with_keywords(weakly_connected_components), kKeywords,
+     R"doc(weakly_connected_components(nodes, edges)
+--
+
+Split a payload into disjoint parts: a list of `(member_nodes, member_edges)`, lists of the caller's
+own mappings in payload order.
+
+Parts come in the order of their first node. An edge with an unknown end is in no part. Of nodes with
+equal ids the last one counts. Near-linear: union-find (Tarjan and van Leeuwen, "Worst-case Analysis
+of Set Union Algorithms", 1984).
+)doc"},
+    {"break_cycles", with_keywords(run_phase<vorn_layered::break_cycles>), kKeywords,
+     R"doc(break_cycles(graph)
+--
+
+Phase 1: flip edges in place until the graph has no cycle.
+
+`graph.options.cycle_breaking_strategy` chooses the order against which edges are flipped. On a
+flipped edge source and target are exchanged and `reversed` is True, and so is its entry in
+`reversed_originals`. Near-linear (Eades, Lin and Smyth, "A Fast and Effective Heuristic for the
+Feedback Arc Set Problem", 1993).
+)doc"},
+    {nullptr, nullptr, 0, nullptr}};
+
+PyMethodDef PHASE_FUNCTIONS[] = {
+    {"assign_layers", with_keywords(run_phase<vorn_layered::assign_layers>), kKeywords,
+     R"doc(assign_layers(graph)
+--
+
+Phase 2: give every node a layer from 0, split long edges by dummies, and fill `graph.layers`.
+
+Expects an acyclic graph. `graph.options.layering_strategy` chooses; "NETWORK_SIMPLEX" is taken up to
+NETWORK_SIMPLEX_NODE_LIMIT nodes. Raises MemoryError where the split would need more than 2**24
+dummies. (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993,
+section 2.)
+)doc"},
+    {"insert_dummy_nodes", with_keywords(run_phase<vorn_layered::insert_dummy_nodes>), kKeywords,
+     R"doc(insert_dummy_nodes(graph)
+--
+
+Split every edge that spans more than one layer into segments joined by dummies.
+
+Works from `graph.chains` and the nodes' `layer`; `assign_layers` calls it. A second run changes
+nothing. Linear in edges plus new dummies.
+)doc"},
+    {"count_crossings", with_keywords(count_crossings), kKeywords,
+     R"doc(count_crossings(graph)
+--
+
+The exact number of crossings between segments of neighbouring layers as `graph.layers` stands.
+
+Port order counts on both ends. s log s for s segments (Barth, Juenger and Mutzel, "Simple and
+Efficient Bilayer Cross Counting", 2002).
+)doc"},
+    {"reduce_crossings", with_keywords(run_phase<vorn_layered::reduce_crossings>), kKeywords,
+     R"doc(reduce_crossings(graph)
+--
+
+Phase 3: reorder `graph.layers` to cut crossings and write `order`.
+
+`graph.options.crossing_strategy` chooses the first order, `thoroughness` bounds the sweeps (TypeError
+if it is no integer). The result never has more crossings than the first order. (Sugiyama, Tagawa and
+Toda, 1981; Gansner, Koutsofios, North and Vo, 1993, section 3.)
+)doc"},
+    {"place_nodes", with_keywords(run_phase<vorn_layered::place_nodes>), kKeywords,
+     R"doc(place_nodes(graph)
+--
+
+Phase 4: coordinates of all nodes, dummies included.
+
+Writes `x` and `y`. Boxes of a layer keep their spacing where spacings are not negative. (Brandes and
+Koepf, "Fast and Simple Horizontal Coordinate Assignment", 2002.)
+)doc"},
+    {"route_edges", with_keywords(run_phase<vorn_layered::route_edges>), kKeywords,
+     R"doc(route_edges(graph)
+--
+
+Phase 5: bend points of all segments.
+
+Orthogonal segments of a gap that overlap get tracks of their own; layers behind a gap that is too
+narrow move along the flow. Other values of `graph.options.edge_routing` leave straight segments.
+)doc"},
+    {"run_phases", with_keywords(run_phase<vorn_layered::run_phases>), kKeywords,
+     R"doc(run_phases(graph)
+--
+
+Phases 1 to 5 in place on a graph fresh from `build_graph`.
+)doc"},
+    {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace quillan::host

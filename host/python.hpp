@@ -1,0 +1,113 @@
+// The host's C API with owned references and failures as C++ exceptions.
+//
+// Every result of the C API is checked at the call. A failing call throws PythonError with Python's own
+// exception set; `guarded` turns whatever leaves a body back into a Python exception, so that nothing
+// crosses the C boundary.
+
+#ifndef QUILLAN_HOST_PYTHON_HPP_
+#define QUILLAN_HOST_PYTHON_HPP_
+
+#define PY_SSIZE_T_CLEAN
+#include <Python.h>
+
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "core/graph/faults.hpp"
+
+namespace quillan::host {
+
+// Thrown while Python's error indicator is set.
+struct PythonError {};
+
+// An owned reference, or null.
+class Ref {
+ public:
+  Ref() = default;
+  // Takes over a new reference.
+  static Ref steal(PyObject* object) { return Ref(object); }
+  // Adds a reference to a borrowed one.
+  static Ref borrow(PyObject* object) {
+    Py_XINCREF(object);
+    return Ref(object);
+  }
+  Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  Ref& operator=(Ref&& other) noexcept {
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  Ref(const Ref&) = delete;
+  Ref& operator=(const Ref&) = delete;
+  ~Ref() { Py_XDECREF(object_); }
+
+  [[nodiscard]] PyObject* get() const { return object_; }
+  [[nodiscard]] PyObject* release() { return std::exchange(object_, nullptr); }
+  explicit operator bool() const { return object_ != nullptr; }
+
+ private:
+  explicit Ref(PyObject* object) : object_(object) {}
+  PyObject* object_ = nullptr;
+};
+
+// A new reference that must not be null.
+inline Ref check(PyObject* object) {
+  if (object == nullptr) throw PythonError();
+  return Ref::steal(object);
+}
+
+// A status that must not be negative.
+inline int check(int status) {
+  if (status < 0) throw PythonError();
+  return status;
+}
+
+[[noreturn]] inline void fail(PyObject* type, const char* format, PyObject* a = nullptr,
+                              PyObject* b = nullptr) {
+  PyErr_Format(type, format, a, b);
+  throw PythonError();
+}
+
+// Runs `body` and returns what it returns; on an exception sets Python's and returns null.
+template <typename Body>
+PyObject* guarded(Body body) noexcept {
+  try {
+    return body();
+  } catch (const PythonError&) {
+    // Python's own exception is set.
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+  } catch (const vorn_layered::TypeFault& fault) {
+    PyErr_SetString(PyExc_TypeError, fault.what());
+  } catch (const vorn_layered::SizeFault& fault) {
+    PyErr_SetString(PyExc_MemoryError, fault.what());
+  } catch (const std::exception& fault) {
+    PyErr_SetString(PyExc_RuntimeError, fault.what());
+  }
+  return nullptr;
+}
+
+// An exact str from bytes as the core holds them, lone surrogates included.
+inline Ref text_from_bytes(std::string_view bytes) {
+  return check(PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()),
+                                    "surrogatepass"));
+}
+
+// Keeps the cyclic collector from running while many containers are made that it could not free
+// anyway. Allocation otherwise triggers it every few hundred objects.
+class CollectorPause {
+ public:
+  CollectorPause() : was_enabled_(PyGC_Disable() != 0) {}
+  ~CollectorPause() {
+    if (was_enabled_) PyGC_Enable();
+  }
+  CollectorPause(const CollectorPause&) = delete;
+  CollectorPause& operator=(const CollectorPause&) = delete;
+
+ private:
+  bool was_enabled_;
+};
+
+}  // namespace quillan::host
+
+#endif  // QUILLAN_HOST_PYTHON_HPP_

@@ -1,0 +1,168 @@
+#include "host/reader.hpp"
+
+namespace quillan::host {
+
+using vorn_layered::Handle;
+using vorn_layered::Key;
+using vorn_layered::TextSource;
+using vorn_layered::ValueKind;
+
+namespace {
+
+PyObject* object(Handle handle) { return static_cast<PyObject*>(handle); }
+
+// UTF-8 with lone surrogates encoded like any code point.
+Ref encode(PyObject* text) {
+  return check(PyUnicode_AsEncodedString(text, "utf-8", "surrogatepass"));
+}
+
+std::string_view ascii_bytes(PyObject* text) {
+  return {static_cast<const char*>(PyUnicode_DATA(text)),
+          static_cast<std::size_t>(PyUnicode_GET_LENGTH(text))};
+}
+
+std::string_view bytes_of(PyObject* bytes) {
+  return {PyBytes_AS_STRING(bytes), static_cast<std::size_t>(PyBytes_GET_SIZE(bytes))};
+}
+
+}  // namespace
+
+Ref text_form(PyObject* value) {
+  if (PyUnicode_CheckExact(value)) return Ref::borrow(value);
+  if (PyUnicode_Check(value)) return check(PyUnicode_FromObject(value));
+  Ref text = check(PyObject_Str(value));
+  if (PyUnicode_CheckExact(text.get())) return text;
+  return check(PyUnicode_FromObject(text.get()));
+}
+
+bool PythonReader::is_mapping(PyObject* value) const {
+  if (PyDict_Check(value)) return true;
+  if (PyFloat_CheckExact(value) || PyLong_CheckExact(value) || PyUnicode_CheckExact(value)) {
+    return false;
+  }
+  return check(PyObject_IsInstance(value, state_.mapping)) != 0;
+}
+
+ValueKind PythonReader::kind(Handle value) {
+  PyObject* const object_value = object(value);
+  if (PyFloat_CheckExact(object_value)) return ValueKind::kOther;
+  if (object_value == Py_None) return ValueKind::kNull;
+  if (PyLong_Check(object_value)) return ValueKind::kInteger;
+  return is_mapping(object_value) ? ValueKind::kMapping : ValueKind::kOther;
+}
+
+bool PythonReader::truth(Handle value) { return check(PyObject_IsTrue(object(value))) != 0; }
+
+const TextSource* PythonReader::keep(Ref text) {
+  std::string_view bytes;
+  if (PyUnicode_IS_ASCII(text.get())) {
+    bytes = ascii_bytes(text.get());
+  } else {
+    Ref encoded = encode(text.get());
+    bytes = bytes_of(encoded.get());
+    kept_.push_back(std::move(encoded));
+  }
+  const TextSource* source =
+      arena_.make<TextSource>(bytes, static_cast<const void*>(text.get()));
+  kept_.push_back(std::move(text));
+  return source;
+}
+
+const TextSource* PythonReader::text(Handle value) { return keep(text_form(object(value))); }
+
+std::string_view PythonReader::peek_text(Handle value) {
+  peeked_ = text_form(object(value));
+  if (PyUnicode_IS_ASCII(peeked_.get())) return ascii_bytes(peeked_.get());
+  peeked_ = encode(peeked_.get());
+  return bytes_of(peeked_.get());
+}
+
+double PythonReader::real(Handle value) {
+  PyObject* const number = object(value);
+  if (PyFloat_CheckExact(number)) return PyFloat_AS_DOUBLE(number);
+  if (PyLong_CheckExact(number)) {
+    const double real = PyLong_AsDouble(number);
+    if (real == -1.0 && PyErr_Occurred()) throw PythonError();
+    return real;
+  }
+  const Ref real = check(PyNumber_Float(number));
+  return PyFloat_AS_DOUBLE(real.get());
+}
+
+std::optional<std::int64_t> PythonReader::integer(Handle value) {
+  Ref number;
+  if (PyLong_Check(object(value))) {
+    number = Ref::borrow(object(value));
+  } else {
+    number = Ref::steal(PyNumber_Long(object(value)));
+    if (!number) {
+      // A malformed value has no integer; an infinite one is a failure like any other.
+      if (!PyErr_ExceptionMatches(PyExc_ValueError) && !PyErr_ExceptionMatches(PyExc_TypeError)) {
+        throw PythonError();
+      }
+      PyErr_Clear();
+      return std::nullopt;
+    }
+  }
+  int overflow = 0;
+  const std::int64_t integer = PyLong_AsLongLongAndOverflow(number.get(), &overflow);
+  if (overflow != 0) return overflow > 0 ? INT64_MAX : INT64_MIN;
+  return integer;
+}
+
+Handle PythonReader::get(Handle mapping, Key key) {
+  if (PyDict_CheckExact(object(mapping))) {
+    PyObject* const value = PyDict_GetItemWithError(object(mapping), state_.key(key));
+    if (value == nullptr && PyErr_Occurred()) throw PythonError();
+    Py_XINCREF(value);
+    return value;
+  }
+  Ref value = check(PyObject_CallMethodObjArgs(object(mapping), state_.field(Field::kGet),
+                                               state_.key(key), state_.absent, nullptr));
+  return value.get() == state_.absent ? nullptr : value.release();
+}
+
+Handle PythonReader::require(Handle mapping, Key key) {
+  if (!PyDict_CheckExact(object(mapping))) {
+    return check(PyObject_GetItem(object(mapping), state_.key(key))).release();
+  }
+  const Handle value = get(mapping, key);
+  if (value == nullptr) {
+    PyErr_SetObject(PyExc_KeyError, state_.key(key));
+    throw PythonError();
+  }
+  return value;
+}
+
+void PythonReader::walk(Handle value, const std::function<void(Handle)>& visit) {
+  PyObject* const sequence = object(value);
+  if (PyList_CheckExact(sequence)) {
+    // The list may shrink or grow while its items are converted.
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(sequence); ++i) {
+      const Ref item = Ref::borrow(PyList_GET_ITEM(sequence, i));
+      visit(item.get());
+    }
+    return;
+  }
+  const Ref iterator = check(PyObject_GetIter(sequence));
+  while (const Ref item = Ref::steal(PyIter_Next(iterator.get()))) visit(item.get());
+  if (PyErr_Occurred()) throw PythonError();
+}
+
+void PythonReader::check_mapping(Handle value) {
+  if (is_mapping(object(value))) return;
+  PyErr_Format(PyExc_TypeError, "nodes and edges must be mappings, not %.200s",
+               Py_TYPE(object(value))->tp_name);
+  throw PythonError();
+}
+
+void PythonReader::release(Handle value) noexcept { Py_DECREF(object(value)); }
+
+std::span<const Handle> items_of(PyObject* list) {
+  static_assert(sizeof(Handle) == sizeof(PyObject*));
+  // An object pointer read as a void pointer: same size and representation wherever CPython runs.
+  return {reinterpret_cast<Handle*>(PySequence_Fast_ITEMS(list)),
+          static_cast<std::size_t>(PyList_GET_SIZE(list))};
+}
+
+}  // namespace quillan::host

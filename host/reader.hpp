@@ -1,0 +1,55 @@
+// PythonReader: the core's view of Python values.
+
+#ifndef QUILLAN_HOST_READER_HPP_
+#define QUILLAN_HOST_READER_HPP_
+
+#include <vector>
+
+#include "core/exchange/value.hpp"
+#include "core/graph/arena.hpp"
+#include "host/state.hpp"
+
+namespace quillan::host {
+
+// Serves one call. Values of the exact built-in types are read directly; all others go through
+// Python's own protocols, with Python's own exceptions. Texts that the core keeps are kept alive here,
+// since the payload may change while it is read.
+class PythonReader final : public vorn_layered::ValueReader {
+ public:
+  // `arena` holds the texts and must live as long as what is made from them.
+  PythonReader(const State& state, vorn_layered::Arena& arena) : state_(state), arena_(arena) {}
+
+  vorn_layered::ValueKind kind(vorn_layered::Handle value) override;
+  bool truth(vorn_layered::Handle value) override;
+  const vorn_layered::TextSource* text(vorn_layered::Handle value) override;
+  std::string_view peek_text(vorn_layered::Handle value) override;
+  double real(vorn_layered::Handle value) override;
+  std::optional<std::int64_t> integer(vorn_layered::Handle value) override;
+  vorn_layered::Handle get(vorn_layered::Handle mapping, vorn_layered::Key key) override;
+  vorn_layered::Handle require(vorn_layered::Handle mapping, vorn_layered::Key key) override;
+  void walk(vorn_layered::Handle value,
+            const std::function<void(vorn_layered::Handle)>& visit) override;
+  void check_mapping(vorn_layered::Handle value) override;
+  void release(vorn_layered::Handle value) noexcept override;
+
+  // Keeps `text`, an exact str, and returns its source.
+  const vorn_layered::TextSource* keep(Ref text);
+
+ private:
+  bool is_mapping(PyObject* value) const;
+
+  const State& state_;
+  vorn_layered::Arena& arena_;
+  std::vector<Ref> kept_;
+  Ref peeked_;  // what the last peek_text() made
+};
+
+// The exact str that is the text form of `value`.
+Ref text_form(PyObject* value);
+
+// The handles of a list's items. The list must stay unchanged while they are used.
+std::span<const vorn_layered::Handle> items_of(PyObject* list);
+
+}  // namespace quillan::host
+
+#endif  // QUILLAN_HOST_READER_HPP_

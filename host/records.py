@@ -1,0 +1,230 @@
+"""Layered graph layout for node editors: `layout(nodes, edges)` gives positions and routes.
+
+A graph with a direction of flow is drawn in layers: cycles are broken, nodes get layers, the order
+inside each layer is chosen to avoid crossings, coordinates are assigned, and edges are routed
+orthogonally through the gaps between layers. Results are exact and repeatable to the last bit.
+
+Most callers need `layout`, `LayoutOptions` and `Direction` only. The other names let one run the
+phases one at a time on an `LGraph` and look inside.
+
+Lengths and coordinates are in the caller's own units (pixels, as a rule). Two frames exist: the
+caller's frame, in which sizes and positions are given and results come back, and the normalised
+frame of `LGraph`, in which the flow runs along increasing x whatever the direction of the drawing.
+"""
+
+import dataclasses as _dataclasses
+import enum as _enum
+
+
+class Direction(_enum.StrEnum):
+    """Where the flow of a drawing runs. Every value is its own name as text."""
+
+    RIGHT = "RIGHT"
+    LEFT = "LEFT"
+    DOWN = "DOWN"
+    UP = "UP"
+
+    @property
+    def is_transposed(self):
+        """True where the flow axis is y in the caller's frame: for DOWN and UP."""
+        return _is_transposed(self)
+
+    @property
+    def is_reversed(self):
+        """True where the flow runs towards decreasing coordinates: for LEFT and UP."""
+        return _is_reversed(self)
+
+
+class PortSide(_enum.StrEnum):
+    """The side of a port in the normalised frame: edges enter at WEST and leave at EAST."""
+
+    WEST = "WEST"
+    EAST = "EAST"
+
+
+class NodeKind(_enum.StrEnum):
+    """NORMAL is a node of the caller, LONG_EDGE a dummy that splits a long edge."""
+
+    NORMAL = "NORMAL"
+    LONG_EDGE = "LONG_EDGE"
+
+
+AUTO = "AUTO"
+
+
+@_dataclasses.dataclass
+class LayoutOptions:
+    """What a caller can ask of a layout. Any subset of the fields may be given by keyword.
+
+    direction: where the flow runs, a `Direction` or its text.
+    interactive: keep the arrangement that the nodes' `x` and `y` show: it turns the three automatic
+        strategies into "INTERACTIVE".
+    cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
+    layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "LONGEST_PATH" or
+        "INTERACTIVE".
+    crossing_strategy: "LAYER_SWEEP", "INTERACTIVE" or "NONE".
+    placement_strategy: "SIMPLE" or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
+    edge_routing: "ORTHOGONAL" or "POLYLINE".
+    spacing_node_node: gap across the flow between two nodes of a layer.
+    spacing_node_node_between_layers: gap along the flow between two layers.
+    spacing_edge_edge: gap across the flow between two long edges, and the least pitch of tracks.
+    spacing_edge_node: gap across the flow between a long edge and a node, and the margin between
+        nodes and the tracks beside them.
+    padding_left, padding_top: least coordinates of the drawing along and across the flow.
+    thoroughness: bound on the sweeps that reduce crossings; below 1 counts as 1.
+
+    Strategies are compared exactly; an unknown text takes the last choice of its phase.
+    """
+
+    direction: Direction = Direction.RIGHT
+    interactive: bool = False
+    cycle_breaking_strategy: str = AUTO
+    layering_strategy: str = AUTO
+    crossing_strategy: str = AUTO
+    placement_strategy: str = "BRANDES_KOEPF"
+    edge_routing: str = "ORTHOGONAL"
+    spacing_node_node: float = 30.0
+    spacing_node_node_between_layers: float = 60.0
+    spacing_edge_edge: float = 10.0
+    spacing_edge_node: float = 12.0
+    padding_left: float = 24.0
+    padding_top: float = 24.0
+    thoroughness: int = 7
+
+    def resolved(self):
+        """A new `LayoutOptions` in which every strategy that is "AUTO" is pinned to a value.
+
+        "GREEDY", "NETWORK_SIMPLEX" and "LAYER_SWEEP", or "INTERACTIVE" three times where
+        `interactive` is on. Explicit values stay. Calling it again changes nothing.
+        """
+        return _resolved(self)
+
+
+@_dataclasses.dataclass(eq=False)
+class LPort:
+    """A connection point on one side of a node.
+
+    offset is the distance from the node's origin along the cross axis; index counts the ports of the
+    side from 0. No phase changes side, index or offset.
+    """
+
+    id: str
+    node: object = _dataclasses.field(repr=False)
+    side: PortSide
+    index: int
+    offset: float = 0.0
+
+    @property
+    def x(self):
+        """Flow-axis position in the graph: the near side of the node for WEST, the far for EAST."""
+        return _port_x(self)
+
+    @property
+    def y(self):
+        """Cross-axis position in the graph."""
+        return _port_y(self)
+
+
+@_dataclasses.dataclass(eq=False)
+class LNode:
+    """A node of the layered graph in the normalised frame: a real node or a dummy.
+
+    width and x run along the flow axis, height and y across it; x and y are the near corner.
+    origin_x and origin_y are where the caller had the node, None where the caller said nothing.
+    """
+
+    id: str
+    width: float = 0.0
+    height: float = 0.0
+    kind: NodeKind = NodeKind.NORMAL
+    origin_x: float | None = None
+    origin_y: float | None = None
+    layer: int = 0
+    order: int = 0
+    x: float = 0.0
+    y: float = 0.0
+    in_ports: list[LPort] = _dataclasses.field(default_factory=list)
+    out_ports: list[LPort] = _dataclasses.field(default_factory=list)
+
+    @property
+    def is_dummy(self):
+        """True for a node that holds the place of a long edge."""
+        return self.kind != NodeKind.NORMAL
+
+    @property
+    def ports(self):
+        """A new list of the input ports followed by the output ports."""
+        return [*self.in_ports, *self.out_ports]
+
+    def cross_center(self):
+        """The middle of the box along the cross axis."""
+        return _cross_center(self)
+
+
+# Set here, since a forward reference would have to look the module up by name while it is made.
+LPort.__annotations__["node"] = LPort.__dataclass_fields__["node"].type = LNode
+
+
+@_dataclasses.dataclass(eq=False)
+class LEdge:
+    """One segment of a connection, in layering direction.
+
+    origin_id is the id of the caller's edge that it belongs to. bend_points are (x, y) tuples between
+    source and target, in that order.
+    """
+
+    id: str
+    source: LPort
+    target: LPort
+    origin_id: str
+    reversed: bool = False
+    bend_points: list[tuple[float, float]] = _dataclasses.field(default_factory=list)
+
+    @property
+    def source_node(self):
+        """The node of the source port."""
+        return self.source.node
+
+    @property
+    def target_node(self):
+        """The node of the target port."""
+        return self.target.node
+
+
+@_dataclasses.dataclass(eq=False)
+class LGraph:
+    """The intermediate graph on which the phases work, in the normalised frame.
+
+    nodes are the real nodes in payload order, then the dummies in order of creation. edges are all
+    current segments. chains maps the id of a caller's edge to its segments in flow order,
+    reversed_originals the same id to whether phase 1 flipped the edge. layers lists the nodes of
+    each layer in order.
+    """
+
+    nodes: list[LNode] = _dataclasses.field(default_factory=list)
+    edges: list[LEdge] = _dataclasses.field(default_factory=list)
+    options: LayoutOptions = _dataclasses.field(default_factory=LayoutOptions)
+    chains: dict[str, list[LEdge]] = _dataclasses.field(default_factory=dict)
+    reversed_originals: dict[str, bool] = _dataclasses.field(default_factory=dict)
+    layers: list[list[LNode]] = _dataclasses.field(default_factory=list)
+    _counter: int = 0
+
+    def next_id(self, prefix):
+        """The prefix, "#" and the next number of the graph's one counter, which starts at 1."""
+        return _next_id(self, prefix)
+
+    def node_by_id(self, node_id):
+        """The first node with this id, or None. Linear in the nodes."""
+        return next((node for node in self.nodes if node.id == node_id), None)
+
+    def real_nodes(self):
+        """A new list of the nodes that are no dummies, in `nodes` order."""
+        return [node for node in self.nodes if not node.is_dummy]
+
+    def rebuild_layers(self):
+        """Regroup the nodes into `layers` by their layer and renumber `order`.
+
+        Inside a layer nodes sort by `order`, equal ones in `nodes` order. Raises ValueError for a
+        layer below 0.
+        """
+        _rebuild_layers(self)

@@ -1,0 +1,102 @@
+// What the module holds between calls: constants only, one set per interpreter.
+
+#ifndef QUILLAN_HOST_STATE_HPP_
+#define QUILLAN_HOST_STATE_HPP_
+
+#include <array>
+
+#include "core/exchange/value.hpp"
+#include "host/python.hpp"
+
+namespace quillan::host {
+
+// The text of a Key.
+inline constexpr std::array<const char*, vorn_layered::KEY_COUNT> KEY_TEXTS = {
+    "id",     "width",  "height", "x",      "y",           "input_ports",
+    "output_ports", "offset", "source", "target", "source_port", "target_port"};
+
+// The attributes of the records that the host reads and writes.
+enum class Field : std::uint8_t {
+  kId,
+  kNode,
+  kSide,
+  kIndex,
+  kOffset,
+  kWidth,
+  kHeight,
+  kKind,
+  kOriginX,
+  kOriginY,
+  kLayer,
+  kOrder,
+  kX,
+  kY,
+  kInPorts,
+  kOutPorts,
+  kSource,
+  kTarget,
+  kOriginId,
+  kReversed,
+  kBendPoints,
+  kNodes,
+  kEdges,
+  kOptions,
+  kChains,
+  kReversedOriginals,
+  kLayers,
+  kCounter,
+  kGet,
+  kCount,
+};
+inline constexpr std::array<const char*, static_cast<std::size_t>(Field::kCount)> FIELD_TEXTS = {
+    "id",     "node",    "side",      "index",   "offset",   "width",    "height",
+    "kind",   "origin_x", "origin_y", "layer",   "order",    "x",        "y",
+    "in_ports", "out_ports", "source", "target", "origin_id", "reversed", "bend_points",
+    "nodes",  "edges",   "options",   "chains",  "reversed_originals", "layers", "_counter",
+    "get"};
+
+struct State {
+  PyObject* keys[vorn_layered::KEY_COUNT];                       // interned
+  PyObject* fields[static_cast<std::size_t>(Field::kCount)];  // interned
+  PyObject* mapping;  // collections.abc.Mapping
+  PyObject* absent;   // what a look-up gives for a key that is not there
+  // The records, as the module's own Python source defines them.
+  PyObject* direction;
+  PyObject* port_side;
+  PyObject* node_kind;
+  PyObject* layout_options;
+  PyObject* lport;
+  PyObject* lnode;
+  PyObject* ledge;
+  PyObject* lgraph;
+
+  [[nodiscard]] PyObject* key(vorn_layered::Key key) const {
+    return keys[static_cast<std::size_t>(key)];
+  }
+  [[nodiscard]] PyObject* field(Field field) const {
+    return fields[static_cast<std::size_t>(field)];
+  }
+
+  template <typename Visit>
+  int for_each(Visit visit) {
+    for (PyObject*& key : keys) {
+      if (const int status = visit(key)) return status;
+    }
+    for (PyObject*& name : fields) {
+      if (const int status = visit(name)) return status;
+    }
+    for (PyObject** object : {&mapping, &absent, &direction, &port_side, &node_kind,
+                              &layout_options, &lport, &lnode, &ledge, &lgraph}) {
+      if (const int status = visit(*object)) return status;
+    }
+    return 0;
+  }
+};
+
+inline State& state_of(PyObject* module) {
+  return *static_cast<State*>(PyModule_GetState(module));
+}
+
+}  // namespace quillan::host
+
+#endif  // QUILLAN_HOST_STATE_HPP_
