@@ -1,0 +1,218 @@
+# Checks beyond the tests, for `./dev check`; sourced by it. To add one: write check_NAME, list its
+# Debian packages if it needs any beyond a build's, and put NAME into USUAL_CHECKS.
+# shellcheck shell=bash
+
+USUAL_CHECKS=(format compilers sanitizers tidy cppcheck)
+
+# The versions of Debian 12: formatting and findings differ from one release to the next.
+declare -A CHECK_PACKAGES=(
+  [format]="clang-format-14"
+  [compilers]="g++ clang-14"
+  [sanitizers]="g++ clang-14 libclang-rt-14-dev libgtest-dev"
+  [tidy]="clang-14 clang-tidy-14 libgtest-dev"
+  [cppcheck]="cppcheck"
+  [fuzz]="clang-14 libclang-rt-14-dev"
+)
+readonly CLANG=clang++-14
+
+check_format() {
+  run_format --check
+}
+
+# Results must not depend on the compiler or on what its optimiser may do.
+check_compilers() {
+  compare_golden gcc-O0 g++ -O0
+  compare_golden gcc-O3 g++ -O3
+  compare_golden clang-O2 "$CLANG" -O2
+}
+
+# compare_golden NAME COMPILER FLAG: build the module so and compare its results with the golden ones.
+compare_golden() {
+  local dir=build/check/$1
+  printf -- '-- %s\n' "$1"
+  CXX=$2 configure release "$dir" -DQUILLAN_WERROR=ON -DCMAKE_BUILD_TYPE= "-DCMAKE_CXX_FLAGS=$3"
+  cmake --build "$dir" --target vorn_layered
+  exports_only_init "$dir"/python/quillan/core/vorn_layered.*.so
+  host_tests "$ROOT/$dir/python" -p test_golden.py
+}
+
+# Another module of the same process may hold symbols of the same names as ours.
+exports_only_init() {
+  local symbols
+  symbols=$(nm --dynamic --defined-only --format=just-symbols "$1")
+  [[ $symbols == PyInit_vorn_layered ]] || die "$1 exports more than its initialiser: ${symbols//$'\n'/ }"
+}
+
+check_sanitizers() {
+  local clang_runtime
+  clang_runtime=$("$CLANG" -print-file-name="libclang_rt.asan-$(uname -m).so")
+  sanitized_tests build/asan g++ "$(g++ -print-file-name=libasan.so)"
+  sanitized_tests build/check/asan-clang "$CLANG" "$clang_runtime"
+}
+
+# sanitized_tests DIRECTORY COMPILER RUNTIME
+sanitized_tests() {
+  local dir=$1 runtime=$3 cpp
+  printf -- '-- %s\n' "$2"
+  CXX=$2 configure asan "$dir" -DQUILLAN_WERROR=ON -DQUILLAN_TESTS=ON
+  cmake --build "$dir"
+  ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 core_tests "$dir"
+  # The interpreter knows nothing of sanitizers, so their runtime comes first by force. The C++
+  # library comes with it: a runtime that starts without one cannot follow exceptions later. The
+  # interpreter keeps memory at exit, which is no leak of ours; with its own allocator out of the
+  # way, a read past the end of one of its objects is seen.
+  cpp=$(g++ -print-file-name=libstdc++.so.6)
+  LD_PRELOAD="$runtime:$cpp" ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
+    PYTHONMALLOC=malloc host_tests "$ROOT/$dir/python"
+}
+
+check_tidy() {
+  CXX=$CLANG configure release build/check/tidy -DQUILLAN_TESTS=ON
+  run-clang-tidy-14 -quiet -p build/check/tidy '/(core|host|tests|bench|fuzz)/.*\.cpp$'
+}
+
+check_cppcheck() {
+  cppcheck --quiet --std=c++20 --language=c++ -j "$(nproc)" -I . --inline-suppr \
+    --enable=warning,performance,portability --error-exitcode=1 --file-list=<(cpp_sources)
+}
+
+# A wheel holds the module, its stub and the typing marker and nothing else: a file of another
+# owner's `quillan` or `quillan.core` in it would cover theirs.
+check_packaging() {
+  local work=$ROOT/build/check/packaging from
+  rm -rf "$work"
+  "$PYTHON" -m venv "$work/venv"
+  local own=$work/venv/bin/python
+  "$own" -m pip install --quiet build==1.6.1
+  "$own" -m build --outdir "$work/from-sdist" .  # the sdist, and the wheel from it
+  "$own" -m build --wheel --outdir "$work/from-tree" .
+  for from in from-tree from-sdist; do
+    "$own" -m zipfile -e "$work/$from"/*.whl "$work/$from/files"
+    (cd "$work/$from/files" && find . -type f | sed 's/^..//' | LC_ALL=C sort) >"$work/$from.txt"
+  done
+  diff "$work/from-tree.txt" "$work/from-sdist.txt"
+  diff -r -x '*.so' -x RECORD "$work/from-tree/files" "$work/from-sdist/files"
+  only_own_files "$work/from-tree.txt"
+
+  "$own" -m pip install --quiet .
+  cd "$work"
+  PYTHON=$own unit_tests "$ROOT/tests" -s "$ROOT/tests/host" -t "$ROOT/tests"
+}
+
+# only_own_files LIST: as the wheel must hold them.
+only_own_files() {
+  local names
+  names=$(sed -E 's/^[^/]*\.dist-info\/.*/dist-info/; s/\.(cpython|abi3)[^/]*\.so$/.so/' "$1" | uniq)
+  diff <(printf '%s\n' "$names" | LC_ALL=C sort -u) <(printf '%s\n' dist-info \
+    quillan/core/py.typed quillan/core/vorn_layered.pyi quillan/core/vorn_layered.so)
+}
+
+check_typing() {
+  build_release_module
+  local own
+  own=$(venv typing mypy==2.4.1)
+  export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
+  "$own" -m mypy.stubtest quillan.core.vorn_layered
+  "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py bench/run.py
+  PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
+}
+
+check_editor() {
+  build_release_module
+  local own pins
+  mapfile -t pins < <(lines_of tests/editor/requirements.txt)
+  own=$(venv editor "${pins[@]}")
+  PYTHON=$own QT_QPA_PLATFORM=offscreen unit_tests \
+    "$ROOT/$RELEASE/python:$ROOT/examples" -s tests/editor
+}
+
+check_docs() {
+  build_release_module
+  PYTHONPATH=$ROOT/$RELEASE/python "$PYTHON" docs/run_blocks.py
+}
+
+check_fuzz() {
+  fuzz_for 20 1
+}
+
+# fuzz_for SECONDS SEED: that long in the core, then that long at the Python border.
+fuzz_for() {
+  local seconds=$1 seed=$2 dir=build/fuzz
+  printf -- '-- seed %s\n' "$seed"
+  # shellcheck disable=SC2086 # a list of words
+  need_build ${CHECK_PACKAGES[fuzz]}
+  CXX=$CLANG configure asan "$dir" -DQUILLAN_FUZZ=ON
+  cmake --build "$dir" --target core_fuzz
+  mkdir -p "$dir/corpus"
+  "$dir/fuzz/core_fuzz" -seed="$seed" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+    -artifact_prefix="$dir/" "$dir/corpus"
+  build_release_module
+  PYTHONPATH=$ROOT/$RELEASE/python "$PYTHON" fuzz/border.py --seconds "$seconds" --seed "$seed"
+}
+
+# venv NAME PIN...: an environment that holds these packages, kept between runs; prints its python.
+venv() {
+  local dir=build/check/venv-$1 identity
+  shift
+  identity=$(printf '%s\n' "$ROOT" "$PYTHON" "$PYTHON_ID" "$@")
+  if [[ $(cat "$dir/dev-identity" 2>/dev/null) != "$identity" ]]; then
+    rm -rf "$dir"
+    "$PYTHON" -m venv "$dir"
+    "$dir/bin/python" -m pip install --quiet "$@" >&2
+    printf '%s\n' "$identity" >"$dir/dev-identity"
+  fi
+  printf '%s\n' "$ROOT/$dir/bin/python"
+}
+
+# lines_of FILE: without comments and empty lines.
+lines_of() {
+  sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$1"
+}
+
+# Says all missing packages of the wanted checks at once, rather than those of the first to fail.
+need_for_checks() {
+  local name packages=()
+  for name in "$@"; do
+    # shellcheck disable=SC2206 # a list of words
+    packages+=(${CHECK_PACKAGES[$name]-})
+    case $name in
+      packaging | typing | editor)
+        # Debian's interpreter comes without what a virtual environment is made from.
+        [[ $(command -v python3) != /usr/bin/* ]] || packages+=(python3-venv) ;;&
+      editor) mapfile -t -O "${#packages[@]}" packages < <(lines_of tests/editor/debian-packages.txt) ;;
+    esac
+  done
+  need_build "${packages[@]}"
+}
+
+# all_checks [NAME...]: the named checks or the usual ones, all of them whatever fails.
+all_checks() {
+  local name status started failed=0 table=()
+  (($#)) || set -- "${USUAL_CHECKS[@]}"
+  for name in "$@"; do
+    declare -F "check_$name" >/dev/null || die "no check '$name'"
+  done
+  need_for_checks "$@"
+  for name in "$@"; do
+    printf '\n== %s\n' "$name"
+    started=$SECONDS
+    # Not `if ( ... )` nor `( ... ) || ...`: in a condition bash goes on after a failed command.
+    set +e
+    (
+      set -e
+      "check_$name"
+    )
+    status=$?
+    set -e
+    if ((status == 0)); then
+      status=passed
+    else
+      status=FAILED
+      failed=1
+    fi
+    table+=("$(printf '%-12s %-7s %4d s' "$name" "$status" $((SECONDS - started)))")
+  done
+  printf '\n'
+  printf '%s\n' "${table[@]}"
+  return "$failed"
+}
