@@ -1,0 +1,99 @@
+"""Seeded payloads for the benchmark: what editors, trees and long tangles look like.
+
+Every function returns `(nodes, edges)` as `layout` takes them. The same arguments give the same
+payload on every machine.
+"""
+
+import random
+
+
+def _size(rng, low, high, decimal):
+    return rng.randint(low * 10, high * 10) / 10 if decimal else rng.randint(low, high)
+
+
+def _node(rng, number, x, y, decimal):
+    return {
+        "id": f"node{number}",
+        "width": _size(rng, 80, 240, decimal),
+        "height": _size(rng, 40, 160, decimal),
+        "x": x,
+        "y": y,
+        "input_ports": rng.randint(1, 4),
+        "output_ports": rng.randint(1, 4),
+    }
+
+
+def _edge(rng, number, source, target):
+    return {
+        "id": f"edge{number}",
+        "source": f"node{source}",
+        "target": f"node{target}",
+        "source_port": rng.randint(0, 3),
+        "target_port": rng.randint(0, 3),
+    }
+
+
+def editor(count, decimal=False, seed=1):
+    """A node graph as people draw them: columns, mostly short edges, 1.6 edges a node."""
+    rng = random.Random(seed)
+    columns = max(3, round(count**0.5))
+    column_of = sorted(rng.randrange(columns) for _ in range(count))
+    members = [[] for _ in range(columns)]
+    for number, column in enumerate(column_of):
+        members[column].append(number)
+    nodes = [
+        _node(rng, number, 260 * column, 180 * members[column].index(number), decimal)
+        for number, column in enumerate(column_of)
+    ]
+    edges = []
+    while len(edges) < count * 1.6:
+        source = rng.randrange(count)
+        step = rng.choices((1, 2, 3, 5), (80, 12, 6, 2))[0]
+        behind = members[min(column_of[source] + step, columns - 1)]
+        if not behind or column_of[source] == columns - 1:
+            continue
+        # Wires mostly lead to about the same height.
+        row = members[column_of[source]].index(source) * len(behind) / len(
+            members[column_of[source]]
+        )
+        target = behind[min(max(round(rng.gauss(row, 2.0)), 0), len(behind) - 1)]
+        edges.append(_edge(rng, len(edges), source, target))
+    rng.shuffle(nodes)
+    return nodes, edges
+
+
+def tree(count, seed=2):
+    """A tree in which every node has at most four children."""
+    rng = random.Random(seed)
+    nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
+    edges = [
+        _edge(rng, number, max(0, (number - rng.randint(0, 2)) // 3), number + 1)
+        for number in range(count - 1)
+    ]
+    return nodes, edges
+
+
+def tangle(count, seed=3):
+    """A sparse random graph: 1.2 edges a node, ends anywhere, so that many edges are long."""
+    rng = random.Random(seed)
+    nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
+    edges = []
+    while len(edges) < count * 1.2:
+        source, target = rng.randrange(count), rng.randrange(count)
+        if source < target or rng.random() < 0.02:
+            edges.append(_edge(rng, len(edges), source, target))
+    return nodes, edges
+
+
+def islands(count, seed=4):
+    """Many components of one to eight nodes."""
+    rng = random.Random(seed)
+    nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
+    edges = []
+    first = 0
+    while first < count:
+        size = min(rng.randint(1, 8), count - first)
+        for number in range(first + 1, first + size):
+            edges.append(_edge(rng, len(edges), rng.randrange(first, number), number))
+        first += size
+    return nodes, edges
