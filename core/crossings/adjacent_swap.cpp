@@ -3,71 +3,138 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/graph/index_set.hpp"
-
 namespace quillan::vorn_layered {
 
 namespace {
 
-// The crossings of `first` standing before `second` minus those of the reverse, for one side.
-std::int64_t side_gain(std::span<const Key64> first, std::span<const Key64> second) {
-  if (first.empty() || second.empty()) return 0;
-  if (first.size() == 1 && second.size() == 1) {
-    return static_cast<std::int64_t>(first[0] > second[0]) -
-           static_cast<std::int64_t>(first[0] < second[0]);
+// What a node of the scan has on one side: how many keys, and the range that they lie in.
+struct Range {
+  EndKey first;
+  EndKey last;
+  std::int32_t count;
+};
+
+struct Entry {
+  Range up;
+  Range down;
+  std::int32_t slot;
+};
+
+Range range_of(std::span<const EndKey> keys) {
+  if (keys.empty()) return {0, 0, 0};
+  return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size())};
+}
+
+// The crossings of one side with the first node before the second, minus those of the reverse.
+struct SideGain {
+  std::int64_t gain;  // if the ranges lie apart
+  bool overlap;       // if they do not, and the keys themselves must be compared
+};
+
+SideGain gain_of_ranges(const Range& first, const Range& second) {
+  const std::int64_t pairs = std::int64_t{first.count} * second.count;
+  const int sign = static_cast<int>(first.first > second.last) -
+                   static_cast<int>(first.last < second.first);
+  // Two single keys that overlap are equal: one port, and no crossing either way round.
+  return {sign * pairs, sign == 0 && pairs > 1};
+}
+
+std::int64_t gain_of_keys(std::span<const EndKey> first, std::span<const EndKey> second) {
+  constexpr std::size_t kFew = 32;
+  if (first.size() * second.size() > kFew) {
+    return _sorted_cross_pairs(first, second) - _sorted_cross_pairs(second, first);
   }
-  return _sorted_cross_pairs(first, second) - _sorted_cross_pairs(second, first);
+  std::int64_t gain = 0;
+  for (const EndKey a : first) {
+    for (const EndKey b : second) gain += static_cast<int>(a > b) - static_cast<int>(a < b);
+  }
+  return gain;
 }
 
-bool may_cross(std::span<const Key64> first, std::span<const Key64> second) {
-  return !first.empty() && !second.empty() && first.back() > second.front();
+bool should_swap(const LayerOrders& orders, const Entry& first, const Entry& second) {
+  SideGain up = gain_of_ranges(first.up, second.up);
+  SideGain down = gain_of_ranges(first.down, second.down);
+  if (up.overlap) {
+    up.gain = gain_of_keys(orders.keys(first.slot, Reference::UPPER),
+                           orders.keys(second.slot, Reference::UPPER));
+  }
+  if (down.overlap) {
+    down.gain = gain_of_keys(orders.keys(first.slot, Reference::LOWER),
+                             orders.keys(second.slot, Reference::LOWER));
+  }
+  return up.gain + down.gain > 0;
 }
 
-bool should_swap(const LayerOrders& orders, std::int32_t first, std::int32_t second) {
-  const std::span<const Key64> up_first = orders.keys(first, Reference::UPPER);
-  const std::span<const Key64> up_second = orders.keys(second, Reference::UPPER);
-  const std::span<const Key64> down_first = orders.keys(first, Reference::LOWER);
-  const std::span<const Key64> down_second = orders.keys(second, Reference::LOWER);
-  // Without a crossing as they stand there is nothing to gain.
-  if (!may_cross(up_first, up_second) && !may_cross(down_first, down_second)) return false;
-  return side_gain(up_first, up_second) + side_gain(down_first, down_second) > 0;
+// Pairs by the index of their first member, ascending.
+using Pairs = std::span<std::int32_t>;
+
+// The scan over all pairs: one node is carried along and set down where the next one stays behind it.
+// Fills `again` with the pairs in front of an exchange and returns their number.
+std::size_t scan_all(const LayerOrders& orders, std::span<Entry> entries, Pairs again) {
+  std::size_t count = 0;
+  Entry carried = entries[0];
+  for (std::size_t index = 0; index + 1 < entries.size(); ++index) {
+    const Entry& next = entries[index + 1];
+    if (should_swap(orders, carried, next)) {
+      entries[index] = next;
+      again[count++] = static_cast<std::int32_t>(index) - 1;
+    } else {
+      entries[index] = carried;
+      carried = next;
+    }
+  }
+  entries.back() = carried;
+  return count;
+}
+
+// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair behind
+// each exchange of this scan. Fills `again` like scan_all().
+std::size_t scan_moved(const LayerOrders& orders, std::span<Entry> entries,
+                       std::span<const std::int32_t> moved, Pairs again) {
+  const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
+  std::size_t count = 0;
+  std::int32_t behind = pairs;  // the pair behind the last exchange; `pairs` for none
+  for (std::size_t turn = 0; turn < moved.size() || behind < pairs;) {
+    const std::int32_t index = turn < moved.size() ? std::min(moved[turn], behind) : behind;
+    if (turn < moved.size() && moved[turn] == index) ++turn;
+    behind = pairs;
+    // The first node has no pair in front of it.
+    if (index < 0 || !should_swap(orders, entries[index], entries[index + 1])) continue;
+    std::swap(entries[index], entries[index + 1]);
+    again[count++] = index - 1;
+    behind = index + 1;
+  }
+  return count;
 }
 
 }  // namespace
 
-std::int64_t _sorted_cross_pairs(std::span<const Key64> left, std::span<const Key64> right) {
+std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right) {
   std::int64_t count = 0;
-  for (const Key64 value : left) {
+  for (const EndKey value : left) {
     count += std::lower_bound(right.begin(), right.end(), value) - right.begin();
   }
   return count;
 }
 
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered) {
-  const std::int32_t pairs = static_cast<std::int32_t>(ordered.size()) - 1;
-  if (pairs < 1) return;
+  if (ordered.size() < 2) return;
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
-  IndexSet pending(pairs, scratch);  // pairs with a member that moved since they were looked at
-  bool improved = false;
-  for (std::int32_t index = 0; index < pairs; ++index) {
-    if (!should_swap(orders, ordered[index], ordered[index + 1])) continue;
-    std::swap(ordered[index], ordered[index + 1]);
-    improved = true;
-    if (index > 0) pending.insert(index - 1);
+  const std::span<Entry> entries = scratch.raw_array<Entry>(ordered.size());
+  for (std::size_t i = 0; i < ordered.size(); ++i) {
+    entries[i] = {range_of(orders.keys(ordered[i], Reference::UPPER)),
+                  range_of(orders.keys(ordered[i], Reference::LOWER)), ordered[i]};
   }
+  Pairs moved = scratch.raw_array<std::int32_t>(ordered.size());
+  Pairs again = scratch.raw_array<std::int32_t>(ordered.size());
+  std::size_t count = scan_all(orders, entries, again);
   const std::int64_t cap = 4 * static_cast<std::int64_t>(ordered.size());
-  for (std::int64_t scan = 1; improved && scan < cap; ++scan) {
-    improved = false;
-    for (std::int32_t index = pending.next(0); index >= 0; index = pending.next(index + 1)) {
-      pending.erase(index);
-      if (!should_swap(orders, ordered[index], ordered[index + 1])) continue;
-      std::swap(ordered[index], ordered[index + 1]);
-      improved = true;
-      if (index > 0) pending.insert(index - 1);
-      if (index + 1 < pairs) pending.insert(index + 1);
-    }
+  for (std::int64_t scan = 1; count > 0 && scan < cap; ++scan) {
+    std::swap(moved, again);
+    count = scan_moved(orders, entries, moved.first(count), again);
   }
+  for (std::size_t i = 0; i < ordered.size(); ++i) ordered[i] = entries[i].slot;
 }
 
 }  // namespace quillan::vorn_layered

@@ -11,7 +11,7 @@
 namespace quillan::vorn_layered {
 
 // The pairs (a from `left`, b from `right`) with b < a. REQUIRES: `right` ascending. a log b.
-std::int64_t _sorted_cross_pairs(std::span<const Key64> left, std::span<const Key64> right);
+std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right);
 
 // Refines `ordered`, the slots of one layer, in place: scans over all adjacent pairs, each exchanging a
 // pair when that strictly lowers the crossings towards both neighbouring layers together, until a

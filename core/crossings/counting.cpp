@@ -6,14 +6,14 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-constexpr Key64 kPortsPerNode = 256;
+constexpr std::int64_t kPortsPerNode = 256;
 constexpr std::size_t kRun = 16;
 
 // Sorts a short run by insertion; every step of an element over a larger one is an inversion.
-std::int64_t insertion_inversions(std::span<Key64> run) {
+std::int64_t insertion_inversions(std::span<std::int64_t> run) {
   std::int64_t inversions = 0;
   for (std::size_t i = 1; i < run.size(); ++i) {
-    const Key64 value = run[i];
+    const std::int64_t value = run[i];
     std::size_t j = i;
     for (; j > 0 && run[j - 1] > value; --j) run[j] = run[j - 1];
     run[j] = value;
@@ -24,13 +24,13 @@ std::int64_t insertion_inversions(std::span<Key64> run) {
 
 // Merges two sorted neighbours into `out`. An element of the right one passes all that is left of the
 // left one; equal elements do not pass.
-std::int64_t merge_inversions(std::span<const Key64> left, std::span<const Key64> right,
-                              Key64* out) {
+std::int64_t merge_inversions(std::span<const std::int64_t> left, std::span<const std::int64_t> right,
+                              std::int64_t* out) {
   std::int64_t inversions = 0;
-  const Key64* a = left.data();
-  const Key64* const a_end = a + left.size();
-  const Key64* b = right.data();
-  const Key64* const b_end = b + right.size();
+  const std::int64_t* a = left.data();
+  const std::int64_t* const a_end = a + left.size();
+  const std::int64_t* b = right.data();
+  const std::int64_t* const b_end = b + right.size();
   while (a != a_end && b != b_end) {
     const bool take_right = *b < *a;
     inversions += take_right ? a_end - a : 0;
@@ -45,7 +45,7 @@ std::int64_t merge_inversions(std::span<const Key64> left, std::span<const Key64
 
 }  // namespace
 
-std::int64_t _count_inversions(std::span<Key64> sequence, Arena& scratch) {
+std::int64_t _count_inversions(std::span<std::int64_t> sequence, Arena& scratch) {
   const std::size_t size = sequence.size();
   std::int64_t inversions = 0;
   for (std::size_t start = 0; start < size; start += kRun) {
@@ -53,8 +53,8 @@ std::int64_t _count_inversions(std::span<Key64> sequence, Arena& scratch) {
   }
   if (size <= kRun) return inversions;
   const Arena::Frame frame(scratch);
-  std::span<Key64> from = sequence;
-  std::span<Key64> into = scratch.raw_array<Key64>(size);
+  std::span<std::int64_t> from = sequence;
+  std::span<std::int64_t> into = scratch.raw_array<std::int64_t>(size);
   for (std::size_t width = kRun; width < size; width *= 2) {
     for (std::size_t start = 0; start < size; start += 2 * width) {
       const std::size_t left = std::min(width, size - start);
@@ -69,28 +69,27 @@ std::int64_t _count_inversions(std::span<Key64> sequence, Arena& scratch) {
 }
 
 std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
+  const std::int32_t total = orders.gap_size(upper);
+  if (total < 2) return 0;
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
-  std::size_t total = 0;
-  for (const std::int32_t slot : orders.order(upper)) total += orders.segments_below(slot).size();
-  if (total < 2) return 0;
-  const std::span<Key64> packed = scratch.raw_array<Key64>(total);
+  const std::span<std::int64_t> packed = scratch.raw_array<std::int64_t>(total);
   std::size_t used = 0;
   for (const std::int32_t slot : orders.order(upper)) {
     std::size_t group = used;
     std::int32_t port = -1;
     for (const LayerOrders::Segment& segment : orders.segments_below(slot)) {
+      // Segments of one port never cross: they stand in ascending order.
       if (segment.upper_port != port) {
-        sort_keys(packed.subspan(group, used - group));
+        if (used - group > 1) sort_few(packed.subspan(group, used - group));
         group = used;
         port = segment.upper_port;
       }
       packed[used++] = orders.place(segment.lower_slot) * kPortsPerNode + segment.lower_port;
     }
-    // Segments of one port never cross: they stand in ascending order.
-    sort_keys(packed.subspan(group, used - group));
+    if (used - group > 1) sort_few(packed.subspan(group, used - group));
   }
-  return std::is_sorted(packed.begin(), packed.end()) ? 0 : _count_inversions(packed, scratch);
+  return _count_inversions(packed, scratch);
 }
 
 std::int64_t count_crossings(LGraph& graph) {

@@ -5,20 +5,6 @@
 
 namespace quillan::vorn_layered {
 
-void sort_keys(std::span<Key64> keys) {
-  // Insertion beats a general sort on short lists.
-  if (keys.size() > 16) {
-    std::sort(keys.begin(), keys.end());
-    return;
-  }
-  for (std::size_t i = 1; i < keys.size(); ++i) {
-    const Key64 key = keys[i];
-    std::size_t j = i;
-    for (; j > 0 && keys[j - 1] > key; --j) keys[j] = keys[j - 1];
-    keys[j] = key;
-  }
-}
-
 // Per edge of the graph: the slots of its ends, and those again where they lie in layers next to each
 // other, else -1.
 struct LayerOrders::Ends {
@@ -31,18 +17,18 @@ struct LayerOrders::Ends {
 LayerOrders::LayerOrders(LGraph& graph)
     : graph_(graph),
       nodes_(graph.scratch.raw_array<LNode*>(graph.nodes.size())),
+      layer_of_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
       at_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
       place_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
       stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
   Arena& scratch = graph.scratch;
   const std::span<std::int32_t> slot_of = scratch.raw_array<std::int32_t>(graph.nodes.size());
-  const std::span<std::int32_t> layer_of = scratch.raw_array<std::int32_t>(graph.nodes.size());
   std::iota(at_.begin(), at_.end(), 0);
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
     for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
       nodes_[slot] = graph.layers.flat()[slot];
       slot_of[nodes_[slot]->position] = slot;
-      layer_of[slot] = layer;
+      layer_of_[slot] = layer;
       place_[slot] = slot - first_slot(layer);
     }
   }
@@ -52,7 +38,7 @@ LayerOrders::LayerOrders(LGraph& graph)
   for (std::size_t i = 0; i < count; ++i) {
     ends.source[i] = slot_of[graph.edges[i]->source_node()->position];
     ends.target[i] = slot_of[graph.edges[i]->target_node()->position];
-    if (layer_of[ends.source[i]] + 1 != layer_of[ends.target[i]]) regular_ = false;
+    if (layer_of_[ends.source[i]] + 1 != layer_of_[ends.target[i]]) regular_ = false;
   }
   ends.adjacent_source = ends.source;
   ends.adjacent_target = ends.target;
@@ -60,7 +46,7 @@ LayerOrders::LayerOrders(LGraph& graph)
     ends.adjacent_source = scratch.array<std::int32_t>(count, -1);
     ends.adjacent_target = scratch.array<std::int32_t>(count, -1);
     for (std::size_t i = 0; i < count; ++i) {
-      if (layer_of[ends.source[i]] + 1 != layer_of[ends.target[i]]) continue;
+      if (layer_of_[ends.source[i]] + 1 != layer_of_[ends.target[i]]) continue;
       ends.adjacent_source[i] = ends.source[i];
       ends.adjacent_target[i] = ends.target[i];
     }
@@ -77,7 +63,7 @@ void LayerOrders::collect(const Ends& ends) {
   Half& upper = halves_[static_cast<int>(Reference::UPPER)];
   const std::span<std::int32_t> sources = scratch.raw_array<std::int32_t>(count);
   upper = {above.starts, sources, scratch.raw_array<std::int32_t>(count),
-           scratch.raw_array<Key64>(count), scratch.array<std::int64_t>(layer_count(), -1)};
+           scratch.raw_array<EndKey>(count), scratch.array<std::int64_t>(layer_count(), -1)};
   for (std::size_t i = 0; i < count; ++i) {
     sources[i] = ends.source[above.items[i]];
     upper.ports[i] = graph_.edges[above.items[i]]->source->index + 1;
@@ -91,7 +77,7 @@ void LayerOrders::collect(const Ends& ends) {
   Half& lower = halves_[static_cast<int>(Reference::LOWER)];
   const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
   lower = {below.starts, targets, scratch.raw_array<std::int32_t>(count),
-           scratch.raw_array<Key64>(count), scratch.array<std::int64_t>(layer_count(), -1)};
+           scratch.raw_array<EndKey>(count), scratch.array<std::int64_t>(layer_count(), -1)};
   sort_segments(ends);
   for (std::size_t i = 0; i < count; ++i) {
     targets[i] = segments_[i].lower_slot;
@@ -146,28 +132,35 @@ void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
   }
   for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
     const std::int32_t degree = half.starts[slot + 1] - half.starts[slot];
-    if (degree > 1) sort_keys(half.keys.subspan(half.starts[slot], degree));
+    if (degree > 1) sort_few(half.keys.subspan(half.starts[slot], degree));
   }
 }
 
-std::span<const std::int32_t> LayerOrders::id_ranks() {
-  if (!id_rank_.empty() || nodes_.empty()) return id_rank_;
+void LayerOrders::rank_ids() {
   Arena& scratch = graph_.scratch;
   id_rank_ = scratch.raw_array<std::int32_t>(nodes_.size());
+  by_id_ = scratch.raw_array<std::int32_t>(nodes_.size());
   const Arena::Frame frame(scratch);
   const std::span<Text> ids = scratch.raw_array<Text>(nodes_.size());
   for (std::size_t slot = 0; slot < nodes_.size(); ++slot) ids[slot] = nodes_[slot]->id;
-  if (!regular_) {
-    // Successors of one node may lie in different layers.
-    rank_texts(ids, id_rank_, scratch);
-    return id_rank_;
-  }
+  // Successors of one node may lie in different layers if segments skip some.
+  if (!regular_) rank_texts(ids, id_rank_, scratch);
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
     const std::int32_t first = first_slot(layer);
-    rank_texts(ids.subspan(first, layer_size(layer)), id_rank_.subspan(first, layer_size(layer)),
-               scratch);
+    const std::span<std::int32_t> ranks = id_rank_.subspan(first, layer_size(layer));
+    const std::span<std::int32_t> sorted = by_id_.subspan(first, layer_size(layer));
+    if (regular_) {
+      rank_texts(ids.subspan(first, layer_size(layer)), ranks, scratch);
+      for (std::size_t i = 0; i < ranks.size(); ++i) {
+        sorted[ranks[i]] = first + static_cast<std::int32_t>(i);
+      }
+    } else {
+      std::iota(sorted.begin(), sorted.end(), first);
+      std::sort(sorted.begin(), sorted.end(), [&](std::int32_t a, std::int32_t b) {
+        return id_rank_[a] < id_rank_[b];
+      });
+    }
   }
-  return id_rank_;
 }
 
 void LayerOrders::commit() {

@@ -11,6 +11,7 @@
 #ifndef QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
 #define QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -22,11 +23,27 @@ namespace quillan::vorn_layered {
 // A neighbouring layer: UPPER is the one before, LOWER the one after.
 enum class Reference : std::uint8_t { UPPER, LOWER };
 
-using Key64 = std::int64_t;
-inline constexpr Key64 KEY_SCALE = 64;
+using EndKey = std::int32_t;
+inline constexpr EndKey KEY_SCALE = 64;
+// Keys stay inside their type: a layer has fewer nodes than its graph may have.
+static_assert((MAX_NODES_PER_GRAPH + MAX_DUMMIES_PER_GRAPH) * KEY_SCALE + MAX_PORT_INDEX + 1 <=
+              INT32_MAX);
 
-// Ascending. Most lists of keys have one to four entries.
-void sort_keys(std::span<Key64> keys);
+// Sorts integers, most often one to four of them; insertion beats a general sort there.
+template <typename Integer>
+void sort_few(std::span<Integer> values) {
+  constexpr std::size_t kFew = 16;
+  if (values.size() > kFew) {
+    std::sort(values.begin(), values.end());
+    return;
+  }
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    const Integer value = values[i];
+    std::size_t j = i;
+    for (; j > 0 && values[j - 1] > value; --j) values[j] = values[j - 1];
+    values[j] = value;
+  }
+}
 
 class LayerOrders {
  public:
@@ -43,6 +60,7 @@ class LayerOrders {
     return first_slot(layer + 1) - first_slot(layer);
   }
   [[nodiscard]] LNode* node(std::int32_t slot) const { return nodes_[slot]; }
+  [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return layer_of_[slot]; }
   [[nodiscard]] LGraph& graph() const { return graph_; }
 
   // The slots of a layer in their current order.
@@ -64,7 +82,7 @@ class LayerOrders {
   }
   // The keys of these segments' ends in the reference layer, ascending; they read the orders as they
   // were at the last refresh_keys() for the slot's layer and side.
-  [[nodiscard]] std::span<const Key64> keys(std::int32_t slot, Reference side) const {
+  [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, Reference side) const {
     const Half& half = halves_[static_cast<int>(side)];
     return half.keys.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
   }
@@ -81,14 +99,24 @@ class LayerOrders {
     const Half& half = halves_[static_cast<int>(Reference::LOWER)];
     return segments_.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
   }
+  // How many segments join layer `upper` to the next.
+  [[nodiscard]] std::int32_t gap_size(std::int32_t upper) const {
+    const Half& half = halves_[static_cast<int>(Reference::LOWER)];
+    return half.starts[first_slot(upper + 1)] - half.starts[first_slot(upper)];
+  }
 
   // The targets of all segments that start at a slot, those that skip layers included.
   [[nodiscard]] std::span<const std::int32_t> successors(std::int32_t slot) const {
     return successors_[slot];
   }
   // Ranks of the node ids by code point, comparable within a layer and among successors of a node.
-  // Computed on first use.
-  std::span<const std::int32_t> id_ranks();
+  [[nodiscard]] std::span<const std::int32_t> id_ranks() const { return id_rank_; }
+  // The slots of a layer in ascending order of their ids.
+  [[nodiscard]] std::span<const std::int32_t> by_id(std::int32_t layer) const {
+    return by_id_.subspan(first_slot(layer), layer_size(layer));
+  }
+  // Computes what id_ranks() and by_id() return. n log n in the ids.
+  void rank_ids();
 
   // Writes the orders to LGraph::layers and LNode::order.
   void commit();
@@ -99,7 +127,7 @@ class LayerOrders {
     std::span<const std::int32_t> starts;
     std::span<const std::int32_t> slots;   // of the neighbours
     std::span<std::int32_t> ports;         // port index + 1 at the neighbour
-    std::span<Key64> keys;
+    std::span<EndKey> keys;
     std::span<std::int64_t> seen;          // per layer: the neighbour's stamp that keys reflect
   };
   struct Ends;
@@ -108,6 +136,7 @@ class LayerOrders {
 
   LGraph& graph_;
   std::span<LNode*> nodes_;
+  std::span<std::int32_t> layer_of_;
   std::span<std::int32_t> at_;
   std::span<std::int32_t> place_;
   std::span<std::int64_t> stamp_;
@@ -115,6 +144,7 @@ class LayerOrders {
   IncidentMap successors_;
   Half halves_[2];
   std::span<std::int32_t> id_rank_;
+  std::span<std::int32_t> by_id_;
   bool regular_ = true;  // whether every segment joins a layer to the next
 };
 

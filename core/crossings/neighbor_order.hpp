@@ -16,14 +16,15 @@ namespace quillan::vorn_layered {
 
 // The median of positions that are given as ascending keys; an even count of four or more leans to
 // the side on which the positions lie closer together. -1.0 for none.
-double _weighted_median(std::span<const Key64> sorted_keys);
+double _weighted_median(std::span<const EndKey> sorted_keys);
 
 // The mean of positions that are given as keys. REQUIRES: at least one.
-double _barycentre(std::span<const Key64> keys);
+double _barycentre(std::span<const EndKey> keys);
 
 // Fills `ordered` with the slots of `layer` in ascending (measure, id), where the measure of a node
-// without neighbours is its own place. REQUIRES: fresh keys for the layer and side. m log m.
-void _order_by_neighbors(LayerOrders& orders, std::int32_t layer, Reference side, bool use_median,
+// without neighbours is its own place. REQUIRES: fresh keys for the layer and side; ranked ids. Linear
+// where few nodes share a neighbour, m log m at most.
+void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Reference side, bool use_median,
                          std::span<std::int32_t> ordered);
 
 }  // namespace quillan::vorn_layered

@@ -184,6 +184,7 @@ void reduce_crossings(LGraph& graph) {
   }
   const Arena::Frame frame(graph.scratch);
   LayerOrders orders(graph);
+  orders.rank_ids();
   if (strategy == "INTERACTIVE" && _has_usable_positions(graph)) {
     _seed_interactive(orders);
   } else {

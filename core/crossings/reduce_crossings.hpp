@@ -23,7 +23,7 @@ void reduce_crossings(LGraph& graph);
 // Sets `order` to the place in the layer.
 void _commit_order(LGraph& graph);
 
-// The seeds: both sort every layer.
+// The seeds: both sort every layer. REQUIRES: ranked ids.
 
 // By depth-first preorder over the segments, roots and successors in id order.
 void _seed_dfs(LayerOrders& orders);

@@ -161,6 +161,9 @@ LPort* _pick_port(LGraph& graph, LNode& node, std::optional<std::int64_t> index,
 }
 
 void build_graph(const Payload& payload, const GraphMembers& members, LGraph& graph) {
+  if (static_cast<std::int64_t>(members.nodes.size()) > MAX_NODES_PER_GRAPH) {
+    throw SizeFault("too many connected nodes: at most " + std::to_string(MAX_NODES_PER_GRAPH));
+  }
   for (std::size_t place = 0; place < members.nodes.size(); ++place) {
     const std::int32_t number = members.nodes[place];
     members.place_of[number] = static_cast<std::int32_t>(place);

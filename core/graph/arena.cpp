@@ -6,7 +6,9 @@ namespace quillan::vorn_layered {
 
 namespace {
 constexpr std::size_t kFirstBlock = std::size_t{1} << 14U;
-constexpr std::size_t kLargestGrowth = std::size_t{1} << 24U;
+// Allocators hand larger blocks back to the system at once, and fresh pages are dear; blocks of up to
+// 32 MiB, with their bookkeeping, tend to stay for the next layout.
+constexpr std::size_t kLargestGrowth = (std::size_t{1} << 25U) - (std::size_t{1} << 16U);
 }  // namespace
 
 void* Arena::allocate_in_next_block(std::size_t size) {

@@ -8,9 +8,6 @@
 
 namespace quillan::vorn_layered {
 
-// A graph whose edges span so many layers that it would need more dummies than this is refused.
-inline constexpr std::int64_t MAX_DUMMIES_PER_GRAPH = std::int64_t{1} << 24U;
-
 // Runs phase 2 in place. REQUIRES: an acyclic graph without dummies. Afterwards every node has a
 // layer of 0 or more and the smallest is 0, every segment joins a layer to the next, and `layers`
 // lists the nodes of each layer in `nodes` order. Throws SizeFault beyond MAX_DUMMIES_PER_GRAPH.

@@ -24,6 +24,19 @@ IncidentMap edges_at_nodes(std::int32_t count, std::span<const _NetworkSimplex::
   return {by_end.starts, items};
 }
 
+std::span<const std::int32_t> far_ends(const IncidentMap& incident,
+                                       std::span<const _NetworkSimplex::Edge> edges,
+                                       Arena& scratch) {
+  const std::span<std::int32_t> ends = scratch.raw_array<std::int32_t>(incident.items.size());
+  for (std::size_t node = 0; node + 1 < incident.starts.size(); ++node) {
+    for (std::int32_t i = incident.starts[node]; i < incident.starts[node + 1]; ++i) {
+      const _NetworkSimplex::Edge& edge = edges[incident.items[i]];
+      ends[i] = edge.tail == static_cast<std::int32_t>(node) ? edge.head : edge.tail;
+    }
+  }
+  return ends;
+}
+
 // The edges at the border of a growing tree whose members all move together. An edge that leaves
 // the tree loses slack as the tree moves up, one that enters it gains slack, so each kind keeps its
 // order in a heap of its own while the tree moves.
@@ -102,6 +115,7 @@ _NetworkSimplex::_NetworkSimplex(std::int32_t node_count, std::span<const Edge> 
       cut(scratch.array<std::int32_t>(edges.size(), 0)),
       _visited(scratch.array<bool>(count, false)),
       scratch_(scratch),
+      across_(far_ends(incident, all_edges, scratch)),
       negative_(static_cast<std::int32_t>(edges.size()), scratch),
       side_(scratch.array<std::int32_t>(count, 0)),
       climb_(scratch.array<std::int32_t>(count, 0)) {
@@ -229,9 +243,11 @@ bool _NetworkSimplex::advance(std::vector<std::int32_t>& reached, std::size_t& c
                               std::int32_t leaving, std::int32_t stamp) {
   if (cursor == reached.size()) return false;
   const std::int32_t node = reached[cursor++];
-  for (const std::int32_t position : incident[node]) {
-    if (!in_tree[position] || position == leaving) continue;
-    const std::int32_t other = other_end(position, node);
+  const std::span<const std::int32_t> positions = incident[node];
+  const std::span<const std::int32_t> others = across(node);
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    if (!in_tree[positions[i]] || positions[i] == leaving) continue;
+    const std::int32_t other = others[i];
     if (side_[other] == stamp) continue;
     side_[other] = stamp;
     reached.push_back(other);
@@ -276,10 +292,12 @@ std::int32_t _NetworkSimplex::_enter_edge(std::int32_t leaving) {
   std::int32_t best = -1;
   std::int32_t best_slack = 0;
   for (const std::int32_t node : small_) {
-    for (const std::int32_t position : incident[node]) {
-      const Edge& edge = edges[position];
-      const std::int32_t inner = small_has_head ? edge.tail : edge.head;
-      if (inner != node || side_[other_end(position, node)] == small_stamp_) continue;
+    const std::span<const std::int32_t> positions = incident[node];
+    const std::span<const std::int32_t> others = across(node);
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+      if (side_[others[i]] == small_stamp_) continue;
+      const std::int32_t position = positions[i];
+      if ((small_has_head ? edges[position].tail : edges[position].head) != node) continue;
       const std::int32_t current = slack(position);
       if (best < 0 || current < best_slack || (current == best_slack && position < best)) {
         best = position;

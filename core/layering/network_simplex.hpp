@@ -91,6 +91,10 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
     return parent_edge[edge.head] == position ? edge.head : edge.tail;
   }
   void find_smaller_side(std::int32_t leaving);
+  // What is at a node: the edge positions, and the node at the other end of each.
+  [[nodiscard]] std::span<const std::int32_t> across(std::int32_t node) const {
+    return across_.subspan(incident.starts[node], incident.starts[node + 1] - incident.starts[node]);
+  }
   bool advance(std::vector<std::int32_t>& reached, std::size_t& cursor, std::int32_t leaving,
                std::int32_t stamp);
   void set_cut(std::int32_t position, std::int32_t value);
@@ -102,6 +106,7 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering);
 
   Arena& scratch_;
+  std::span<const std::int32_t> across_;  // the other end of each entry of `incident`
   IndexSet negative_;             // tree edges of negative cut value
   std::span<std::int32_t> side_;  // per node: the stamp of the last search that reached it
   std::span<std::int32_t> climb_;  // the same for walks towards the root
