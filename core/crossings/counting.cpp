@@ -7,6 +7,8 @@ namespace quillan::vorn_layered {
 namespace {
 
 constexpr std::int64_t kPortsPerNode = 256;
+constexpr int kPlaceShift = 32;
+constexpr std::int64_t kPortMask = (std::int64_t{1} << kPlaceShift) - 1;
 constexpr std::size_t kRun = 16;
 
 // Sorts a short run by insertion; every step of an element over a larger one is an inversion.
@@ -73,23 +75,30 @@ std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
   if (total < 2) return 0;
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
-  const std::span<std::int64_t> packed = scratch.raw_array<std::int64_t>(total);
+  // Place and port of the target ends, the place in the high bits.
+  const std::span<std::int64_t> ends = scratch.raw_array<std::int64_t>(total);
   std::size_t used = 0;
   for (const std::int32_t slot : orders.order(upper)) {
     std::size_t group = used;
     std::int32_t port = -1;
     for (const LayerOrders::Segment& segment : orders.segments_below(slot)) {
-      // Segments of one port never cross: they stand in ascending order.
+      // Segments of one port stand in ascending order of place, then port.
       if (segment.upper_port != port) {
-        if (used - group > 1) sort_few(packed.subspan(group, used - group));
+        if (used - group > 1) sort_few(ends.subspan(group, used - group));
         group = used;
         port = segment.upper_port;
       }
-      packed[used++] = orders.place(segment.lower_slot) * kPortsPerNode + segment.lower_port;
+      ends[used++] =
+          (std::int64_t{orders.place(segment.lower_slot)} << kPlaceShift) | segment.lower_port;
     }
-    if (used - group > 1) sort_few(packed.subspan(group, used - group));
+    if (used - group > 1) sort_few(ends.subspan(group, used - group));
   }
-  return _count_inversions(packed, scratch);
+  // Only now may a high port run into the range of the next place: sorting by these keys would hide
+  // crossings between segments of one port.
+  for (std::int64_t& end : ends) {
+    end = (end >> kPlaceShift) * kPortsPerNode + (end & kPortMask);
+  }
+  return _count_inversions(ends, scratch);
 }
 
 std::int64_t count_crossings(LGraph& graph) {
