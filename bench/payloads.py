@@ -33,9 +33,8 @@ def _edge(rng, number, source, target):
     }
 
 
-def editor(count, decimal=False, seed=1):
-    """A node graph as people draw them: columns, mostly short edges, 1.6 edges a node."""
-    rng = random.Random(seed)
+def _columns(rng, count, decimal):
+    """Nodes in about sqrt(count) columns: the nodes, each one's column and each column's nodes."""
     columns = max(3, round(count**0.5))
     column_of = sorted(rng.randrange(columns) for _ in range(count))
     members = [[] for _ in range(columns)]
@@ -45,21 +44,52 @@ def editor(count, decimal=False, seed=1):
         _node(rng, number, 260 * column, 180 * members[column].index(number), decimal)
         for number, column in enumerate(column_of)
     ]
-    edges = []
-    while len(edges) < count * 1.6:
+    return nodes, column_of, members
+
+
+def _wired(rng, count, decimal, fed):
+    """Columns with 1.6 wires a node, mostly to the next column and about the same height.
+
+    `fed` is the share of the nodes behind the first column that have a wire from the column before.
+    """
+    nodes, column_of, members = _columns(rng, count, decimal)
+
+    def near(node, column):
+        others, own = members[column], members[column_of[node]]
+        row = own.index(node) * len(others) / len(own)
+        return others[min(max(round(rng.gauss(row, 2.0)), 0), len(others) - 1)]
+
+    ends = [
+        (near(node, column - 1), node)
+        for node, column in enumerate(column_of)
+        if column > 0 and members[column - 1] and rng.random() < fed
+    ]
+    while len(ends) < count * 1.6:
         source = rng.randrange(count)
-        step = rng.choices((1, 2, 3, 5), (80, 12, 6, 2))[0]
-        behind = members[min(column_of[source] + step, columns - 1)]
-        if not behind or column_of[source] == columns - 1:
-            continue
-        # Wires mostly lead to about the same height.
-        row = members[column_of[source]].index(source) * len(behind) / len(
-            members[column_of[source]]
-        )
-        target = behind[min(max(round(rng.gauss(row, 2.0)), 0), len(behind) - 1)]
-        edges.append(_edge(rng, len(edges), source, target))
+        column = column_of[source] + rng.choices((1, 2, 3, 5), (80, 12, 6, 2))[0]
+        if column < len(members) and members[column]:
+            ends.append((source, near(source, column)))
+    edges = [_edge(rng, number, *pair) for number, pair in enumerate(ends)]
     rng.shuffle(nodes)
     return nodes, edges
+
+
+def editor(count, decimal=False, seed=1):
+    """A node graph as people draw them: columns, mostly short edges, 1.6 edges a node.
+
+    Every node behind the first column is fed from the column before, so that wires stay short when
+    the layers are found anew.
+    """
+    return _wired(random.Random(seed), count, decimal, 1.0)
+
+
+def loaders(count, decimal=False, seed=1):
+    """The same with a fifth of the nodes unfed, like the loaders and constants of an editor.
+
+    Where layers are assigned as early as possible, such nodes move to the first layer and their
+    wires span most of the drawing: a thousand nodes come with many thousand dummies.
+    """
+    return _wired(random.Random(seed), count, decimal, 0.8)
 
 
 def tree(count, seed=2):

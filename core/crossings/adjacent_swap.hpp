@@ -19,7 +19,7 @@ std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const E
 //
 // Whether two neighbours should be exchanged depends on those two and the fixed layers beside them,
 // so after the first scan only pairs with a moved member are looked at again: one scan in full, then
-// work in proportion to the exchanges made.
+// work in proportion to the exchanges made. A layer of dummies, sorted by one side, is settled by a sort.
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered);
 
 }  // namespace quillan::vorn_layered
