@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <queue>
+#include <utility>
 
 #include "core/layering/assign_layers.hpp"
 
@@ -117,6 +118,7 @@ _NetworkSimplex::_NetworkSimplex(std::int32_t node_count, std::span<const Edge> 
       scratch_(scratch),
       across_(far_ends(incident, all_edges, scratch)),
       negative_(static_cast<std::int32_t>(edges.size()), scratch),
+      size_(scratch.array<std::int32_t>(count, 1)),
       side_(scratch.array<std::int32_t>(count, 0)),
       climb_(scratch.array<std::int32_t>(count, 0)) {
   std::copy(initial_ranks.begin(), initial_ranks.end(), rank.begin());
@@ -203,6 +205,7 @@ void _NetworkSimplex::_number_tree() {
   }
   for (std::int32_t node = 0; node < count; ++node) {
     if (!visited[node]) lim[node] = low[node] = ++counter;
+    size_[node] = lim[node] - low[node] + 1;
   }
 }
 
@@ -238,48 +241,25 @@ void _NetworkSimplex::_compute_cut_values() {
   }
 }
 
-// Takes the next node of a search through the tree that does not cross `leaving`; false at its end.
-bool _NetworkSimplex::advance(std::vector<std::int32_t>& reached, std::size_t& cursor,
-                              std::int32_t leaving, std::int32_t stamp) {
-  if (cursor == reached.size()) return false;
-  const std::int32_t node = reached[cursor++];
-  const std::span<const std::int32_t> positions = incident[node];
-  const std::span<const std::int32_t> others = across(node);
-  for (std::size_t i = 0; i < positions.size(); ++i) {
-    if (!in_tree[positions[i]] || positions[i] == leaving) continue;
-    const std::int32_t other = others[i];
-    if (side_[other] == stamp) continue;
-    side_[other] = stamp;
-    reached.push_back(other);
-  }
-  return true;
-}
-
-// Searches both sides in turn, so that the larger one costs no more than the smaller one.
 void _NetworkSimplex::find_smaller_side(std::int32_t leaving) {
   if (examined_ == leaving) return;
   examined_ = leaving;
   const std::int32_t child = child_of(leaving);
-  const std::int32_t above = other_end(leaving, child);
-  const std::int32_t below_stamp = ++stamp_;
-  const std::int32_t above_stamp = ++stamp_;
-  small_.assign(1, child);
-  large_.assign(1, above);
-  side_[child] = below_stamp;
-  side_[above] = above_stamp;
-  std::size_t below_cursor = 0;
-  std::size_t above_cursor = 0;
-  while (true) {
-    if (!advance(small_, below_cursor, leaving, below_stamp)) {
-      small_is_subtree_ = true;
-      small_stamp_ = below_stamp;
-      return;
-    }
-    if (!advance(large_, above_cursor, leaving, above_stamp)) {
-      small_is_subtree_ = false;
-      small_stamp_ = above_stamp;
-      small_.swap(large_);
-      return;
+  small_is_subtree_ = 2 * size_[child] <= size_[0];
+  const std::int32_t start = small_is_subtree_ ? child : other_end(leaving, child);
+  small_stamp_ = ++stamp_;
+  small_.assign(1, start);
+  side_[start] = small_stamp_;
+  for (std::size_t cursor = 0; cursor < small_.size(); ++cursor) {
+    const std::int32_t node = small_[cursor];
+    const std::span<const std::int32_t> positions = incident[node];
+    const std::span<const std::int32_t> others = across(node);
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+      if (!in_tree[positions[i]] || positions[i] == leaving) continue;
+      const std::int32_t other = others[i];
+      if (side_[other] == small_stamp_) continue;
+      side_[other] = small_stamp_;
+      small_.push_back(other);
     }
   }
 }
@@ -340,18 +320,28 @@ void _NetworkSimplex::update_cuts_on_path(std::int32_t from, std::int32_t to,
   }
 }
 
+void _NetworkSimplex::add_to_sizes(std::int32_t from, std::int32_t change) {
+  for (std::int32_t node = from;; node = parent(node)) {
+    size_[node] += change;
+    if (parent_edge[node] < 0) return;
+  }
+}
+
 // Hangs the subtree that ended at `old_top` onto `entering`, whose end in it is `from`.
 void _NetworkSimplex::reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering) {
-  std::int32_t node = from;
-  std::int32_t edge = entering;
-  while (true) {
+  const std::int32_t total = size_[old_top];
+  add_to_sizes(parent(old_top), -total);
+  std::int32_t below = 0;  // the size that the node before on the path had
+  for (std::int32_t node = from, edge = entering;;) {
     const std::int32_t up = parent_edge[node];
     const std::int32_t next = other_end(up, node);
     parent_edge[node] = edge;
-    if (node == old_top) return;
+    below = std::exchange(size_[node], total - below);
+    if (node == old_top) break;
     edge = up;
     node = next;
   }
+  add_to_sizes(parent(from), total);
 }
 
 void _NetworkSimplex::_exchange(std::int32_t leaving, std::int32_t entering) {

@@ -95,25 +95,24 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   [[nodiscard]] std::span<const std::int32_t> across(std::int32_t node) const {
     return across_.subspan(incident.starts[node], incident.starts[node + 1] - incident.starts[node]);
   }
-  bool advance(std::vector<std::int32_t>& reached, std::size_t& cursor, std::int32_t leaving,
-               std::int32_t stamp);
   void set_cut(std::int32_t position, std::int32_t value);
   [[nodiscard]] std::int32_t parent(std::int32_t node) const {
     return other_end(parent_edge[node], node);
   }
   std::int32_t lowest_common_ancestor(std::int32_t a, std::int32_t b);
   void update_cuts_on_path(std::int32_t from, std::int32_t to, std::int32_t leaving_cut);
+  void add_to_sizes(std::int32_t from, std::int32_t change);
   void reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering);
 
   Arena& scratch_;
   std::span<const std::int32_t> across_;  // the other end of each entry of `incident`
   IndexSet negative_;             // tree edges of negative cut value
+  std::span<std::int32_t> size_;  // per node: the nodes of its subtree
   std::span<std::int32_t> side_;  // per node: the stamp of the last search that reached it
   std::span<std::int32_t> climb_;  // the same for walks towards the root
   std::int32_t stamp_ = 0;
   std::vector<std::int32_t> small_;  // the smaller side of the cut of `examined_`
-  std::vector<std::int32_t> large_;  // as much of the other side as was reached meanwhile
-  std::int32_t small_stamp_ = 0;
+  std::int32_t small_stamp_ = 0;  // what `side_` says of its nodes
   bool small_is_subtree_ = true;  // whether the smaller side is the one below `examined_`
   std::int32_t examined_ = -1;    // the leaving edge last looked at; -1 after a pivot
   std::int32_t raised_ = 0;       // what every rank of the tree still has to be raised by
