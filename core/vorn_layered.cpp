@@ -69,8 +69,7 @@ LayoutResult layout(const Payload& payload, const LayoutOptions& options, double
   std::vector<std::int32_t> place_of(payload.nodes.size());
   LGraph graph(options.resolved());
   graph.texts = &texts;
-  double cursor =
-      is_transposed(options.direction) ? options.padding_left : options.padding_top;
+  double cursor = is_transposed(options.direction) ? options.padding_left : options.padding_top;
   for (std::size_t component = 0; component < components.size(); ++component) {
     graph.clear();
     build_graph(payload,

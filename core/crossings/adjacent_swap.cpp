@@ -33,8 +33,8 @@ struct SideGain {
 
 SideGain gain_of_ranges(const Range& first, const Range& second) {
   const std::int64_t pairs = std::int64_t{first.count} * second.count;
-  const int sign = static_cast<int>(first.first > second.last) -
-                   static_cast<int>(first.last < second.first);
+  const int sign =
+      static_cast<int>(first.first > second.last) - static_cast<int>(first.last < second.first);
   // Two single keys that overlap are equal: one port, and no crossing either way round.
   return {sign * pairs, sign == 0 && pairs > 1};
 }
@@ -68,8 +68,8 @@ bool should_swap(const LayerOrders& orders, const Entry& first, const Entry& sec
 // Pairs by the index of their first member, ascending.
 using Pairs = std::span<std::int32_t>;
 
-// The scan over all pairs: one node is carried along and set down where the next one stays behind it.
-// Fills `again` with the pairs in front of an exchange and returns their number.
+// The scan over all pairs: one node is carried along and set down where the next one stays behind
+// it. Fills `again` with the pairs in front of an exchange and returns their number.
 std::size_t scan_all(const LayerOrders& orders, std::span<Entry> entries, Pairs again) {
   std::size_t count = 0;
   Entry carried = entries[0];
@@ -87,8 +87,8 @@ std::size_t scan_all(const LayerOrders& orders, std::span<Entry> entries, Pairs 
   return count;
 }
 
-// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair behind
-// each exchange of this scan. Fills `again` like scan_all().
+// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair
+// behind each exchange of this scan. Fills `again` like scan_all().
 std::size_t scan_moved(const LayerOrders& orders, std::span<Entry> entries,
                        std::span<const std::int32_t> moved, Pairs again) {
   const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
@@ -107,8 +107,8 @@ std::size_t scan_moved(const LayerOrders& orders, std::span<Entry> entries,
   return count;
 }
 
-// Whether every node has one key on side `sorted` and at most one on side `free`, and the layer stands
-// in ascending order of the former.
+// Whether every node has one key on side `sorted` and at most one on side `free`, and the layer
+// stands in ascending order of the former.
 bool is_plain(std::span<const Entry> entries, Range Entry::*sorted, Range Entry::*free) {
   EndKey last = INT32_MIN;
   for (const Entry& entry : entries) {
@@ -120,10 +120,10 @@ bool is_plain(std::span<const Entry> entries, Range Entry::*sorted, Range Entry:
 }
 
 // What the scans make of a plain layer, without them. Nodes with different keys on the sorted side
-// never change places: what the exchange could gain on the other side it loses on this one. Nodes with
-// equal keys there are exchanged exactly if their other keys stand in descending order, and a node
-// without another key stays where it is and parts those around it. So each stretch of equal keys comes
-// out as a stable sort, which the scans need fewer rounds for than their cap.
+// never change places: what the exchange could gain on the other side it loses on this one. Nodes
+// with equal keys there are exchanged exactly if their other keys stand in descending order, and a
+// node without another key stays where it is and parts those around it. So each stretch of equal
+// keys comes out as a stable sort, which the scans need fewer rounds for than their cap.
 void settle_plain(std::span<Entry> entries, Range Entry::*sorted, Range Entry::*free) {
   for (std::size_t begin = 0; begin < entries.size();) {
     std::size_t end = begin;

@@ -13,13 +13,15 @@ namespace quillan::vorn_layered {
 // The pairs (a from `left`, b from `right`) with b < a. REQUIRES: `right` ascending. a log b.
 std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right);
 
-// Refines `ordered`, the slots of one layer, in place: scans over all adjacent pairs, each exchanging a
-// pair when that strictly lowers the crossings towards both neighbouring layers together, until a
-// scan makes no exchange or 4 m scans were made. REQUIRES: fresh keys of both sides.
+// Refines `ordered`, the slots of one layer, in place: scans over all adjacent pairs, each
+// exchanging a pair when that strictly lowers the crossings towards both neighbouring layers
+// together, until a scan makes no exchange or 4 m scans were made. REQUIRES: fresh keys of both
+// sides.
 //
 // Whether two neighbours should be exchanged depends on those two and the fixed layers beside them,
-// so after the first scan only pairs with a moved member are looked at again: one scan in full, then
-// work in proportion to the exchanges made. A layer of dummies, sorted by one side, is settled by a sort.
+// so after the first scan only pairs with a moved member are looked at again: one scan in full,
+// then work in proportion to the exchanges made. A layer of dummies, sorted by one side, is settled
+// by a sort.
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered);
 
 }  // namespace quillan::vorn_layered

@@ -24,10 +24,10 @@ std::int64_t insertion_inversions(std::span<std::int64_t> run) {
   return inversions;
 }
 
-// Merges two sorted neighbours into `out`. An element of the right one passes all that is left of the
-// left one; equal elements do not pass.
-std::int64_t merge_inversions(std::span<const std::int64_t> left, std::span<const std::int64_t> right,
-                              std::int64_t* out) {
+// Merges two sorted neighbours into `out`. An element of the right one passes all that is left of
+// the left one; equal elements do not pass.
+std::int64_t merge_inversions(std::span<const std::int64_t> left,
+                              std::span<const std::int64_t> right, std::int64_t* out) {
   std::int64_t inversions = 0;
   const std::int64_t* a = left.data();
   const std::int64_t* const a_end = a + left.size();
@@ -61,8 +61,8 @@ std::int64_t _count_inversions(std::span<std::int64_t> sequence, Arena& scratch)
     for (std::size_t start = 0; start < size; start += 2 * width) {
       const std::size_t left = std::min(width, size - start);
       const std::size_t right = std::min(width, size - start - left);
-      inversions += merge_inversions(from.subspan(start, left),
-                                     from.subspan(start + left, right), &into[start]);
+      inversions += merge_inversions(from.subspan(start, left), from.subspan(start + left, right),
+                                     &into[start]);
     }
     std::swap(from, into);
   }

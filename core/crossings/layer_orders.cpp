@@ -5,8 +5,8 @@
 
 namespace quillan::vorn_layered {
 
-// Per edge of the graph: the slots of its ends, and those again where they lie in layers next to each
-// other, else -1.
+// Per edge of the graph: the slots of its ends, and those again where they lie in layers next to
+// each other, else -1.
 struct LayerOrders::Ends {
   std::span<std::int32_t> source;
   std::span<std::int32_t> target;
@@ -156,9 +156,8 @@ void LayerOrders::rank_ids() {
       }
     } else {
       std::iota(sorted.begin(), sorted.end(), first);
-      std::sort(sorted.begin(), sorted.end(), [&](std::int32_t a, std::int32_t b) {
-        return id_rank_[a] < id_rank_[b];
-      });
+      std::sort(sorted.begin(), sorted.end(),
+                [&](std::int32_t a, std::int32_t b) { return id_rank_[a] < id_rank_[b]; });
     }
   }
 }

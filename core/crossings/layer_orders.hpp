@@ -1,12 +1,12 @@
 // LayerOrders: the working form of phase 3.
 //
 // Nodes are renumbered by layer (`slots`), so that all that belongs to one layer is contiguous in
-// every array. For each slot it knows the neighbours in the layer before and in the layer after, with
-// the port that each segment uses there.
+// every array. For each slot it knows the neighbours in the layer before and in the layer after,
+// with the port that each segment uses there.
 //
-// The position of a segment's end is stated as index + (port + 1) / 64 in real arithmetic. Here it is
-// the integer 64 * index + port + 1, a key: the real is exactly the key divided by 64, so keys compare
-// alike, and sums of keys divided by 64 are the exact sums of the reals.
+// The position of a segment's end is stated as index + (port + 1) / 64 in real arithmetic. Here it
+// is the integer 64 * index + port + 1, a key: the real is exactly the key divided by 64, so keys
+// compare alike, and sums of keys divided by 64 are the exact sums of the reals.
 
 #ifndef QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
 #define QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
@@ -80,8 +80,8 @@ class LayerOrders {
     const Half& half = halves_[static_cast<int>(side)];
     return half.starts[slot + 1] - half.starts[slot];
   }
-  // The keys of these segments' ends in the reference layer, ascending; they read the orders as they
-  // were at the last refresh_keys() for the slot's layer and side.
+  // The keys of these segments' ends in the reference layer, ascending; they read the orders as
+  // they were at the last refresh_keys() for the slot's layer and side.
   [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, Reference side) const {
     const Half& half = halves_[static_cast<int>(side)];
     return half.keys.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
@@ -125,10 +125,10 @@ class LayerOrders {
   // The ends of the segments towards one side, by slot.
   struct Half {
     std::span<const std::int32_t> starts;
-    std::span<const std::int32_t> slots;   // of the neighbours
-    std::span<std::int32_t> ports;         // port index + 1 at the neighbour
+    std::span<const std::int32_t> slots;  // of the neighbours
+    std::span<std::int32_t> ports;        // port index + 1 at the neighbour
     std::span<EndKey> keys;
-    std::span<std::int64_t> seen;          // per layer: the neighbour's stamp that keys reflect
+    std::span<std::int64_t> seen;  // per layer: the neighbour's stamp that keys reflect
   };
   struct Ends;
   void collect(const Ends& ends);

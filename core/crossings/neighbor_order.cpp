@@ -7,7 +7,9 @@ namespace quillan::vorn_layered {
 namespace {
 
 // A key as the position that it stands for; exact, since the scale is a power of two.
-double position(std::int64_t key) { return static_cast<double>(key) / static_cast<double>(KEY_SCALE); }
+double position(std::int64_t key) {
+  return static_cast<double>(key) / static_cast<double>(KEY_SCALE);
+}
 
 struct Measured {
   double measure;
@@ -79,8 +81,7 @@ void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Referenc
   const std::span<const std::int32_t> by_id = orders.by_id(layer);
   for (std::int32_t i = 0; i < size; ++i) {
     const std::int32_t slot = by_id[i];
-    const double measure =
-        measure_of(orders.keys(slot, side), orders.place(slot), use_median);
+    const double measure = measure_of(orders.keys(slot, side), orders.place(slot), use_median);
     measured[i] = {measure, i, slot};
     bucket_of[i] = measure < buckets ? static_cast<std::int32_t>(measure) : buckets - 1;
     ++ends[bucket_of[i]];

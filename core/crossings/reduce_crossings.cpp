@@ -76,10 +76,10 @@ class Sweeper {
             layer + 1 < layers_ ? orders_.stamp(layer + 1) : 0};
   }
 
-  // Sorts one layer by its finished neighbour and refines it against both. What comes out depends on
-  // the orders of the neighbours and, through nodes without neighbours on that side, on the layer's
-  // own order; so a visit may be skipped where none of these changed since a visit of the same kind
-  // left the layer as it was, or since any such visit if every node has neighbours.
+  // Sorts one layer by its finished neighbour and refines it against both. What comes out depends
+  // on the orders of the neighbours and, through nodes without neighbours on that side, on the
+  // layer's own order; so a visit may be skipped where none of these changed since a visit of the
+  // same kind left the layer as it was, or since any such visit if every node has neighbours.
   void visit(std::int32_t layer, Reference side, bool use_median) {
     if (orders_.layer_size(layer) < 2) return;
     const int side_index = static_cast<int>(side);
@@ -128,15 +128,15 @@ class Sweeper {
 
   void restore_best() {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
-      orders_.set_order(layer, std::span(best_).subspan(orders_.first_slot(layer),
-                                                        orders_.layer_size(layer)));
+      orders_.set_order(
+          layer, std::span(best_).subspan(orders_.first_slot(layer), orders_.layer_size(layer)));
     }
   }
 
-  // Whether the sweeps have come back to orders that they started from before with the same measure:
-  // then all that follows is a repetition and brings no better order. Compares with the start two
-  // iterations ago, and with a start kept at every power of two, which finds a cycle of any length
-  // (Brent, An Improved Monte Carlo Factorization Algorithm, 1980, section 2).
+  // Whether the sweeps have come back to orders that they started from before with the same
+  // measure: then all that follows is a repetition and brings no better order. Compares with the
+  // start two iterations ago, and with a start kept at every power of two, which finds a cycle of
+  // any length (Brent, An Improved Monte Carlo Factorization Algorithm, 1980, section 2).
   bool seen_before(std::int64_t iteration) {
     const std::span<const std::int32_t> now = orders_.all();
     const auto same = [now](const std::vector<std::int32_t>& other) {
@@ -157,8 +157,8 @@ class Sweeper {
   LayerOrders& orders_;
   std::int32_t layers_;
   std::span<Gap> gaps_;
-  std::span<Settled> settled_;     // per layer, side and measure
-  std::span<bool> self_reliant_;   // per layer and side: every node has neighbours there
+  std::span<Settled> settled_;    // per layer, side and measure
+  std::span<bool> self_reliant_;  // per layer and side: every node has neighbours there
   std::span<std::int32_t> ordered_;
   std::vector<std::int32_t> best_;
   std::int64_t best_crossings_ = 0;

@@ -10,7 +10,8 @@ namespace {
 
 std::span<const std::int32_t> choose_sequence(LGraph& graph) {
   const std::string& strategy = graph.options.cycle_breaking_strategy;
-  if (strategy == "INTERACTIVE" && _has_usable_positions(graph)) return _sequence_interactive(graph);
+  if (strategy == "INTERACTIVE" && _has_usable_positions(graph))
+    return _sequence_interactive(graph);
   if (strategy == "DEPTH_FIRST") return _sequence_depth_first(graph);
   return _sequence_greedy(graph);
 }

@@ -1,7 +1,7 @@
 // Phase 1: make the graph acyclic by reversing a small set of its edges.
 //
-// A strategy puts all nodes in a total order, and every edge that points backwards in it is flipped.
-// The result is acyclic whatever the order is, so no later phase meets a cycle.
+// A strategy puts all nodes in a total order, and every edge that points backwards in it is
+// flipped. The result is acyclic whatever the order is, so no later phase meets a cycle.
 
 #ifndef QUILLAN_CORE_CYCLES_BREAK_CYCLES_HPP_
 #define QUILLAN_CORE_CYCLES_BREAK_CYCLES_HPP_

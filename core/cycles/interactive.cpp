@@ -7,8 +7,7 @@
 namespace quillan::vorn_layered {
 
 std::span<const std::int32_t> _sequence_interactive(LGraph& graph) {
-  const std::span<std::int32_t> order =
-      graph.scratch.raw_array<std::int32_t>(graph.nodes.size());
+  const std::span<std::int32_t> order = graph.scratch.raw_array<std::int32_t>(graph.nodes.size());
   std::iota(order.begin(), order.end(), 0);
   std::stable_sort(order.begin(), order.end(), [&](std::int32_t left, std::int32_t right) {
     const LNode& a = *graph.nodes[left];

@@ -26,8 +26,7 @@ void check_port_count(const LGraph& graph, std::int64_t count) {
 std::span<LPort> reserve_ports(LGraph& graph, LNode& node, PortSide side, std::int64_t count) {
   check_port_count(graph, count);
   graph.port_count += count;
-  const std::span<LPort> ports =
-      graph.add_ports(node, side, static_cast<std::int32_t>(count));
+  const std::span<LPort> ports = graph.add_ports(node, side, static_cast<std::int32_t>(count));
   const TextForm form = side == PortSide::WEST ? TextForm::kInPort : TextForm::kOutPort;
   for (std::size_t i = 0; i < ports.size(); ++i) {
     ports[i].id = {node.id.source(), form, static_cast<std::uint32_t>(i)};

@@ -53,7 +53,8 @@ struct Payload {
 
   // Reads `id` of every node, then `source` and `target` of every edge. The handles must stay good
   // while the payload is used. Throws what the reader throws. Expected linear cost.
-  Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items, ValueReader& host);
+  Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items,
+          ValueReader& host);
 
   ValueReader& reader;
   std::vector<Node> nodes;

@@ -62,8 +62,8 @@ void _chain_points(std::span<LEdge* const> chain, std::vector<Point>& points);
 void node_positions(const LGraph& graph, double flow_extent, Point shift,
                     std::vector<NodePosition>& positions);
 
-// Polylines of the edges that have a chain and were not reversed, in order of the chains, each point
-// moved by `shift`. Linear in segments and points.
+// Polylines of the edges that have a chain and were not reversed, in order of the chains, each
+// point moved by `shift`. Linear in segments and points.
 void edge_routes(const LGraph& graph, double flow_extent, Point shift, EdgeRoutes& result);
 
 }  // namespace quillan::vorn_layered

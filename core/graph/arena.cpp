@@ -6,8 +6,8 @@ namespace quillan::vorn_layered {
 
 namespace {
 constexpr std::size_t kFirstBlock = std::size_t{1} << 14U;
-// Allocators hand larger blocks back to the system at once, and fresh pages are dear; blocks of up to
-// 32 MiB, with their bookkeeping, tend to stay for the next layout.
+// Allocators hand larger blocks back to the system at once, and fresh pages are dear; blocks of up
+// to 32 MiB, with their bookkeeping, tend to stay for the next layout.
 constexpr std::size_t kLargestGrowth = (std::size_t{1} << 25U) - (std::size_t{1} << 16U);
 }  // namespace
 

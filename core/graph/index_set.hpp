@@ -1,11 +1,12 @@
 // IndexSet: a set of small integers that finds its next member quickly.
 //
-// A tree of 64-way bit masks: bit i of a word on one level says whether word i of the level below has
-// any bit set. It lets a procedure that is defined by passes over all positions look only at those
-// that matter, in the same order.
+// A tree of 64-way bit masks: bit i of a word on one level says whether word i of the level below
+// has any bit set. It lets a procedure that is defined by passes over all positions look only at
+// those that matter, in the same order.
 //
 // Example:
-//   for (int i = set.next(0); i >= 0; i = set.next(i + 1)) visit(i);   // sees members added behind i
+//   for (int i = set.next(0); i >= 0; i = set.next(i + 1)) visit(i);   // sees members added behind
+//   i
 //
 // Cost: log64 of the range per operation; two bits of memory per possible member.
 
@@ -54,7 +55,8 @@ class IndexSet {
   [[nodiscard]] std::int32_t next(std::int32_t from) const {
     std::uint32_t at = static_cast<std::uint32_t>(from);
     for (int level = 0; level < depth_; ++level) {
-      // The spare word at the end of each level stays 0, so that `at` may lie just behind the range.
+      // The spare word at the end of each level stays 0, so that `at` may lie just behind the
+      // range.
       const std::uint64_t rest = levels_[level][at / 64] >> (at % 64);
       if (rest != 0) return descend(level, at + static_cast<std::uint32_t>(std::countr_zero(rest)));
       at = at / 64 + 1;

@@ -32,8 +32,8 @@ struct LNode;
 struct LPort {
   LNode* node = nullptr;
   Text id;
-  double offset = 0.0;        // along the cross axis from the node's origin
-  std::int32_t index = 0;     // among the ports of its side, from 0
+  double offset = 0.0;     // along the cross axis from the node's origin
+  std::int32_t index = 0;  // among the ports of its side, from 0
   PortSide side = PortSide::WEST;
 
   [[nodiscard]] double x() const;  // flow-axis position in the graph
@@ -52,8 +52,8 @@ struct LNode {
   std::span<LPort> in_ports;   // WEST, by index
   std::span<LPort> out_ports;  // EAST, by index
   std::int32_t layer = 0;
-  std::int32_t order = 0;      // position inside its layer
-  std::int32_t position = 0;   // place in LGraph::nodes
+  std::int32_t order = 0;     // position inside its layer
+  std::int32_t position = 0;  // place in LGraph::nodes
   NodeKind kind = NodeKind::NORMAL;
   bool has_origin_x = false;
   bool has_origin_y = false;
@@ -82,10 +82,10 @@ struct LEdge {
 // A caller's edge: its entry in `chains` and in `reversed_originals`, which share their key.
 struct Origin {
   Text id;
-  std::span<LEdge*> chain;        // the segments in flow order
-  bool has_chain = false;         // whether `chains` has this key
-  bool has_reversed = false;      // whether `reversed_originals` has this key
-  bool reversed = false;          // its value there
+  std::span<LEdge*> chain;    // the segments in flow order
+  bool has_chain = false;     // whether `chains` has this key
+  bool has_reversed = false;  // whether `reversed_originals` has this key
+  bool reversed = false;      // its value there
 };
 
 // The layers of a graph: one flat list of nodes and the bounds of each layer in it.
@@ -126,8 +126,8 @@ class LGraph {
   LGraph(const LGraph&) = delete;
   LGraph& operator=(const LGraph&) = delete;
 
-  std::vector<LNode*> nodes;  // real nodes in payload order, then dummies in order of creation
-  std::vector<LEdge*> edges;  // all current segments
+  std::vector<LNode*> nodes;    // real nodes in payload order, then dummies in order of creation
+  std::vector<LEdge*> edges;    // all current segments
   std::vector<Origin> origins;  // `chains` and `reversed_originals`, in order of first insertion
   Layers layers;
   LayoutOptions options;
@@ -140,8 +140,8 @@ class LGraph {
   LNode* add_node(const Text& id, double width, double height);
   // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
   std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
-  // A caller's edge: appended to `edges`, with a chain of its own under `id`. An origin that is there
-  // already under an equal id must be passed as `origin`; its chain is replaced.
+  // A caller's edge: appended to `edges`, with a chain of its own under `id`. An origin that is
+  // there already under an equal id must be passed as `origin`; its chain is replaced.
   LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t origin = -1);
   // A segment that belongs to `origin`; it is not appended to `edges` yet.
   LEdge* make_segment(const Text& id, LPort* source, LPort* target, std::int32_t origin);

@@ -16,7 +16,7 @@ namespace quillan::vorn_layered {
 // An integer option that is looked at only where it is needed: a host value that is no integer is
 // carried along and fails at its use, not before.
 struct LazyInteger {
-  std::int64_t value = 0;   // clamped to the range of the type
+  std::int64_t value = 0;  // clamped to the range of the type
   bool is_integer = true;
 };
 

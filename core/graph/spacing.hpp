@@ -26,9 +26,7 @@ inline double smaller(double a, double b) { return b < a ? b : a; }
 
 // A strict weak order of all reals: the usual one, with every not-a-number behind all others. Sorts
 // need it, since `<` alone loses transitivity of ties as soon as one value is not a number.
-inline bool comes_before(double a, double b) {
-  return a < b || (std::isnan(b) && !std::isnan(a));
-}
+inline bool comes_before(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
 
 }  // namespace quillan::vorn_layered
 

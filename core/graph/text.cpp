@@ -126,7 +126,8 @@ void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena
     key.bytes.remove_prefix(shared);
     key.head = head_of(key.bytes);
   }
-  if (!std::is_sorted(keys.begin(), keys.end(), before)) std::sort(keys.begin(), keys.end(), before);
+  if (!std::is_sorted(keys.begin(), keys.end(), before))
+    std::sort(keys.begin(), keys.end(), before);
   for (std::size_t place = 0; place < keys.size(); ++place) {
     rank[static_cast<std::size_t>(keys[place].index)] = static_cast<std::int32_t>(place);
   }

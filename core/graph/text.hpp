@@ -1,8 +1,8 @@
 // Text: an identifier, kept as its ingredients and written out only when somebody reads it.
 //
 // Most ids of a layout are made from a caller's id, a literal and a number ("dummy:e7#3",
-// "e7:seg#4"). A graph can have millions of them and nobody looks at most: a Text holds a pointer to
-// the caller's bytes, a form and a number, in 16 bytes.
+// "e7:seg#4"). A graph can have millions of them and nobody looks at most: a Text holds a pointer
+// to the caller's bytes, a form and a number, in 16 bytes.
 //
 // Bytes are UTF-8 with lone surrogates encoded as if they were ordinary code points, so that the
 // order of bytes is the order of code points.

@@ -50,8 +50,8 @@ inline constexpr double DEFAULT_COMPONENT_GAP = 80.0;
 // The largest graph, in real nodes, whose layers network simplex still assigns.
 inline constexpr int NETWORK_SIMPLEX_NODE_LIMIT = 400;
 
-// Bounds on one graph, so that no payload exhausts memory or the range of working integers. What goes
-// beyond them is refused before anything is spent on it.
+// Bounds on one graph, so that no payload exhausts memory or the range of working integers. What
+// goes beyond them is refused before anything is spent on it.
 inline constexpr std::int64_t MAX_NODES_PER_GRAPH = std::int64_t{1} << 23U;
 inline constexpr std::int64_t MAX_DUMMIES_PER_GRAPH = std::int64_t{1} << 23U;
 inline constexpr std::int64_t MAX_PORTS_PER_SIDE = std::int64_t{1} << 20U;

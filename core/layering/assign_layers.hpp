@@ -27,8 +27,9 @@ void _layer_network_simplex(LGraph& graph);
 void _normalise_layers(LGraph& graph);
 
 // Splits every edge that spans more than one layer into segments joined by dummies of no size, one
-// per layer in between. Works from the chains of one segment; a second run changes nothing. Linear in
-// edges plus new dummies. Throws SizeFault beyond MAX_DUMMIES_PER_GRAPH, before anything is changed.
+// per layer in between. Works from the chains of one segment; a second run changes nothing. Linear
+// in edges plus new dummies. Throws SizeFault beyond MAX_DUMMIES_PER_GRAPH, before anything is
+// changed.
 void insert_dummy_nodes(LGraph& graph);
 
 // Walks the nodes in topological order and sets each layer to the largest of its own and one past

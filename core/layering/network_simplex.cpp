@@ -75,8 +75,8 @@ class Border {
     }
     if (!entering_.empty()) {
       const Choice other{entering_.top().second, entering_.top().first + shift_, false};
-      const bool better = std::pair(other.slack, other.position) <
-                          std::pair(choice.slack, choice.position);
+      const bool better =
+          std::pair(other.slack, other.position) < std::pair(choice.slack, choice.position);
       if (choice.position < 0 || better) choice = other;
     }
     return choice;
@@ -301,10 +301,10 @@ std::int32_t _NetworkSimplex::lowest_common_ancestor(std::int32_t a, std::int32_
   }
 }
 
-// Walks the tree path in the direction in which the cycle of the entering edge runs through it. With
-// the leaving edge's cut value c, an edge that points along the walk loses c and one that points
-// against it gains c: taking the edge away separates the same parts as before, except that one whole
-// side of the old cut has changed places.
+// Walks the tree path in the direction in which the cycle of the entering edge runs through it.
+// With the leaving edge's cut value c, an edge that points along the walk loses c and one that
+// points against it gains c: taking the edge away separates the same parts as before, except that
+// one whole side of the old cut has changed places.
 void _NetworkSimplex::update_cuts_on_path(std::int32_t from, std::int32_t to,
                                           std::int32_t leaving_cut) {
   const std::int32_t top = lowest_common_ancestor(from, to);

@@ -1,14 +1,14 @@
 // Network simplex ranking: integer ranks of least total edge span.
 //
 // After Gansner, Koutsofios, North and Vo, A Technique for Drawing Directed Graphs (1993), section
-// 2.3: a spanning tree of tight edges is grown, and a tree edge of negative cut value is swapped for
-// the edge of least slack that crosses the same cut the other way, until none is left or a cap is
-// reached. Every edge has weight 1 and minimum length 1.
+// 2.3: a spanning tree of tight edges is grown, and a tree edge of negative cut value is swapped
+// for the edge of least slack that crosses the same cut the other way, until none is left or a cap
+// is reached. Every edge has weight 1 and minimum length 1.
 //
 // The procedure is stated with all cut values and the whole numbering computed anew at each pivot.
 // Here a pivot touches only the smaller side of its cut and the tree path between the ends of the
-// entering edge: cut values elsewhere, and slacks of edges with both ends on one side, do not change.
-// All values are integers, so the result is the same.
+// entering edge: cut values elsewhere, and slacks of edges with both ends on one side, do not
+// change. All values are integers, so the result is the same.
 
 #ifndef QUILLAN_CORE_LAYERING_NETWORK_SIMPLEX_HPP_
 #define QUILLAN_CORE_LAYERING_NETWORK_SIMPLEX_HPP_
@@ -38,8 +38,8 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   _NetworkSimplex(std::int32_t count, std::span<const Edge> edges,
                   std::span<const std::int32_t> initial_ranks, Arena& scratch);
 
-  // One rank per node, the smallest being 0. Called once. At the end every field reads what it would
-  // if it were computed anew at each pivot.
+  // One rank per node, the smallest being 0. Called once. At the end every field reads what it
+  // would if it were computed anew at each pivot.
   std::vector<std::int32_t> solve();
 
   [[nodiscard]] std::int32_t slack(std::int32_t position) const {
@@ -56,8 +56,8 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void _feasible_tree();
   // Postorder numbers from node 0: sets parent_edge, lim and low. Linear.
   void _number_tree();
-  // All cut values from scratch. REQUIRES: the numbering of the current tree. Linear: a cut value is
-  // the sum of in-degree minus out-degree over the subtree below the edge, with a sign.
+  // All cut values from scratch. REQUIRES: the numbering of the current tree. Linear: a cut value
+  // is the sum of in-degree minus out-degree over the subtree below the edge, with a sign.
   void _compute_cut_values();
   // REQUIRES: the numbering of the current tree.
   [[nodiscard]] bool _in_subtree(std::int32_t node, std::int32_t root) const {
@@ -76,13 +76,13 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   std::int32_t count;
   std::span<const Edge> edges;
   std::span<std::int32_t> rank;
-  IncidentMap incident;                  // edges at each node, in edge order
-  std::span<bool> in_tree;               // per edge
-  std::span<std::int32_t> parent_edge;   // per node; -1 at the root and outside the tree
-  std::span<std::int32_t> lim;           // postorder number from 1
-  std::span<std::int32_t> low;           // smallest lim in the subtree
-  std::span<std::int32_t> cut;           // per edge; 0 outside the tree
-  std::span<bool> _visited;              // what the last _tight_tree reached
+  IncidentMap incident;                 // edges at each node, in edge order
+  std::span<bool> in_tree;              // per edge
+  std::span<std::int32_t> parent_edge;  // per node; -1 at the root and outside the tree
+  std::span<std::int32_t> lim;          // postorder number from 1
+  std::span<std::int32_t> low;          // smallest lim in the subtree
+  std::span<std::int32_t> cut;          // per edge; 0 outside the tree
+  std::span<bool> _visited;             // what the last _tight_tree reached
 
  private:
   // The end of a tree edge that lies farther from the root.
@@ -93,7 +93,8 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void find_smaller_side(std::int32_t leaving);
   // What is at a node: the edge positions, and the node at the other end of each.
   [[nodiscard]] std::span<const std::int32_t> across(std::int32_t node) const {
-    return across_.subspan(incident.starts[node], incident.starts[node + 1] - incident.starts[node]);
+    return across_.subspan(incident.starts[node],
+                           incident.starts[node + 1] - incident.starts[node]);
   }
   void set_cut(std::int32_t position, std::int32_t value);
   [[nodiscard]] std::int32_t parent(std::int32_t node) const {
@@ -106,16 +107,16 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
 
   Arena& scratch_;
   std::span<const std::int32_t> across_;  // the other end of each entry of `incident`
-  IndexSet negative_;             // tree edges of negative cut value
-  std::span<std::int32_t> size_;  // per node: the nodes of its subtree
-  std::span<std::int32_t> side_;  // per node: the stamp of the last search that reached it
-  std::span<std::int32_t> climb_;  // the same for walks towards the root
+  IndexSet negative_;                     // tree edges of negative cut value
+  std::span<std::int32_t> size_;          // per node: the nodes of its subtree
+  std::span<std::int32_t> side_;          // per node: the stamp of the last search that reached it
+  std::span<std::int32_t> climb_;         // the same for walks towards the root
   std::int32_t stamp_ = 0;
   std::vector<std::int32_t> small_;  // the smaller side of the cut of `examined_`
-  std::int32_t small_stamp_ = 0;  // what `side_` says of its nodes
-  bool small_is_subtree_ = true;  // whether the smaller side is the one below `examined_`
-  std::int32_t examined_ = -1;    // the leaving edge last looked at; -1 after a pivot
-  std::int32_t raised_ = 0;       // what every rank of the tree still has to be raised by
+  std::int32_t small_stamp_ = 0;     // what `side_` says of its nodes
+  bool small_is_subtree_ = true;     // whether the smaller side is the one below `examined_`
+  std::int32_t examined_ = -1;       // the leaving edge last looked at; -1 after a pivot
+  std::int32_t raised_ = 0;          // what every rank of the tree still has to be raised by
 };
 
 }  // namespace quillan::vorn_layered

@@ -94,8 +94,7 @@ void AlignmentGraph::collect_links() {
 
 std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers) {
   const Layers& lists = layers.graph.layers;
-  const std::span<bool> marked =
-      layers.graph.scratch.array<bool>(layers.segment_count, false);
+  const std::span<bool> marked = layers.graph.scratch.array<bool>(layers.segment_count, false);
   for (std::int32_t index = 1; index < lists.size(); ++index) {
     const std::int32_t upper_first = lists.start(index - 1);
     const std::int32_t upper_end = lists.start(index);

@@ -16,8 +16,8 @@
 
 namespace quillan::vorn_layered {
 
-// The layers of a graph in working form. Slots number the nodes by layer and place, so that comparing
-// slots of one layer compares places.
+// The layers of a graph in working form. Slots number the nodes by layer and place, so that
+// comparing slots of one layer compares places.
 class AlignmentGraph {
  public:
   // The arrays live in the open frame of `graph.scratch`. Linear in nodes plus edges.
@@ -40,26 +40,26 @@ class AlignmentGraph {
   LGraph& graph;
   std::int32_t slot_count;
   std::int32_t segment_count = 0;
-  std::span<std::int32_t> slot_of;         // by position in LGraph::nodes
-  std::span<double> separation;            // from the center of the slot before
+  std::span<std::int32_t> slot_of;  // by position in LGraph::nodes
+  std::span<double> separation;     // from the center of the slot before
   std::span<bool> opens_layer;
-  std::span<std::int32_t> inner_source;    // slot of the dummy at the other end of the first inner
-                                           // segment into this dummy; -1 for none
+  std::span<std::int32_t> inner_source;  // slot of the dummy at the other end of the first inner
+                                         // segment into this dummy; -1 for none
  private:
   void collect_links();
 
   std::span<const std::int32_t> above_starts_;
-  std::span<Link> above_;                  // ascending by slot
+  std::span<Link> above_;  // ascending by slot
   std::span<std::int32_t> below_starts_;
-  std::span<Link> below_;                  // ascending by slot
+  std::span<Link> below_;  // ascending by slot
 };
 
 // By segment: whether it crosses an inner segment, one with a dummy at both ends. Linear.
 std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers);
 
 // One of the four alignments: by slot, the slot at the root of its block. `downward` links nodes to
-// the layer before, in ascending layers; `leftward` visits a layer from its first node on and prefers
-// the lower of two medians. Linear.
+// the layer before, in ascending layers; `leftward` visits a layer from its first node on and
+// prefers the lower of two medians. Linear.
 std::span<const std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward,
                                             bool leftward, std::span<const bool> marked);
 

@@ -14,25 +14,26 @@ namespace {
 
 constexpr double kTolerance = 1e-9;
 constexpr double kNever = -std::numeric_limits<double>::infinity();
-// Pushes that reach the top together lie within a few tolerances of it; a longer staircase of them is
-// left to the sweeps.
+// Pushes that reach the top together lie within a few tolerances of it; a longer staircase of them
+// is left to the sweeps.
 constexpr int kMaxClusterSteps = 4;
 
 // Why one walk in topological order gives what the sweeps give.
 //
-// In the sweeps a block's center rises, by more than the tolerance each time, until it takes its final
-// value. A push from s to t, `center(s) + separation`, is made whenever s is visited; what counts is
-// the first time it is made with a given value. The final value of s is first pushed in the sweep in
-// which s took it if s comes after the block that pushed it there, else in the next one; a block that
-// stays at 0.0 pushes in sweep 1. So the moment of every final push is known once s is done: (sweep,
-// index of s, place of the constraint), in which order the sweeps apply them.
+// In the sweeps a block's center rises, by more than the tolerance each time, until it takes its
+// final value. A push from s to t, `center(s) + separation`, is made whenever s is visited; what
+// counts is the first time it is made with a given value. The final value of s is first pushed in
+// the sweep in which s took it if s comes after the block that pushed it there, else in the next
+// one; a block that stays at 0.0 pushes in sweep 1. So the moment of every final push is known once
+// s is done: (sweep, index of s, place of the constraint), in which order the sweeps apply them.
 //
 // Take the final pushes on t and the cluster of those that reach the top: the largest, and all that
 // are chained to it by steps of at most the tolerance. Everything else pushed on t lies below the
-// cluster by more than the tolerance: the other final pushes by choice of the cluster, and pushes of
-// earlier values of s by a check against `earlier(s) + separation`, a bound on them, since rounding is
-// monotone. Then nothing else can keep the first push of the cluster from being accepted, and nothing
-// else is accepted after it. The outcome is that of the cluster alone, in order of moments, from 0.0.
+// cluster by more than the tolerance: the other final pushes by choice of the cluster, and pushes
+// of earlier values of s by a check against `earlier(s) + separation`, a bound on them, since
+// rounding is monotone. Then nothing else can keep the first push of the cluster from being
+// accepted, and nothing else is accepted after it. The outcome is that of the cluster alone, in
+// order of moments, from 0.0.
 //
 // Where the check fails, or the constraints have a cycle, the sweeps themselves are run.
 class Replay {
@@ -199,7 +200,8 @@ void _compact_blocks(const BlockConstraints& constraints, std::span<double> cent
   // A separation that is not finite voids the reasoning behind the replay.
   bool finite = true;
   for (std::size_t slot = 0; slot < constraints.separation.size(); ++slot) {
-    if (!constraints.opens_layer[slot]) finite = finite && std::isfinite(constraints.separation[slot]);
+    if (!constraints.opens_layer[slot])
+      finite = finite && std::isfinite(constraints.separation[slot]);
   }
   if (finite && compact_by_replay(constraints, centers, scratch)) return;
   compact_by_sweeps(constraints, centers, scratch);

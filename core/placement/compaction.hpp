@@ -11,9 +11,9 @@
 namespace quillan::vorn_layered {
 
 // What has to be compacted. Slots are nodes numbered by layer and place, so that slot s - 1 is the
-// neighbour before s unless s opens its layer. The neighbours s - 1 and s say that the center of the
-// block of s lies at least separation[s] beyond that of the block of s - 1; in the list of a block
-// these constraints stand in slot order.
+// neighbour before s unless s opens its layer. The neighbours s - 1 and s say that the center of
+// the block of s lies at least separation[s] beyond that of the block of s - 1; in the list of a
+// block these constraints stand in slot order.
 struct BlockConstraints {
   std::int32_t block_count;
   std::span<const std::int32_t> block_of;  // per slot
@@ -21,17 +21,19 @@ struct BlockConstraints {
   std::span<const bool> opens_layer;       // per slot
 };
 
-// Centers of all blocks: what sweeps over all constraints by block index, starting at 0.0 and raising
-// a center that falls short by more than 1e-9, end with (after at most block_count + 2 sweeps).
-// Near-linear in slots; falls back to compact_by_sweeps where it cannot vouch for the result.
-void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers, Arena& scratch);
+// Centers of all blocks: what sweeps over all constraints by block index, starting at 0.0 and
+// raising a center that falls short by more than 1e-9, end with (after at most block_count + 2
+// sweeps). Near-linear in slots; falls back to compact_by_sweeps where it cannot vouch for the
+// result.
+void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers,
+                     Arena& scratch);
 
 // The sweeps as stated. Cost: sweeps times slots.
 void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch);
 
-// One walk over the blocks that replays the sweeps; false, with `centers` unspecified, where it cannot
-// vouch for the result.
+// One walk over the blocks that replays the sweeps; false, with `centers` unspecified, where it
+// cannot vouch for the result.
 bool compact_by_replay(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch);
 

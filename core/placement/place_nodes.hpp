@@ -7,7 +7,8 @@
 
 namespace quillan::vorn_layered {
 
-// Runs phase 4. REQUIRES: `layers` is empty, or holds exactly the nodes of the graph in final order.
+// Runs phase 4. REQUIRES: `layers` is empty, or holds exactly the nodes of the graph in final
+// order.
 void place_nodes(LGraph& graph);
 
 // Packs the layers along the flow axis and centres each node in its column. Linear.
@@ -18,12 +19,12 @@ void _assign_layer_x(LGraph& graph);
 void _place_simple_y(LGraph& graph);
 
 // The middle of four alignments (Brandes and Koepf, Fast and Simple Horizontal Coordinate
-// Assignment, 2002). The result may be negative and boxes of a layer may still overlap. REQUIRES: at
-// least one node. Near-linear, see _compact_blocks.
+// Assignment, 2002). The result may be negative and boxes of a layer may still overlap. REQUIRES:
+// at least one node. Near-linear, see _compact_blocks.
 void _place_brandes_kopf_y(LGraph& graph);
 
-// Pushes the boxes of each layer apart towards larger y, in order of their y. m log m per layer, linear
-// where the layer's list is in that order already.
+// Pushes the boxes of each layer apart towards larger y, in order of their y. m log m per layer,
+// linear where the layer's list is in that order already.
 void _pack_layer_overlaps(LGraph& graph);
 
 // Moves the whole drawing so that its smallest coordinates are the paddings.

@@ -20,15 +20,15 @@ struct Interval {
   double target;
 };
 
-// Runs phase 5: writes `bend_points`, and moves layers along the flow axis where a gap is too narrow
-// for its tracks. REQUIRES: final y; `layers` empty or holding exactly the nodes of the graph.
-// Near-linear, see _assign_tracks.
+// Runs phase 5: writes `bend_points`, and moves layers along the flow axis where a gap is too
+// narrow for its tracks. REQUIRES: final y; `layers` empty or holding exactly the nodes of the
+// graph. Near-linear, see _assign_tracks.
 void route_edges(LGraph& graph);
 
-// Greedy interval colouring: in ascending order of their first value, every interval takes the first
-// track whose end it does not overlap. Touching intervals may share a track. Fills `tracks` and returns
-// their number. REQUIRES: no value is a not-a-number. s log s, with a search tree over the tracks' ends
-// where the statement scans them.
+// Greedy interval colouring: in ascending order of their first value, every interval takes the
+// first track whose end it does not overlap. Touching intervals may share a track. Fills `tracks`
+// and returns their number. REQUIRES: no value is a not-a-number. s log s, with a search tree over
+// the tracks' ends where the statement scans them.
 std::int32_t _assign_tracks(std::span<const Interval> intervals, std::span<std::int32_t> tracks,
                             Arena& scratch);
 

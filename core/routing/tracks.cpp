@@ -9,8 +9,9 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-// The ends of all tracks in a tree of minima, to find the first track that ends at or before a value.
-// Tracks not in use yet end before everything, so the first of them comes out where no other fits.
+// The ends of all tracks in a tree of minima, to find the first track that ends at or before a
+// value. Tracks not in use yet end before everything, so the first of them comes out where no other
+// fits.
 class TrackEnds {
  public:
   TrackEnds(std::size_t most, Arena& scratch)
