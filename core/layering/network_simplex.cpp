@@ -146,10 +146,34 @@ std::vector<std::int32_t> _NetworkSimplex::_tight_tree() {
   return members;
 }
 
+// The passes as stated, for ranks that are not feasible: only a graph with a cycle has such. A
+// shift may then lose members, and nothing but the count of passes ends the loop.
+void _NetworkSimplex::shift_in_passes() {
+  for (std::int32_t guard = 0; guard <= count + 1; ++guard) {
+    const std::vector<std::int32_t> members = _tight_tree();
+    if (static_cast<std::int32_t>(members.size()) == count) return;
+    std::int32_t best = -1;
+    for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size());
+         ++position) {
+      if (_visited[edges[position].tail] == _visited[edges[position].head]) continue;
+      if (best < 0 || slack(position) < slack(best)) best = position;
+    }
+    if (best < 0) return;
+    const std::int32_t delta = _visited[edges[best].tail] ? slack(best) : -slack(best);
+    for (const std::int32_t node : members) rank[node] += delta;
+  }
+}
+
 // Stated as growing the tight tree anew after every shift. Only the set of its members decides the
 // shifts, and a shift never loses a member, so the set can be grown; the tree itself, whose shape
 // does depend on the search, is the one that the last search finds.
 void _NetworkSimplex::_feasible_tree() {
+  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
+    if (slack(position) < 0) {
+      shift_in_passes();
+      return;
+    }
+  }
   {
     const Arena::Frame frame(scratch_);
     const std::span<bool> member = scratch_.array<bool>(count, false);

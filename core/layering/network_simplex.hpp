@@ -33,8 +33,9 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
     std::int32_t head;
   };
 
-  // REQUIRES: feasible `initial_ranks`, one per node; ends from 0 to `count` - 1 and different.
-  // The arrays live in the open frame of `scratch`.
+  // REQUIRES: `initial_ranks`, one per node; ends from 0 to `count` - 1 and different. Ranks that
+  // are not feasible give ranks that are not feasible either. The arrays live in the open frame of
+  // `scratch`.
   _NetworkSimplex(std::int32_t count, std::span<const Edge> edges,
                   std::span<const std::int32_t> initial_ranks, Arena& scratch);
 
@@ -52,7 +53,8 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   // The part of the graph around node 0 that tight edges reach, in the order reached; sets in_tree
   // and _visited. Linear.
   std::vector<std::int32_t> _tight_tree();
-  // Shifts ranks until the tight tree spans or no edge leaves it. e log e.
+  // Shifts ranks until the tight tree spans or no edge leaves it. e log e for feasible ranks; for
+  // others at most count + 2 passes over the edges.
   void _feasible_tree();
   // Postorder numbers from node 0: sets parent_edge, lim and low. Linear.
   void _number_tree();
@@ -90,6 +92,7 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
     const Edge& edge = edges[position];
     return parent_edge[edge.head] == position ? edge.head : edge.tail;
   }
+  void shift_in_passes();
   void find_smaller_side(std::int32_t leaving);
   // What is at a node: the edge positions, and the node at the other end of each.
   [[nodiscard]] std::span<const std::int32_t> across(std::int32_t node) const {
