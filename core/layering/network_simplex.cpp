@@ -162,6 +162,7 @@ void _NetworkSimplex::shift_in_passes() {
     const std::int32_t delta = _visited[edges[best].tail] ? slack(best) : -slack(best);
     for (const std::int32_t node : members) rank[node] += delta;
   }
+  closed_ = false;
 }
 
 // Stated as growing the tight tree anew after every shift. Only the set of its members decides the
@@ -393,7 +394,8 @@ std::vector<std::int32_t> _NetworkSimplex::solve() {
   _feasible_tree();
   _number_tree();
   _compute_cut_values();
-  const std::int32_t limit = count < kPivotCap / 4 ? 4 * count : kPivotCap;
+  // An edge out of the tree has no path in it to pivot along; the ranks stay as they are.
+  const std::int32_t limit = closed_ ? std::min(4 * count, kPivotCap) : 0;
   for (std::int32_t pivot = 0; pivot < limit; ++pivot) {
     const std::int32_t leaving = _leave_edge();
     if (leaving < 0) break;

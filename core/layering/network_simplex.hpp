@@ -119,6 +119,7 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   std::int32_t small_stamp_ = 0;     // what `side_` says of its nodes
   bool small_is_subtree_ = true;     // whether the smaller side is the one below `examined_`
   std::int32_t examined_ = -1;       // the leaving edge last looked at; -1 after a pivot
+  bool closed_ = true;               // whether no edge leaves the tree
   std::int32_t raised_ = 0;          // what every rank of the tree still has to be raised by
 };
 
