@@ -60,11 +60,10 @@ Components weakly_connected_components(const Payload& payload) {
   std::vector<std::int32_t> number(payload.nodes.size(), -1);
   std::vector<std::int32_t> component_of(payload.nodes.size(), -1);
   std::int32_t count = 0;
-  for (std::size_t i = 0; i < payload.nodes.size(); ++i) {
-    const std::int32_t canonical = payload.nodes[i].canonical;
-    std::int32_t& component = number[sets.find(canonical)];
+  for (const Payload::Node& node : payload.nodes) {
+    std::int32_t& component = number[sets.find(node.canonical)];
     if (component < 0) component = count++;
-    component_of[canonical] = component;
+    component_of[node.canonical] = component;
   }
 
   std::vector<std::int32_t> component_of_edge(payload.edges.size(), -1);

@@ -21,8 +21,8 @@ class Sweeper {
       : orders_(orders),
         layers_(orders.layer_count()),
         gaps_(orders.graph().scratch.array<Gap>(layers_ - 1, Gap{})),
-        settled_(orders.graph().scratch.array<Settled>(layers_ * 4, Settled{})),
-        self_reliant_(orders.graph().scratch.array<bool>(layers_ * 2, false)),
+        settled_(orders.graph().scratch.array<Settled>(std::size_t{4} * layers_, Settled{})),
+        self_reliant_(orders.graph().scratch.array<bool>(std::size_t{2} * layers_, false)),
         ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())) {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
       for (const Reference side : {Reference::UPPER, Reference::LOWER}) {

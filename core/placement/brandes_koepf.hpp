@@ -20,8 +20,8 @@ namespace quillan::vorn_layered {
 // comparing slots of one layer compares places.
 class AlignmentGraph {
  public:
-  // The arrays live in the open frame of `graph.scratch`. Linear in nodes plus edges.
-  explicit AlignmentGraph(LGraph& graph);
+  // The arrays live in the open frame of the graph's scratch arena. Linear in nodes plus edges.
+  explicit AlignmentGraph(LGraph& laid_out);
 
   // A neighbour in the adjacent layer, and the entry that stands for the segments to it: parallel
   // segments share one.

@@ -134,11 +134,11 @@ class Replay {
   void settle(std::int32_t block, double bottom, double top) {
     if (bottom == top) {
       // All of them ask for the same value: the first one sets it.
-      const Push* first = nullptr;
+      Push first{top, INT32_MAX, 0, 0};
       for (const Push& push : pushes_) {
-        if (push.value == top && (first == nullptr || push < *first)) first = &push;
+        if (push.value == top && push < first) first = push;
       }
-      take(block, *first);
+      take(block, first);
       return;
     }
     std::sort(pushes_.begin(), pushes_.end());
