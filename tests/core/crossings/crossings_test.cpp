@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "core/crossings/adjacent_swap.hpp"
+#include "core/crossings/counting.hpp"
+#include "core/crossings/neighbor_order.hpp"
+#include "core/crossings/reduce_crossings.hpp"
+#include "core/graph/faults.hpp"
+#include "tests/core/random_graphs.hpp"
+
+namespace quillan::vorn_layered::testing {
+namespace {
+
+using Keys = std::vector<EndKey>;
+
+// The key of port 0 of each place.
+Keys keys_at(const Numbers& places) {
+  Keys keys;
+  for (const std::int32_t place : places) keys.push_back(place * KEY_SCALE + 1);
+  return keys;
+}
+
+std::int64_t crossings(const std::vector<Numbers>& layers, std::initializer_list<TestEdge> links) {
+  TestGraph graph({"a", "b", "c", "d"}, links, 300);
+  graph.set_layers(layers);
+  return count_crossings(graph);
+}
+
+TEST(Counting, InversionsEqualComparisonOfAllPairs) {
+  Random random(6);
+  for (int round = 0; round < 3000; ++round) {
+    Arena arena;
+    std::vector<std::int64_t> sequence(random.below(150));
+    const std::int32_t spread = random.pick({1, 5, 100, 1'000'000});
+    for (std::int64_t& value : sequence) value = random.below(spread);
+    std::int64_t naive = 0;
+    for (std::size_t i = 0; i < sequence.size(); ++i) {
+      for (std::size_t j = i + 1; j < sequence.size(); ++j) naive += sequence[i] > sequence[j];
+    }
+    ASSERT_EQ(_count_inversions(sequence, arena), naive) << "round " << round;
+  }
+}
+
+TEST(Counting, PortOrderCountsOnBothEnds) {
+  EXPECT_EQ(crossings({{0, 1}, {2, 3}}, {{0, 3}, {1, 2}}), 1);
+  EXPECT_EQ(crossings({{0}, {1, 2, 3}}, {{0, 1, 0, 1}, {0, 1, 1, 0}}), 1);
+  EXPECT_EQ(crossings({{0}, {1, 2, 3}}, {{0, 1, 0, 0}, {0, 1, 1, 0}}), 0);
+  EXPECT_EQ(crossings({{0}, {1, 2, 3}}, {{0, 1, 0, 1}, {0, 1, 0, 0}}), 0);
+  EXPECT_EQ(crossings({{0, 1}, {}, {2, 3}}, {{0, 3}, {1, 2}}), 0);  // they skip a layer
+}
+
+TEST(Counting, PortsFrom256OnCompareLikeLowPortsOfTheNextNode) {
+  const std::vector<Numbers> layers = {{0, 1}, {2, 3}};
+  EXPECT_EQ(crossings(layers, {{0, 2, 0, 256}, {1, 3, 0, 0}}), 0);
+  EXPECT_EQ(crossings(layers, {{0, 2, 0, 257}, {1, 3, 0, 0}}), 1);
+  EXPECT_EQ(crossings(layers, {{0, 3, 0, 0}, {1, 2, 0, 257}}), 0);
+  EXPECT_EQ(crossings(layers, {{0, 2, 0, 257}, {0, 3, 0, 0}}), 1);  // even from one port
+}
+
+TEST(Median, LeansToTheDenserSide) {
+  EXPECT_EQ(_weighted_median(keys_at({1, 2, 3, 9})), 2.158482142857143);
+  EXPECT_EQ(_barycentre(keys_at({1, 2, 3, 9})), 3.765625);
+  EXPECT_EQ(_weighted_median(keys_at({1, 2, 9})), 2.015625);
+  EXPECT_EQ(_weighted_median(keys_at({1, 9})), 5.015625);
+  EXPECT_EQ(_weighted_median(keys_at({4, 4, 4, 4})), 4.015625);  // no division by zero
+  EXPECT_EQ(_weighted_median({}), -1.0);
+  EXPECT_EQ(_weighted_median(Keys{3 * 64 + 1, 3 * 64 + 2}), 3.0234375);  // two ports of one node
+}
+
+TEST(NeighborOrder, NodesWithoutNeighboursCompeteWithTheirOwnPlaceAndTiesGoById) {
+  // Measures: x 2.015625, y 1 (its place), z and a 0.015625 both.
+  TestGraph graph({"u", "v", "w", "x", "y", "z", "a"}, {{2, 3}, {0, 5}, {0, 6}});
+  graph.set_layers({{0, 1, 2}, {3, 4, 5, 6}});
+  LayerOrders orders(graph);
+  orders.rank_ids();
+  orders.refresh_keys(1, Reference::UPPER);
+  Numbers ordered(4);
+  _order_by_neighbors(orders, 1, Reference::UPPER, true, ordered);
+  EXPECT_EQ(ordered, (Numbers{6, 5, 4, 3}));
+}
+
+TEST(NeighborOrder, ManyTiesGoByIdToo) {
+  TestGraph star({"hub"}, {});
+  std::vector<Numbers> layers = {{0}, {}};
+  for (const std::int32_t name : Random(9).permutation(40)) {
+    layers[1].push_back(star.put_node(numbered("n", name), 1, 1, 1, 1)->position);
+    star.put_edge({0, layers[1].back()});
+  }
+  star.set_layers(layers);
+  LayerOrders orders(star);
+  orders.rank_ids();
+  orders.refresh_keys(1, Reference::UPPER);
+  Numbers ordered(40);
+  _order_by_neighbors(orders, 1, Reference::UPPER, true, ordered);
+  EXPECT_TRUE(std::is_sorted(ordered.begin(), ordered.end(), [&](std::int32_t a, std::int32_t b) {
+    return orders.node(a)->id.str() < orders.node(b)->id.str();
+  }));
+}
+
+TEST(AdjacentSwap, TheSumOfBothGapsDecidesAndZeroChangesNothing) {
+  EXPECT_EQ(_sorted_cross_pairs(keys_at({2, 1, 1}), keys_at({0, 1, 2})), 4);
+  const auto refined = [](std::initializer_list<TestEdge> links) {
+    TestGraph graph({"u", "v", "a", "b", "x", "y"}, links);
+    graph.set_layers({{0, 1}, {2, 3}, {4, 5}});
+    LayerOrders orders(graph);
+    orders.refresh_keys(1, Reference::UPPER);
+    orders.refresh_keys(1, Reference::LOWER);
+    Numbers ordered = {2, 3};
+    _adjacent_swap(orders, ordered);
+    return ordered;
+  };
+  EXPECT_EQ(refined({{1, 2}, {0, 3}}), (Numbers{3, 2}));
+  EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 4}, {3, 5}}), (Numbers{2, 3}));  // won above, lost below
+  EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 5}}), (Numbers{3, 2}));  // below only one has neighbours
+}
+
+TEST(ReduceCrossings, LooksAtThoroughnessOnlyWhereItSweeps) {
+  TestGraph graph({"a", "b", "c", "d"}, {{0, 3}, {1, 2}});
+  graph.set_layers({{1, 0}, {2, 3}});
+  graph.options.thoroughness.is_integer = false;
+  graph.options.crossing_strategy = "NONE";
+  graph.nodes[0]->order = 9;
+  reduce_crossings(graph);
+  EXPECT_EQ(graph.nodes[0]->order, 1);
+  graph.options.crossing_strategy = "LAYER_SWEEP";
+  EXPECT_THROW(reduce_crossings(graph), TypeFault);
+}
+
+}  // namespace
+}  // namespace quillan::vorn_layered::testing

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <new>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/graph/arena.hpp"
+#include "core/graph/index_set.hpp"
+#include "core/graph/text.hpp"
+#include "tests/core/random_graphs.hpp"
+
+namespace quillan::vorn_layered::testing {
+namespace {
+
+TEST(Arena, FrameGivesBackWhatItTookAndNothingElse) {
+  Arena arena;
+  const std::span<int> outer = arena.array<int>(1000, 7);
+  const void* first = nullptr;
+  for (std::size_t round = 1; round < 4; ++round) {
+    const Arena::Frame frame(arena);
+    const std::span<std::size_t> small = arena.array<std::size_t>(10, round);
+    if (first == nullptr) first = small.data();
+    EXPECT_EQ(small.data(), first);
+    const Arena::Frame inner(arena);  // larger than any block so far
+    const std::span<double> large = arena.array<double>(100'000 * round, 1.5);
+    EXPECT_EQ(large.back(), 1.5);
+    EXPECT_EQ(small.back(), round);
+  }
+  EXPECT_EQ(std::count(outer.begin(), outer.end(), 7), 1000);
+  EXPECT_EQ(arena.raw_array<std::size_t>(1).data(), first);
+  EXPECT_THROW(arena.raw_array<double>(static_cast<std::size_t>(-1) / 8), std::bad_alloc);
+}
+
+TEST(IndexSet, AgreesWithAnOrderedSet) {
+  Random random(1);
+  for (const std::int32_t range : {1, 2, 63, 64, 65, 4095, 4096, 4097, 300'000}) {
+    Arena arena;
+    IndexSet set(range, arena);
+    std::set<std::int32_t> naive;
+    for (int step = 0; step < 2000; ++step) {
+      // Half of them near the end, where the words of the upper levels end too.
+      const std::int32_t member =
+          random.chance(50) ? random.below(range) : range - 1 - random.below(std::min(range, 130));
+      if (random.chance(60)) {
+        set.insert(member);
+        naive.insert(member);
+      } else {
+        set.erase(member);
+        naive.erase(member);
+      }
+      const std::int32_t from = random.below(range + 1);
+      const auto at = naive.lower_bound(from);
+      ASSERT_EQ(set.next(from), at == naive.end() ? -1 : *at) << "range " << range;
+    }
+  }
+}
+
+TEST(Text, RanksAndComparesByCodePoint) {
+  // Numbers inside a text do not count, a prefix comes first, and bytes above 127 are no negatives.
+  const std::vector<std::string> pieces = {"",
+                                           "a",
+                                           "a9",
+                                           "a10",
+                                           "Z",
+                                           "\x7f",
+                                           "\xc3\xa9",
+                                           "\xef\xbd\x9a",
+                                           "\xf0\x9f\x98\x80",
+                                           std::string("a\0b", 3),
+                                           "a-long-common-prefix-1",
+                                           "a-long-common-prefix-2"};
+  Random random(2);
+  for (int round = 0; round < 3000; ++round) {
+    Arena arena;
+    std::vector<std::string> bytes(random.below(12));
+    for (std::string& text : bytes) {
+      for (int i = random.below(3); i >= 0; --i) text += pieces[random.below(12)];
+    }
+    std::vector<Text> texts;
+    texts.reserve(bytes.size());
+    for (const std::string& text : bytes) {
+      texts.emplace_back(arena.make<TextSource>(text),
+                         random.pick({TextForm::kPlain, TextForm::kDummy}),
+                         static_cast<std::uint32_t>(random.below(11)));
+    }
+    std::vector<std::int32_t> order = random.permutation(static_cast<std::int32_t>(texts.size()));
+    std::sort(order.begin(), order.end());
+    std::stable_sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
+      EXPECT_EQ(compare(texts[a], texts[b]) < 0, texts[a].str() < texts[b].str());
+      return texts[a].str() < texts[b].str();
+    });
+    std::vector<std::int32_t> rank(texts.size(), -1);
+    rank_texts(texts, rank, arena);
+    for (std::size_t place = 0; place < order.size(); ++place) {
+      ASSERT_EQ(rank[order[place]], static_cast<std::int32_t>(place)) << "round " << round;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillan::vorn_layered::testing
