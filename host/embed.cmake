@@ -1,5 +1,5 @@
-# Writes INPUT, a text file, as a C string into the header OUTPUT. Raw strings have a length limit in
-# some compilers, so the text goes in line by line.
+# Writes INPUT, a text file, as a C string into the header OUTPUT. Raw strings have a length limit
+# in some compilers, so the text goes in line by line.
 file(READ ${INPUT} text)
 string(REPLACE "\\" "\\\\" text "${text}")
 string(REPLACE "\"" "\\\"" text "${text}")

@@ -7,12 +7,16 @@ namespace quillan::host {
 double Fields::real(Field field) const {
   const Ref value = get(field);
   const double real = PyFloat_AsDouble(value.get());
-  if (real == -1.0 && PyErr_Occurred()) {
-    if (!PyErr_ExceptionMatches(PyExc_TypeError)) throw PythonError();
+  if (real != -1.0 || PyErr_Occurred() == nullptr) return real;
+  if (PyErr_ExceptionMatches(PyExc_TypeError)) {
     PyErr_Clear();
     wrong_type(field, "a real number", value.get());
   }
-  return real;
+  if (PyErr_ExceptionMatches(PyExc_OverflowError)) {
+    PyErr_Clear();
+    fail(PyExc_ValueError, "%U is too large for a float", state_.field(field));
+  }
+  throw PythonError();
 }
 
 std::int64_t Fields::integer(Field field, std::int64_t low, std::int64_t high) const {
@@ -21,9 +25,9 @@ std::int64_t Fields::integer(Field field, std::int64_t low, std::int64_t high) c
   int overflow = 0;
   const std::int64_t integer = PyLong_AsLongLongAndOverflow(value.get(), &overflow);
   if (overflow != 0 || integer < low || integer > high) {
-    const Ref message = check(PyUnicode_FromFormat(
-        "%U must be from %lld to %lld, not %S", state_.field(field), static_cast<long long>(low),
-        static_cast<long long>(high), value.get()));
+    const Ref message = check(PyUnicode_FromFormat("%U must be from %lld to %lld, not %S",
+                                                   state_.field(field), static_cast<long long>(low),
+                                                   static_cast<long long>(high), value.get()));
     fail(PyExc_ValueError, "%U", message.get());
   }
   return integer;

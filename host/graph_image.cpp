@@ -1,5 +1,7 @@
 #include "host/graph_image.hpp"
 
+#include <array>
+
 #include "host/fields.hpp"
 #include "host/options.hpp"
 
@@ -27,10 +29,30 @@ int member_of(const Fields& fields, Field field, const char* first, const char* 
   fields.fail(PyExc_ValueError, "%R is no value of the enumeration", text.get());
 }
 
+Point read_point(const Fields& fields, PyObject* value) {
+  const auto refuse = [&] {
+    fields.fail(PyExc_TypeError, "bend_points must hold pairs of real numbers, not %R", value);
+  };
+  if (!PyTuple_Check(value) && !PyList_Check(value)) refuse();
+  const Ref pair = check(PySequence_Tuple(value));
+  if (PyTuple_GET_SIZE(pair.get()) != 2) refuse();
+  std::array<double, 2> numbers{};
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    numbers[axis] = PyFloat_AsDouble(PyTuple_GET_ITEM(pair.get(), static_cast<Py_ssize_t>(axis)));
+    if (numbers[axis] != -1.0 || PyErr_Occurred() == nullptr) continue;
+    if (PyErr_ExceptionMatches(PyExc_TypeError) || PyErr_ExceptionMatches(PyExc_OverflowError)) {
+      PyErr_Clear();
+      refuse();
+    }
+    throw PythonError();
+  }
+  return {numbers[0], numbers[1]};
+}
+
 }  // namespace
 
-GraphImage::GraphImage(const State& state, PyObject* record)
-    : state_(state), record_(record), reader_(state, graph.arena) {
+GraphImage::GraphImage(const State& state, PyObject* record, LayerUse layer_use)
+    : state_(state), record_(record), layer_use_(layer_use), reader_(state, graph.arena) {
   if (check(PyObject_IsInstance(record, state.lgraph)) == 0) {
     PyErr_Format(PyExc_TypeError, "graph must be an LGraph, not %.200s", Py_TYPE(record)->tp_name);
     throw PythonError();
@@ -42,7 +64,7 @@ GraphImage::GraphImage(const State& state, PyObject* record)
   read_chains();
   read_edges();
   read_reversed_originals();
-  read_layers();
+  if (layer_use == LayerUse::kRead || layer_use == LayerUse::kReadAndWrite) read_layers();
 }
 
 void GraphImage::read_nodes() {
@@ -89,13 +111,14 @@ void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
       fields.fail(PyExc_ValueError, "its node is not the one that lists it");
     }
     if (member_of(fields, Field::kSide, "WEST", "EAST") != static_cast<int>(side)) {
-      fields.fail(PyExc_ValueError, in ? "an input port must have side WEST"
-                                       : "an output port must have side EAST");
+      fields.fail(PyExc_ValueError,
+                  in ? "an input port must have side WEST" : "an output port must have side EAST");
     }
     LPort& port = ports[i];
     port.id = Text(reader_.keep(fields.text(Field::kId)));
     port.offset = fields.real(Field::kOffset);
-    port.index = static_cast<std::int32_t>(fields.integer(Field::kIndex, 0, kMaxPortIndex));
+    port.index =
+        static_cast<std::int32_t>(fields.integer(Field::kIndex, 0, vorn_layered::MAX_PORT_INDEX));
     if (!ports_.emplace(port_record, &port).second) {
       fields.fail(PyExc_ValueError, "stands twice among the ports of the graph");
     }
@@ -104,7 +127,7 @@ void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
 }
 
 std::int32_t GraphImage::origin_of(PyObject* text) {
-  const vorn_layered::TextSource* source = reader_.keep(Ref::borrow(text));
+  const vorn_layered::TextSource* source = reader_.keep(text_form(text));
   const std::int32_t next = static_cast<std::int32_t>(graph.origins.size());
   const auto [entry, added] = origins_.emplace(source->bytes, next);
   if (added) graph.origins.push_back({Text(source), {}, false, false, false});
@@ -127,16 +150,7 @@ void GraphImage::read_bend_points(PyObject* record, LEdge& edge) {
   const Ref list = fields.list(Field::kBendPoints);
   edge.bend_points = graph.arena.array<Point>(static_cast<std::size_t>(size_of(list)), Point{});
   for (Py_ssize_t i = 0; i < size_of(list); ++i) {
-    const Ref pair = Ref::borrow(item_of(list, i));
-    const bool is_pair = (PyTuple_Check(pair.get()) || PyList_Check(pair.get())) &&
-                         PySequence_Size(pair.get()) == 2;
-    if (!is_pair) fields.fail(PyExc_TypeError, "bend_points must hold pairs, not %R", pair.get());
-    for (const Py_ssize_t axis : {0, 1}) {
-      const Ref number = check(PySequence_GetItem(pair.get(), axis));
-      const double value = PyFloat_AsDouble(number.get());
-      if (value == -1.0 && PyErr_Occurred()) throw PythonError();
-      (axis == 0 ? edge.bend_points[i].x : edge.bend_points[i].y) = value;
-    }
+    edge.bend_points[i] = read_point(fields, item_of(list, i));
   }
 }
 
@@ -177,17 +191,33 @@ void GraphImage::read_chains() {
   PyObject* value = nullptr;
   // Keys first, so that the origins stand in the order of the mapping.
   for (Py_ssize_t at = 0; PyDict_Next(chains.get(), &at, &key, &value) != 0;) {
-    if (!PyUnicode_CheckExact(key)) fields.wrong_type(Field::kChains, "a dict with str keys", key);
+    if (!PyUnicode_Check(key)) fields.wrong_type(Field::kChains, "a dict with str keys", key);
     if (!PyList_Check(value)) fields.wrong_type(Field::kChains, "a dict of lists", value);
     graph.origins[origin_of(key)].has_chain = true;
   }
   for (Py_ssize_t at = 0; PyDict_Next(chains.get(), &at, &key, &value) != 0;) {
-    const Ref list = check(PyList_GetSlice(value, 0, PyList_GET_SIZE(value)));
-    const std::span<LEdge*> chain =
-        graph.arena.array<LEdge*>(static_cast<std::size_t>(size_of(list)), nullptr);
-    for (Py_ssize_t i = 0; i < size_of(list); ++i) chain[i] = read_edge(item_of(list, i));
-    graph.origins[origin_of(key)].chain = chain;
+    read_chain(key, value);
   }
+}
+
+void GraphImage::read_chain(PyObject* key, PyObject* list) {
+  const Ref items = check(PyList_GetSlice(list, 0, PyList_GET_SIZE(list)));
+  const std::int32_t origin = origin_of(key);
+  const std::size_t known = edges_.size();
+  const std::span<LEdge*> chain =
+      graph.arena.array<LEdge*>(static_cast<std::size_t>(size_of(items)), nullptr);
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    chain[i] = read_edge(item_of(items, i));
+    if (chain[i]->origin != origin) {
+      Fields(state_, item_of(items, i))
+          .fail(PyExc_ValueError, "stands in the chain of %R, which is not its origin_id", key);
+    }
+  }
+  // Chains come before the other edges, and each edge is in the chain of its origin_id only.
+  if (edges_.size() - known != chain.size()) {
+    Fields(state_, record_).fail(PyExc_ValueError, "the chain of %R holds an edge twice", key);
+  }
+  graph.origins[origin].chain = chain;
 }
 
 void GraphImage::read_reversed_originals() {
@@ -196,7 +226,7 @@ void GraphImage::read_reversed_originals() {
   PyObject* key = nullptr;
   PyObject* value = nullptr;
   for (Py_ssize_t at = 0; PyDict_Next(reversed.get(), &at, &key, &value) != 0;) {
-    if (!PyUnicode_CheckExact(key)) {
+    if (!PyUnicode_Check(key)) {
       fields.wrong_type(Field::kReversedOriginals, "a dict with str keys", key);
     }
     Origin& origin = graph.origins[origin_of(key)];
@@ -210,28 +240,33 @@ void GraphImage::read_layers() {
   const Ref lists = fields.list(Field::kLayers);
   if (size_of(lists) == 0) return;
   std::vector<bool> seen(graph.nodes.size(), false);
-  std::size_t count = 0;
+  for (Py_ssize_t i = 0; i < size_of(lists); ++i) read_layer(item_of(lists, i), seen);
+  for (const LNode* node : graph.nodes) {
+    if (seen[node->position]) continue;
+    fields.fail(PyExc_ValueError, "layers lack node %R; rebuild_layers() regroups the nodes",
+                static_cast<PyObject*>(const_cast<void*>(node->id.host())));
+  }
+}
+
+void GraphImage::read_layer(PyObject* list, std::vector<bool>& seen) {
+  const Fields fields(state_, record_);
+  if (!PyList_Check(list)) fields.wrong_type(Field::kLayers, "a list of lists", list);
+  const Ref items = check(PyList_GetSlice(list, 0, PyList_GET_SIZE(list)));
   std::vector<LNode*> members;
-  for (Py_ssize_t i = 0; i < size_of(lists); ++i) {
-    PyObject* const layer = item_of(lists, i);
-    if (!PyList_Check(layer)) fields.wrong_type(Field::kLayers, "a list of lists", layer);
-    members.clear();
-    for (Py_ssize_t j = 0; j < PyList_GET_SIZE(layer); ++j) {
-      const auto found = nodes_.find(PyList_GET_ITEM(layer, j));
-      if (found == nodes_.end() || seen[found->second->position]) {
-        const Ref item = Ref::borrow(PyList_GET_ITEM(layer, j));
-        fields.fail(PyExc_ValueError,
-                    "layers must hold every node of the graph once; %R does not fit", item.get());
-      }
-      seen[found->second->position] = true;
-      members.push_back(found->second);
-      ++count;
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    PyObject* const record = item_of(items, i);
+    require_instance(record, state_.lnode, "LGraph.layers");
+    const auto found = nodes_.find(record);
+    if (found == nodes_.end()) {
+      Fields(state_, record).fail(PyExc_ValueError, "stands in LGraph.layers, not in LGraph.nodes");
     }
-    graph.layers.push_back(members);
+    if (seen[found->second->position]) {
+      Fields(state_, record).fail(PyExc_ValueError, "stands twice in LGraph.layers");
+    }
+    seen[found->second->position] = true;
+    members.push_back(found->second);
   }
-  if (count != graph.nodes.size()) {
-    fields.fail(PyExc_ValueError, "layers must hold every node of the graph once");
-  }
+  graph.layers.push_back(members);
 }
 
 }  // namespace quillan::host

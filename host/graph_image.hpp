@@ -15,21 +15,26 @@
 
 namespace quillan::host {
 
+// What a function does with LGraph.layers. Where it does not look, layers that a changed graph has
+// outgrown are no contradiction: assign_layers and rebuild_layers are how one repairs them.
+enum class LayerUse : std::uint8_t { kNone, kRead, kWrite, kReadAndWrite };
+
 class GraphImage {
  public:
-  // Bounds on the integers of hand-made records, far beyond any graph that fits into memory.
+  // Bounds the layers of hand-made records, far beyond any drawing; every layer up to the largest
+  // costs memory.
   static constexpr std::int64_t kMaxLayer = std::int64_t{1} << 24U;
-  static constexpr std::int64_t kMaxPortIndex = std::int64_t{1} << 24U;
 
   // An image of `record`, an LGraph. TypeError for a field of a wrong type, ValueError for a graph
   // that contradicts itself; both name the record.
-  GraphImage(const State& state, PyObject* record);
+  GraphImage(const State& state, PyObject* record, LayerUse layer_use);
   GraphImage(const GraphImage&) = delete;
   GraphImage& operator=(const GraphImage&) = delete;
 
   vorn_layered::LGraph graph;
 
-  // Writes the graph back: old records keep their identity, dummies and new segments become new ones.
+  // Writes the graph back: old records keep their identity, dummies and new segments become new
+  // ones.
   void write_back();
 
  private:
@@ -41,14 +46,17 @@ class GraphImage {
   vorn_layered::LPort* port_of(PyObject* edge, Field field);
   void read_bend_points(PyObject* record, vorn_layered::LEdge& edge);
   void read_chains();
+  void read_chain(PyObject* key, PyObject* list);
   void read_reversed_originals();
   void read_layers();
+  void read_layer(PyObject* list, std::vector<bool>& seen);
   std::int32_t origin_of(PyObject* text);
 
   friend class RecordWriter;
 
   const State& state_;
   PyObject* record_;
+  LayerUse layer_use_;
   PythonReader reader_;
   std::vector<Ref> kept_;  // every record that the maps below point to
   std::unordered_map<PyObject*, vorn_layered::LNode*> nodes_;

@@ -114,44 +114,64 @@ Lay out a graph and return `(positions, routes)`.
 Parameters
 ----------
 nodes : iterable of mappings
-    One mapping a node, with these keys; others are ignored.
-    "id" (required): any value; its text is the node's id in the result.
-    "width", "height": size of the box, 140.0 by 56.0 where missing, empty or 0.
-    "x", "y": current top-left corner, used by the interactive strategies only.
-    "input_ports", "output_ports": a count of ports spread evenly over the side, or a sequence whose
-    items are offsets from the node's top (from its left for DOWN and UP), or mappings with an
-    "offset" (the middle of the side where missing) and an "id".
+    One mapping a node, with these keys; others are ignored. Numbers may be given as text.
+    "id" (required): any value; its text is the node's id in the result, so that 7 and "7" are
+        one id. Of nodes with equal ids the last one counts.
+    "width", "height": size of the box; 140.0 by 56.0 where missing, None, empty or 0.
+    "x", "y": current top-left corner, read by the "INTERACTIVE" strategies only; missing and
+        None mean that the node has not been placed.
+    "input_ports", "output_ports": the ports on the side where edges enter and on the side where
+        they leave; either a count, spread evenly over the side, or an iterable whose items are
+        offsets from the node's top (from its left for DOWN and UP) or mappings with "offset"
+        (the middle of the side where missing) and "id". A side without ports has one in its
+        middle as soon as an edge needs it.
 edges : iterable of mappings
-    "source", "target": node ids. An edge that names an unknown node, and an edge from a node to
-    itself, is left out. "source_port", "target_port": position among the source's output ports and
-    the target's input ports; the first port where missing or unusable. "id": any value; where
-    missing or empty, "e" and the position in `edges`.
+    "source", "target": node ids. An edge that names no known node, and an edge from a node to
+        itself, is left out.
+    "source_port", "target_port": position, from 0, among the output ports of the source and the
+        input ports of the target; the first port where missing, malformed or out of range.
+    "id": any value; its text is the edge's id in the result. Where missing, None, empty or 0:
+        "e" and the position in `edges`.
 options : LayoutOptions, optional
     None means the defaults.
 component_gap : float
-    Gap across the flow between parts of the graph that are not connected.
+    Gap across the flow between the boxes of two parts that are not connected.
 
 Returns
 -------
 positions : dict of str to (float, float)
     Top-left corner of every node.
 routes : dict of str to list of (float, float)
-    Polyline of an edge from its source port to its target port. An edge that closes a cycle has no
-    route; draw it as you would without a layout.
-Both are in the caller's frame and units, component by component, in payload order inside each.
+    Polyline of an edge from its source port to its target port. An edge that was reversed to
+    break a cycle has none; draw it as you would without a layout.
+
+Both are in the caller's frame and units, y pointing down, part by part in the order of their
+first nodes, in payload order inside each part. The payload and the options are only read.
 
 Raises
 ------
-KeyError for a node without "id"; ValueError for text that is no number; TypeError for a value of the
-wrong type, nodes and edges that are no mappings included; OverflowError for an infinite port index;
-MemoryError for port counts and edge spans beyond the engine's bounds. Exceptions of the caller's own
-objects pass through. There is no partial result.
+KeyError
+    A node has no "id".
+ValueError
+    A text is no number, or names no direction.
+TypeError
+    A node or edge is no mapping, or another value is of a type that cannot serve.
+OverflowError
+    A port index is infinite where the node has ports; an int is too large for a float.
+MemoryError
+    More than 2**20 ports on a side or 2**24 in a connected part; a connected part of more than
+    2**23 nodes, or whose long edges cross more than 2**23 layers in all.
 
-Cost: near-linear in nodes plus edges plus the layers that edges span. The interpreter's lock is held
-throughout.
+Exceptions of the caller's own objects pass through. There is no partial result.
 
-After Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of Hierarchical System Structures"
-(1981); the phases name their own papers.
+Notes
+-----
+Near-linear in nodes, edges and the layers that edges cross, beside network simplex in parts of
+up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Equal calls
+give equal results to the last bit, on every machine with IEEE arithmetic.
+
+The approach is that of Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
+Hierarchical System Structures" (1981); the functions of the phases name their own papers.
 
 >>> positions, routes = layout(
 ...     [{"id": "a"}, {"id": "b"}], [{"id": "wire", "source": "a", "target": "b"}])

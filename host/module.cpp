@@ -16,7 +16,8 @@ void make_names(State& state) {
   for (std::size_t i = 0; i < FIELD_TEXTS.size(); ++i) {
     state.fields[i] = check(PyUnicode_InternFromString(FIELD_TEXTS[i])).release();
   }
-  state.absent = check(PyObject_CallNoArgs(reinterpret_cast<PyObject*>(&PyBaseObject_Type))).release();
+  state.absent =
+      check(PyObject_CallNoArgs(reinterpret_cast<PyObject*>(&PyBaseObject_Type))).release();
   const Ref abstract = check(PyImport_ImportModule("collections.abc"));
   state.mapping = check(PyObject_GetAttrString(abstract.get(), "Mapping")).release();
 }
@@ -24,7 +25,8 @@ void make_names(State& state) {
 // Runs the Python source of the enumerations and records as the module's own code.
 void define_records(PyObject* module, State& state) {
   PyObject* const names = PyModule_GetDict(module);
-  const Ref code = check(Py_CompileString(RECORDS_SOURCE, "vorn_layered", Py_file_input));
+  // Tracebacks look for no file of a name in angle brackets.
+  const Ref code = check(Py_CompileString(RECORDS_SOURCE, "<vorn_layered>", Py_file_input));
   check(PyDict_SetItemString(names, "__builtins__", PyEval_GetBuiltins()));
   check(PyEval_EvalCode(code.get(), names, names));
   const auto keep = [&](PyObject*& slot, const char* name) {
@@ -81,7 +83,13 @@ int clear(PyObject* module) {
 
 void release(void* module) { clear(static_cast<PyObject*>(module)); }
 
-PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute)}, {0, nullptr}};
+PyModuleDef_Slot slots[] = {
+    {Py_mod_exec, reinterpret_cast<void*>(execute)},
+#if PY_VERSION_HEX >= 0x030C0000
+    // Nothing is shared between interpreters, so each may run under a lock of its own.
+    {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
+#endif
+    {0, nullptr}};
 
 PyModuleDef definition = {PyModuleDef_HEAD_INIT,
                           "vorn_layered",
@@ -97,6 +105,4 @@ PyModuleDef definition = {PyModuleDef_HEAD_INIT,
 
 }  // namespace quillan::host
 
-PyMODINIT_FUNC PyInit_vorn_layered() {
-  return PyModuleDef_Init(&quillan::host::definition);
-}
+PyMODINIT_FUNC PyInit_vorn_layered() { return PyModuleDef_Init(&quillan::host::definition); }

@@ -25,12 +25,12 @@ std::string utf8(PyObject* text) {
 Direction read_direction(PyObject* options) {
   const Ref value = attribute(options, "direction");
   if (!PyUnicode_Check(value.get())) {
-    PyErr_Format(PyExc_TypeError, "LayoutOptions.direction must be a Direction or a str, not %.200s",
+    PyErr_Format(PyExc_TypeError,
+                 "LayoutOptions.direction must be a Direction or a str, not %.200s",
                  Py_TYPE(value.get())->tp_name);
     throw PythonError();
   }
-  const std::optional<Direction> direction =
-      vorn_layered::direction_from_text(utf8(value.get()));
+  const std::optional<Direction> direction = vorn_layered::direction_from_text(utf8(value.get()));
   if (!direction) {
     fail(PyExc_ValueError, "LayoutOptions.direction: %R is not a valid Direction", value.get());
   }
@@ -84,8 +84,7 @@ LayoutOptions read_options(const State& state, PyObject* options) {
   read.placement_strategy = read_strategy(options, "placement_strategy");
   read.edge_routing = read_strategy(options, "edge_routing");
   read.spacing_node_node = read_length(options, "spacing_node_node");
-  read.spacing_node_node_between_layers =
-      read_length(options, "spacing_node_node_between_layers");
+  read.spacing_node_node_between_layers = read_length(options, "spacing_node_node_between_layers");
   read.spacing_edge_edge = read_length(options, "spacing_edge_edge");
   read.spacing_edge_node = read_length(options, "spacing_edge_node");
   read.padding_left = read_length(options, "padding_left");
@@ -104,6 +103,10 @@ Ref resolved_options(const State& state, PyObject* options) {
     const Ref text = text_from_bytes(after);
     check(PyObject_SetAttrString(copy.get(), name, text.get()));
   };
+  // A plain text is a direction as good as any here, but it lacks the properties of one.
+  const Ref direction = attribute(copy.get(), "direction");
+  check(PyObject_SetAttrString(copy.get(), "direction",
+                               check(PyObject_CallOneArg(state.direction, direction.get())).get()));
   pin("cycle_breaking_strategy", given.cycle_breaking_strategy, pinned.cycle_breaking_strategy);
   pin("layering_strategy", given.layering_strategy, pinned.layering_strategy);
   pin("crossing_strategy", given.crossing_strategy, pinned.crossing_strategy);

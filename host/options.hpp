@@ -8,8 +8,8 @@
 
 namespace quillan::host {
 
-// The core's form of `options`, a LayoutOptions or None for the defaults. TypeError for anything else
-// and for a field of a wrong type, ValueError for a text that names no direction.
+// The core's form of `options`, a LayoutOptions or None for the defaults. TypeError for anything
+// else and for a field of a wrong type, ValueError for a text that names no direction.
 vorn_layered::LayoutOptions read_options(const State& state, PyObject* options);
 
 // A new LayoutOptions like `options` with its automatic strategies pinned.

@@ -38,11 +38,20 @@ PyObject* parse_graph(PyObject* args, PyObject* kwargs, const char* format) {
   return graph;
 }
 
+// The argument of each phase, with the name that errors give the function.
+constexpr char kBreakCycles[] = "O:break_cycles";
+constexpr char kAssignLayers[] = "O:assign_layers";
+constexpr char kInsertDummyNodes[] = "O:insert_dummy_nodes";
+constexpr char kReduceCrossings[] = "O:reduce_crossings";
+constexpr char kPlaceNodes[] = "O:place_nodes";
+constexpr char kRouteEdges[] = "O:route_edges";
+constexpr char kRunPhases[] = "O:run_phases";
+
 // Reads the graph, runs a phase on it and writes it back.
-template <void (*Phase)(LGraph&)>
+template <void (*Phase)(LGraph&), const char* Format, LayerUse Layers>
 PyObject* run_phase(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    GraphImage image(state_of(module), parse_graph(args, kwargs, "O"));
+    GraphImage image(state_of(module), parse_graph(args, kwargs, Format), Layers);
     Phase(image.graph);
     image.write_back();
     return Py_NewRef(Py_None);
@@ -57,8 +66,8 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
     PyObject* nodes = nullptr;
     PyObject* edges = nullptr;
     PyObject* options = Py_None;
-    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO|O:build_graph",
-                                    const_cast<char**>(keywords), &nodes, &edges, &options) == 0) {
+    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO|O:build_graph", const_cast<char**>(keywords),
+                                    &nodes, &edges, &options) == 0) {
       return nullptr;
     }
     const State& state = state_of(module);
@@ -78,7 +87,8 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
 
 PyObject* graph_extent(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:graph_extent"));
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:graph_extent"),
+                           LayerUse::kNone);
     const vorn_layered::Extent extent = vorn_layered::graph_extent(image.graph);
     return pair(extent.flow, extent.cross).release();
   });
@@ -86,10 +96,11 @@ PyObject* graph_extent(PyObject* module, PyObject* args, PyObject* kwargs) {
 
 PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:node_positions"));
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:node_positions"),
+                           LayerUse::kNone);
     std::vector<vorn_layered::NodePosition> positions;
-    vorn_layered::node_positions(image.graph, vorn_layered::graph_extent(image.graph).flow,
-                                 Point{}, positions);
+    vorn_layered::node_positions(image.graph, vorn_layered::graph_extent(image.graph).flow, Point{},
+                                 positions);
     Ref map = check(PyDict_New());
     for (const vorn_layered::NodePosition& position : positions) {
       check(PyDict_SetItem(map.get(), text_from_bytes(position.id.str()).get(),
@@ -101,7 +112,8 @@ PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
 
 PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:edge_routes"));
+    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:edge_routes"),
+                           LayerUse::kNone);
     vorn_layered::EdgeRoutes found;
     vorn_layered::edge_routes(image.graph, vorn_layered::graph_extent(image.graph).flow, Point{},
                               found);
@@ -156,7 +168,8 @@ PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject
 
 PyObject* count_crossings(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    GraphImage image(state_of(module), parse_graph(args, kwargs, "O:count_crossings"));
+    GraphImage image(state_of(module), parse_graph(args, kwargs, "O:count_crossings"),
+                     LayerUse::kRead);
     return check(PyLong_FromLongLong(vorn_layered::count_crossings(image.graph))).release();
   });
 }
@@ -173,123 +186,177 @@ PyMethodDef BUILD_FUNCTIONS[] = {
 Read a payload, as `layout` takes it, into a new `LGraph` in the normalised frame.
 
 Sizes and positions are exchanged for DOWN and UP; positions are mirrored for LEFT and UP, so that
-origin_x grows along the flow. Components are not split: the phases expect a connected graph, which
-`weakly_connected_components` can supply. A default edge id counts positions in `edges`.
+origin_x grows along the flow in every direction. `graph.options` is `options.resolved()`. Edges
+with an unknown end and edges from a node to itself are skipped; a default edge id counts
+positions in `edges`. Parts that are not connected are not split: `weakly_connected_components`
+does that, and `layout` builds one graph a part. Nodes with equal ids all become nodes, and edges
+go to the last.
 
-Raises what `layout` raises. Cost: linear.
+Raises what `layout` raises. Linear in nodes, edges and ports.
 )doc"},
     {"graph_extent", with_keywords(graph_extent), kKeywords,
      R"doc(graph_extent(graph)
 --
 
-The `(flow, cross)` extent of a graph from 0.0 to its farthest box, dummies included.
+The `(flow, cross)` extent of a graph, from 0.0 to its farthest box, dummies included.
 
-Normalised frame; never negative. Linear in the nodes.
+Normalised frame; never negative, (0.0, 0.0) for a graph without nodes. Linear in the nodes.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself.
 )doc"},
     {"node_positions", with_keywords(node_positions), kKeywords,
      R"doc(node_positions(graph)
 --
 
-Top-left corners of the real nodes in the caller's frame: a dict of id to `(x, y)` in `nodes` order.
+Top-left corners of the real nodes in the caller's frame: a dict of id to `(x, y)`, `nodes` order.
 
-Components are not packed; that is `layout`'s. Linear in the nodes.
+Parts are not packed; that is `layout`'s. Linear in the nodes. Raises what `graph_extent` raises.
 )doc"},
     {"edge_routes", with_keywords(edge_routes), kKeywords,
      R"doc(edge_routes(graph)
 --
 
-Polylines in the caller's frame: a dict of edge id to a list of `(x, y)`, in order of the chains.
+Polylines in the caller's frame: a dict of edge id to a list of `(x, y)`, in the order of
+`chains`.
 
 An edge that phase 1 reversed has none. Points run from source port to target port; a point within
-1e-6 of its predecessor is dropped. Linear in segments and bend points.
+1e-6 of its predecessor on both axes is dropped. Linear in segments and bend points. Raises what
+`graph_extent` raises.
 )doc"},
     {"weakly_connected_components", with_keywords(weakly_connected_components), kKeywords,
      R"doc(weakly_connected_components(nodes, edges)
 --
 
-Split a payload into disjoint parts: a list of `(member_nodes, member_edges)`, lists of the caller's
-own mappings in payload order.
+Split a payload into disjoint parts: a list of `(member_nodes, member_edges)`, lists of the
+caller's own mappings in payload order.
 
-Parts come in the order of their first node. An edge with an unknown end is in no part. Of nodes with
-equal ids the last one counts. Near-linear: union-find (Tarjan and van Leeuwen, "Worst-case Analysis
-of Set Union Algorithms", 1984).
+Parts come in the order of their first node. An edge with an unknown end is in no part, an edge
+from a node to itself in its node's. Of nodes with equal ids the last one counts.
+
+Raises KeyError for a node without "id" and TypeError for an item that is no mapping. Near-linear,
+by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorithms", 1984).
 )doc"},
-    {"break_cycles", with_keywords(run_phase<vorn_layered::break_cycles>), kKeywords,
+    {"break_cycles",
+     with_keywords(run_phase<vorn_layered::break_cycles, kBreakCycles, LayerUse::kNone>), kKeywords,
      R"doc(break_cycles(graph)
 --
 
 Phase 1: flip edges in place until the graph has no cycle.
 
-`graph.options.cycle_breaking_strategy` chooses the order against which edges are flipped. On a
-flipped edge source and target are exchanged and `reversed` is True, and so is its entry in
-`reversed_originals`. Near-linear (Eades, Lin and Smyth, "A Fast and Effective Heuristic for the
-Feedback Arc Set Problem", 1993).
+`graph.options.cycle_breaking_strategy` chooses the order of the nodes against which no edge may
+run. On a flipped edge source and target are exchanged, and `reversed` and its entry in
+`graph.reversed_originals` are True; ports keep their side.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
+then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and Smyth, "A Fast
+and Effective Heuristic for the Feedback Arc Set Problem", 1993; Tarjan, "Depth-First Search and
+Linear Graph Algorithms", 1972.)
 )doc"},
     {nullptr, nullptr, 0, nullptr}};
 
 PyMethodDef PHASE_FUNCTIONS[] = {
-    {"assign_layers", with_keywords(run_phase<vorn_layered::assign_layers>), kKeywords,
+    {"assign_layers",
+     with_keywords(run_phase<vorn_layered::assign_layers, kAssignLayers, LayerUse::kWrite>),
+     kKeywords,
      R"doc(assign_layers(graph)
 --
 
 Phase 2: give every node a layer from 0, split long edges by dummies, and fill `graph.layers`.
 
-Expects an acyclic graph. `graph.options.layering_strategy` chooses; "NETWORK_SIMPLEX" is taken up to
-NETWORK_SIMPLEX_NODE_LIMIT nodes. Raises MemoryError where the split would need more than 2**24
-dummies. (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993,
-section 2.)
+Wants the acyclic graph that phase 1 leaves. `graph.options.layering_strategy` chooses;
+"NETWORK_SIMPLEX", which makes the total length of the edges small, is taken up to
+NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond. Afterwards every segment of an edge in
+`graph.chains` joins a layer to the next.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
+then left as it was. MemoryError where the split would take more than 2**23 dummies. Linear in
+nodes, edges and dummies, n log n for "INTERACTIVE", and up to 300 pivots for network simplex.
+(Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993, section 2.)
 )doc"},
-    {"insert_dummy_nodes", with_keywords(run_phase<vorn_layered::insert_dummy_nodes>), kKeywords,
+    {"insert_dummy_nodes",
+     with_keywords(run_phase<vorn_layered::insert_dummy_nodes, kInsertDummyNodes, LayerUse::kNone>),
+     kKeywords,
      R"doc(insert_dummy_nodes(graph)
 --
 
-Split every edge that spans more than one layer into segments joined by dummies.
+Split every edge that spans more than one layer into segments joined by dummies of no size.
 
-Works from `graph.chains` and the nodes' `layer`; `assign_layers` calls it. A second run changes
-nothing. Linear in edges plus new dummies.
+Works from the nodes' `layer` and from the entries of `graph.chains` that hold one edge; a second
+run changes nothing. Dummies are appended to `graph.nodes`, segments to `graph.edges`;
+`graph.layers` is left to `rebuild_layers`. `assign_layers` does both.
+
+Raises what `assign_layers` raises. Linear in edges plus new dummies.
 )doc"},
     {"count_crossings", with_keywords(count_crossings), kKeywords,
      R"doc(count_crossings(graph)
 --
 
-The exact number of crossings between segments of neighbouring layers as `graph.layers` stands.
+The number of crossings between segments of neighbouring layers, as `graph.layers` stands.
 
-Port order counts on both ends. s log s for s segments (Barth, Juenger and Mutzel, "Simple and
-Efficient Bilayer Cross Counting", 2002).
+The order of ports counts on both ends. A graph without layers has none.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself. s log s
+for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting", 2002).
 )doc"},
-    {"reduce_crossings", with_keywords(run_phase<vorn_layered::reduce_crossings>), kKeywords,
+    {"reduce_crossings",
+     with_keywords(
+         run_phase<vorn_layered::reduce_crossings, kReduceCrossings, LayerUse::kReadAndWrite>),
+     kKeywords,
      R"doc(reduce_crossings(graph)
 --
 
-Phase 3: reorder `graph.layers` to cut crossings and write `order`.
+Phase 3: reorder the nodes inside `graph.layers` to cut crossings, and write their `order`.
 
-`graph.options.crossing_strategy` chooses the first order, `thoroughness` bounds the sweeps (TypeError
-if it is no integer). The result never has more crossings than the first order. (Sugiyama, Tagawa and
-Toda, 1981; Gansner, Koutsofios, North and Vo, 1993, section 3.)
+`graph.options.crossing_strategy` chooses the first order, and "NONE" keeps the one that is there;
+`thoroughness` bounds the sweeps over the layers. The result never has more crossings than the
+first order.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
+then left as it was. TypeError if `thoroughness` is no integer and sweeps are made. s log s for s
+segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
+Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo, 1993, section 3.)
 )doc"},
-    {"place_nodes", with_keywords(run_phase<vorn_layered::place_nodes>), kKeywords,
+    {"place_nodes",
+     with_keywords(run_phase<vorn_layered::place_nodes, kPlaceNodes, LayerUse::kRead>), kKeywords,
      R"doc(place_nodes(graph)
 --
 
-Phase 4: coordinates of all nodes, dummies included.
+Phase 4: coordinates of all nodes, dummies included, in the normalised frame.
 
-Writes `x` and `y`. Boxes of a layer keep their spacing where spacings are not negative. (Brandes and
-Koepf, "Fast and Simple Horizontal Coordinate Assignment", 2002.)
+Writes `x` and `y` and nothing else; a graph without layers is left alone. The boxes of a layer
+keep their spacing where spacings are not negative, and the least coordinates are the paddings.
+`graph.options.placement_strategy` chooses.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
+then left as it was. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
+Assignment", 2002.)
 )doc"},
-    {"route_edges", with_keywords(run_phase<vorn_layered::route_edges>), kKeywords,
+    {"route_edges",
+     with_keywords(run_phase<vorn_layered::route_edges, kRouteEdges, LayerUse::kRead>), kKeywords,
      R"doc(route_edges(graph)
 --
 
-Phase 5: bend points of all segments.
+Phase 5: `bend_points` of all segments, in the normalised frame.
 
-Orthogonal segments of a gap that overlap get tracks of their own; layers behind a gap that is too
-narrow move along the flow. Other values of `graph.options.edge_routing` leave straight segments.
+With "ORTHOGONAL", segments of one gap between layers that overlap across the flow get tracks of
+their own, and layers behind a gap that is too narrow for its tracks move along the flow, by their
+`x`. Every other value of `graph.options.edge_routing` leaves straight segments without bend
+points.
+
+Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
+then left as it was. s log s for s segments: greedy colouring of intervals, first track that is
+free.
 )doc"},
-    {"run_phases", with_keywords(run_phase<vorn_layered::run_phases>), kKeywords,
+    {"run_phases", with_keywords(run_phase<vorn_layered::run_phases, kRunPhases, LayerUse::kWrite>),
+     kKeywords,
      R"doc(run_phases(graph)
 --
 
-Phases 1 to 5 in place on a graph fresh from `build_graph`.
+Phases 1 to 5 in place, on a connected graph fresh from `build_graph` or made by hand.
+
+The same as `break_cycles`, `assign_layers`, `reduce_crossings`, `place_nodes` and `route_edges`
+one after the other, and raises what they raise; a failure in a later phase leaves the graph as it
+was.
 )doc"},
     {nullptr, nullptr, 0, nullptr}};
 

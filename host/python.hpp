@@ -1,8 +1,8 @@
 // The host's C API with owned references and failures as C++ exceptions.
 //
-// Every result of the C API is checked at the call. A failing call throws PythonError with Python's own
-// exception set; `guarded` turns whatever leaves a body back into a Python exception, so that nothing
-// crosses the C boundary.
+// Every result of the C API is checked at the call. A failing call throws PythonError with Python's
+// own exception set; `guarded` turns whatever leaves a body back into a Python exception, so that
+// nothing crosses the C boundary.
 
 #ifndef QUILLAN_HOST_PYTHON_HPP_
 #define QUILLAN_HOST_PYTHON_HPP_
@@ -89,8 +89,8 @@ PyObject* guarded(Body body) noexcept {
 
 // An exact str from bytes as the core holds them, lone surrogates included.
 inline Ref text_from_bytes(std::string_view bytes) {
-  return check(PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()),
-                                    "surrogatepass"));
+  return check(
+      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogatepass"));
 }
 
 // Keeps the cyclic collector from running while many containers are made that it could not free

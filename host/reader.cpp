@@ -62,8 +62,7 @@ const TextSource* PythonReader::keep(Ref text) {
     bytes = bytes_of(encoded.get());
     kept_.push_back(std::move(encoded));
   }
-  const TextSource* source =
-      arena_.make<TextSource>(bytes, static_cast<const void*>(text.get()));
+  const TextSource* source = arena_.make<TextSource>(bytes, static_cast<const void*>(text.get()));
   kept_.push_back(std::move(text));
   return source;
 }

@@ -12,8 +12,8 @@
 namespace quillan::host {
 
 // Serves one call. Values of the exact built-in types are read directly; all others go through
-// Python's own protocols, with Python's own exceptions. Texts that the core keeps are kept alive here,
-// since the payload may change while it is read.
+// Python's own protocols, with Python's own exceptions. Texts that the core keeps are kept alive
+// here, since the payload may change while it is read.
 class PythonReader final : public vorn_layered::ValueReader {
  public:
   // `arena` holds the texts and must live as long as what is made from them.

@@ -17,7 +17,7 @@ using vorn_layered::PortSide;
 namespace {
 
 Direction direction_of(PyObject* value) {
-  for (std::size_t i = 0; i < vorn_layered::DIRECTION_NAMES.size(); ++i) {
+  for (std::size_t i = 0; PyUnicode_Check(value) && i < vorn_layered::DIRECTION_NAMES.size(); ++i) {
     if (PyUnicode_CompareWithASCIIString(value, vorn_layered::DIRECTION_NAMES[i].data()) == 0) {
       return static_cast<Direction>(i);
     }
@@ -46,8 +46,8 @@ PyObject* port_coordinate(PyObject* module, PyObject* record) {
     port.node = &node;
     port.offset = port_fields.real(Field::kOffset);
     const Ref side = port_fields.text(Field::kSide);
-    port.side = PyUnicode_CompareWithASCIIString(side.get(), "WEST") == 0 ? PortSide::WEST
-                                                                         : PortSide::EAST;
+    port.side =
+        PyUnicode_CompareWithASCIIString(side.get(), "WEST") == 0 ? PortSide::WEST : PortSide::EAST;
     return check(PyFloat_FromDouble((port.*Coordinate)())).release();
   });
 }
@@ -77,8 +77,7 @@ PyObject* next_id(PyObject* module, PyObject* args) {
     PythonReader reader(state, graph.arena);
     graph._counter = static_cast<std::uint32_t>(
         Fields(state, record).integer(Field::kCounter, 0, UINT32_MAX / 2));
-    const vorn_layered::Text id =
-        graph.next_id(vorn_layered::Text(reader.keep(text_form(prefix))));
+    const vorn_layered::Text id = graph.next_id(vorn_layered::Text(reader.keep(text_form(prefix))));
     const Ref text = text_from_bytes(id.str());
     const Ref counter = check(PyLong_FromUnsignedLong(graph._counter));
     check(PyObject_SetAttr(record, state.field(Field::kCounter), counter.get()));
@@ -88,7 +87,7 @@ PyObject* next_id(PyObject* module, PyObject* args) {
 
 PyObject* rebuild_layers(PyObject* module, PyObject* record) {
   return guarded([&]() -> PyObject* {
-    GraphImage image(state_of(module), record);
+    GraphImage image(state_of(module), record, LayerUse::kWrite);
     image.graph.rebuild_layers();
     image.write_back();
     return Py_NewRef(Py_None);

@@ -10,10 +10,8 @@ using vorn_layered::LEdge;
 using vorn_layered::LGraph;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
-using vorn_layered::NodeKind;
 using vorn_layered::Origin;
 using vorn_layered::Point;
-using vorn_layered::PortSide;
 using vorn_layered::Text;
 
 namespace {
@@ -127,9 +125,8 @@ class RecordWriter {
   Ref layer_lists() {
     Ref lists = check(PyList_New(graph_.layers.size()));
     for (std::int32_t i = 0; i < graph_.layers.size(); ++i) {
-      PyList_SET_ITEM(
-          lists.get(), i,
-          list_of(graph_.layers[i], [&](LNode* each) { return node(each); }).release());
+      PyList_SET_ITEM(lists.get(), i,
+                      list_of(graph_.layers[i], [&](LNode* each) { return node(each); }).release());
     }
     return lists;
   }
@@ -142,10 +139,9 @@ class RecordWriter {
   void add_ports(PyObject* record, std::span<LPort> ports, Field field, const char* side) {
     const Ref list = check(PyObject_GetAttr(record, state_.field(field)));
     for (LPort& port : ports) {
-      Ref made = check(PyObject_CallFunction(state_.lport, "OOOid",
-                                             text_object(port.id).get(), record,
-                                             member(state_.port_side, side).get(), port.index,
-                                             port.offset));
+      Ref made = check(PyObject_CallFunction(state_.lport, "OOOid", text_object(port.id).get(),
+                                             record, member(state_.port_side, side).get(),
+                                             port.index, port.offset));
       check(PyList_Append(list.get(), made.get()));
       ports_[&port] = std::move(made);
     }
@@ -164,16 +160,14 @@ void set(const State& state, PyObject* record, Field field, const Ref& value) {
   check(PyObject_SetAttr(record, state.field(field), value.get()));
 }
 
-// Puts `values` into the list or dict that the record has, so that the caller's own reference to it
-// stays good.
-void refill_list(const State& state, PyObject* record, Field field, const Ref& values) {
-  const Ref list = check(PyObject_GetAttr(record, state.field(field)));
-  check(PyList_SetSlice(list.get(), 0, PyList_GET_SIZE(list.get()), values.get()));
+// The list or dict that the record has in `field`. It is filled anew, so that the caller's own
+// reference to it stays good.
+Ref container(const State& state, PyObject* record, Field field, PyTypeObject& type) {
+  return Fields(state, record).instance(field, reinterpret_cast<PyObject*>(&type));
 }
 
-void update_map(const State& state, PyObject* record, Field field, const Ref& values) {
-  const Ref map = check(PyObject_GetAttr(record, state.field(field)));
-  check(PyDict_Update(map.get(), values.get()));
+void refill(const Ref& list, const Ref& values) {
+  check(PyList_SetSlice(list.get(), 0, PyList_GET_SIZE(list.get()), values.get()));
 }
 
 }  // namespace
@@ -181,12 +175,16 @@ void update_map(const State& state, PyObject* record, Field field, const Ref& va
 void GraphImage::write_back() {
   RecordWriter writer(state_, graph);
   writer.know(*this);
-  // Everything new is made before the first record changes.
+  // Everything that can fail comes before the first record changes.
   const Ref nodes = writer.node_list();
   const Ref edges = writer.edge_list();
   const Ref chains = writer.chain_map();
   const Ref reversed = writer.reversed_map();
   const Ref layers = writer.layer_lists();
+  const Ref old_nodes = container(state_, record_, Field::kNodes, PyList_Type);
+  const Ref old_edges = container(state_, record_, Field::kEdges, PyList_Type);
+  const Ref old_chains = container(state_, record_, Field::kChains, PyDict_Type);
+  const Ref old_reversed = container(state_, record_, Field::kReversedOriginals, PyDict_Type);
   for (LNode* node : graph.nodes) {
     PyObject* const record = writer.node(node);
     set(state_, record, Field::kLayer, check(PyLong_FromLong(node->layer)));
@@ -201,20 +199,22 @@ void GraphImage::write_back() {
     set(state_, record, Field::kReversed, truth_object(edge->reversed));
     set(state_, record, Field::kBendPoints, writer.bend_points(*edge));
   }
-  refill_list(state_, record_, Field::kNodes, nodes);
-  refill_list(state_, record_, Field::kEdges, edges);
-  update_map(state_, record_, Field::kChains, chains);
-  update_map(state_, record_, Field::kReversedOriginals, reversed);
-  set(state_, record_, Field::kLayers, layers);
+  refill(old_nodes, nodes);
+  refill(old_edges, edges);
+  check(PyDict_Update(old_chains.get(), chains.get()));
+  check(PyDict_Update(old_reversed.get(), reversed.get()));
+  if (layer_use_ == LayerUse::kWrite || layer_use_ == LayerUse::kReadAndWrite) {
+    set(state_, record_, Field::kLayers, layers);
+  }
   set(state_, record_, Field::kCounter, check(PyLong_FromUnsignedLong(graph._counter)));
 }
 
 Ref new_graph_record(const State& state, const LGraph& graph, PyObject* options) {
   RecordWriter writer(state, graph);
-  return check(PyObject_CallFunction(
-      state.lgraph, "OOOOOOk", writer.node_list().get(), writer.edge_list().get(), options,
-      writer.chain_map().get(), writer.reversed_map().get(), writer.layer_lists().get(),
-      static_cast<unsigned long>(graph._counter)));
+  return check(PyObject_CallFunction(state.lgraph, "OOOOOOk", writer.node_list().get(),
+                                     writer.edge_list().get(), options, writer.chain_map().get(),
+                                     writer.reversed_map().get(), writer.layer_lists().get(),
+                                     static_cast<unsigned long>(graph._counter)));
 }
 
 }  // namespace quillan::host

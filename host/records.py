@@ -25,12 +25,12 @@ class Direction(_enum.StrEnum):
     UP = "UP"
 
     @property
-    def is_transposed(self):
+    def is_transposed(self) -> bool:
         """True where the flow axis is y in the caller's frame: for DOWN and UP."""
         return _is_transposed(self)
 
     @property
-    def is_reversed(self):
+    def is_reversed(self) -> bool:
         """True where the flow runs towards decreasing coordinates: for LEFT and UP."""
         return _is_reversed(self)
 
@@ -55,6 +55,8 @@ AUTO = "AUTO"
 @_dataclasses.dataclass
 class LayoutOptions:
     """What a caller can ask of a layout. Any subset of the fields may be given by keyword.
+
+    Lengths are in the caller's units.
 
     direction: where the flow runs, a `Direction` or its text.
     interactive: keep the arrangement that the nodes' `x` and `y` show: it turns the three automatic
@@ -91,7 +93,12 @@ class LayoutOptions:
     padding_top: float = 24.0
     thoroughness: int = 7
 
-    def resolved(self):
+    def __post_init__(self) -> None:
+        # A text that names no direction is left for the layout to refuse, like any other bad value.
+        if isinstance(self.direction, str):
+            self.direction = Direction.__members__.get(self.direction, self.direction)
+
+    def resolved(self) -> "LayoutOptions":
         """A new `LayoutOptions` in which every strategy that is "AUTO" is pinned to a value.
 
         "GREEDY", "NETWORK_SIMPLEX" and "LAYER_SWEEP", or "INTERACTIVE" three times where
@@ -104,8 +111,8 @@ class LayoutOptions:
 class LPort:
     """A connection point on one side of a node.
 
-    offset is the distance from the node's origin along the cross axis; index counts the ports of the
-    side from 0. No phase changes side, index or offset.
+    offset is the distance from the node's origin along the cross axis; index counts the ports of
+    the side from 0. No phase changes side, index or offset.
     """
 
     id: str
@@ -115,12 +122,12 @@ class LPort:
     offset: float = 0.0
 
     @property
-    def x(self):
+    def x(self) -> float:
         """Flow-axis position in the graph: the near side of the node for WEST, the far for EAST."""
         return _port_x(self)
 
     @property
-    def y(self):
+    def y(self) -> float:
         """Cross-axis position in the graph."""
         return _port_y(self)
 
@@ -147,30 +154,32 @@ class LNode:
     out_ports: list[LPort] = _dataclasses.field(default_factory=list)
 
     @property
-    def is_dummy(self):
+    def is_dummy(self) -> bool:
         """True for a node that holds the place of a long edge."""
         return self.kind != NodeKind.NORMAL
 
     @property
-    def ports(self):
+    def ports(self) -> list[LPort]:
         """A new list of the input ports followed by the output ports."""
         return [*self.in_ports, *self.out_ports]
 
-    def cross_center(self):
+    def cross_center(self) -> float:
         """The middle of the box along the cross axis."""
         return _cross_center(self)
 
 
-# Set here, since a forward reference would have to look the module up by name while it is made.
-LPort.__annotations__["node"] = LPort.__dataclass_fields__["node"].type = LNode
+# Set here: to resolve a forward reference, dataclasses would look the module up by name, which
+# finds nothing where a loader runs it without entering it in sys.modules.
+LPort.__annotations__["node"] = LPort.__init__.__annotations__["node"] = LNode
+LPort.__dataclass_fields__["node"].type = LNode
 
 
 @_dataclasses.dataclass(eq=False)
 class LEdge:
     """One segment of a connection, in layering direction.
 
-    origin_id is the id of the caller's edge that it belongs to. bend_points are (x, y) tuples between
-    source and target, in that order.
+    origin_id is the id of the caller's edge that it belongs to. bend_points are (x, y) tuples
+    between source and target, in that order.
     """
 
     id: str
@@ -181,12 +190,12 @@ class LEdge:
     bend_points: list[tuple[float, float]] = _dataclasses.field(default_factory=list)
 
     @property
-    def source_node(self):
+    def source_node(self) -> LNode:
         """The node of the source port."""
         return self.source.node
 
     @property
-    def target_node(self):
+    def target_node(self) -> LNode:
         """The node of the target port."""
         return self.target.node
 
@@ -199,6 +208,11 @@ class LGraph:
     current segments. chains maps the id of a caller's edge to its segments in flow order,
     reversed_originals the same id to whether phase 1 flipped the edge. layers lists the nodes of
     each layer in order.
+
+    A graph may be built or changed by hand: nodes appended, ports added to the lists of a node,
+    edges removed. An edge is split where it is long, and has a route, by its entry in chains.
+    Before it changes anything, each function checks the graph and raises TypeError or ValueError,
+    naming the record, where the graph contradicts itself.
     """
 
     nodes: list[LNode] = _dataclasses.field(default_factory=list)
@@ -209,19 +223,19 @@ class LGraph:
     layers: list[list[LNode]] = _dataclasses.field(default_factory=list)
     _counter: int = 0
 
-    def next_id(self, prefix):
+    def next_id(self, prefix: str) -> str:
         """The prefix, "#" and the next number of the graph's one counter, which starts at 1."""
         return _next_id(self, prefix)
 
-    def node_by_id(self, node_id):
+    def node_by_id(self, node_id: str) -> LNode | None:
         """The first node with this id, or None. Linear in the nodes."""
         return next((node for node in self.nodes if node.id == node_id), None)
 
-    def real_nodes(self):
+    def real_nodes(self) -> list[LNode]:
         """A new list of the nodes that are no dummies, in `nodes` order."""
         return [node for node in self.nodes if not node.is_dummy]
 
-    def rebuild_layers(self):
+    def rebuild_layers(self) -> None:
         """Regroup the nodes into `layers` by their layer and renumber `order`.
 
         Inside a layer nodes sort by `order`, equal ones in `nodes` order. Raises ValueError for a

@@ -12,7 +12,7 @@ namespace quillan::host {
 
 // The text of a Key.
 inline constexpr std::array<const char*, vorn_layered::KEY_COUNT> KEY_TEXTS = {
-    "id",     "width",  "height", "x",      "y",           "input_ports",
+    "id",           "width",  "height", "x",      "y",           "input_ports",
     "output_ports", "offset", "source", "target", "source_port", "target_port"};
 
 // The attributes of the records that the host reads and writes.
@@ -49,17 +49,27 @@ enum class Field : std::uint8_t {
   kCount,
 };
 inline constexpr std::array<const char*, static_cast<std::size_t>(Field::kCount)> FIELD_TEXTS = {
-    "id",     "node",    "side",      "index",   "offset",   "width",    "height",
-    "kind",   "origin_x", "origin_y", "layer",   "order",    "x",        "y",
-    "in_ports", "out_ports", "source", "target", "origin_id", "reversed", "bend_points",
-    "nodes",  "edges",   "options",   "chains",  "reversed_originals", "layers", "_counter",
+    "id",          "node",
+    "side",        "index",
+    "offset",      "width",
+    "height",      "kind",
+    "origin_x",    "origin_y",
+    "layer",       "order",
+    "x",           "y",
+    "in_ports",    "out_ports",
+    "source",      "target",
+    "origin_id",   "reversed",
+    "bend_points", "nodes",
+    "edges",       "options",
+    "chains",      "reversed_originals",
+    "layers",      "_counter",
     "get"};
 
 struct State {
-  PyObject* keys[vorn_layered::KEY_COUNT];                       // interned
+  PyObject* keys[vorn_layered::KEY_COUNT];                    // interned
   PyObject* fields[static_cast<std::size_t>(Field::kCount)];  // interned
-  PyObject* mapping;  // collections.abc.Mapping
-  PyObject* absent;   // what a look-up gives for a key that is not there
+  PyObject* mapping;                                          // collections.abc.Mapping
+  PyObject* absent;  // what a look-up gives for a key that is not there
   // The records, as the module's own Python source defines them.
   PyObject* direction;
   PyObject* port_side;
@@ -93,9 +103,7 @@ struct State {
   }
 };
 
-inline State& state_of(PyObject* module) {
-  return *static_cast<State*>(PyModule_GetState(module));
-}
+inline State& state_of(PyObject* module) { return *static_cast<State*>(PyModule_GetState(module)); }
 
 }  // namespace quillan::host
 
