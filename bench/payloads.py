@@ -5,13 +5,17 @@ payload on every machine.
 """
 
 import random
+from typing import Any
+
+Record = dict[str, Any]
+Payload = tuple[list[Record], list[Record]]
 
 
-def _size(rng, low, high, decimal):
+def _size(rng: random.Random, low: int, high: int, decimal: bool) -> float:
     return rng.randint(low * 10, high * 10) / 10 if decimal else rng.randint(low, high)
 
 
-def _node(rng, number, x, y, decimal):
+def _node(rng: random.Random, number: int, x: int, y: int, decimal: bool) -> Record:
     return {
         "id": f"node{number}",
         "width": _size(rng, 80, 240, decimal),
@@ -23,7 +27,7 @@ def _node(rng, number, x, y, decimal):
     }
 
 
-def _edge(rng, number, source, target):
+def _edge(rng: random.Random, number: int, source: int, target: int) -> Record:
     return {
         "id": f"edge{number}",
         "source": f"node{source}",
@@ -33,11 +37,13 @@ def _edge(rng, number, source, target):
     }
 
 
-def _columns(rng, count, decimal):
+def _columns(
+    rng: random.Random, count: int, decimal: bool
+) -> tuple[list[Record], list[int], list[list[int]]]:
     """Nodes in about sqrt(count) columns: the nodes, each one's column and each column's nodes."""
     columns = max(3, round(count**0.5))
     column_of = sorted(rng.randrange(columns) for _ in range(count))
-    members = [[] for _ in range(columns)]
+    members: list[list[int]] = [[] for _ in range(columns)]
     for number, column in enumerate(column_of):
         members[column].append(number)
     nodes = [
@@ -47,14 +53,14 @@ def _columns(rng, count, decimal):
     return nodes, column_of, members
 
 
-def _wired(rng, count, decimal, fed):
+def _wired(rng: random.Random, count: int, decimal: bool, fed: float) -> Payload:
     """Columns with 1.6 wires a node, mostly to the next column and about the same height.
 
     `fed` is the share of the nodes behind the first column that have a wire from the column before.
     """
     nodes, column_of, members = _columns(rng, count, decimal)
 
-    def near(node, column):
+    def near(node: int, column: int) -> int:
         others, own = members[column], members[column_of[node]]
         row = own.index(node) * len(others) / len(own)
         return others[min(max(round(rng.gauss(row, 2.0)), 0), len(others) - 1)]
@@ -74,7 +80,7 @@ def _wired(rng, count, decimal, fed):
     return nodes, edges
 
 
-def editor(count, decimal=False, seed=1):
+def editor(count: int, decimal: bool = False, seed: int = 1) -> Payload:
     """A node graph as people draw them: columns, mostly short edges, 1.6 edges a node.
 
     Every node behind the first column is fed from the column before, so that wires stay short when
@@ -83,7 +89,7 @@ def editor(count, decimal=False, seed=1):
     return _wired(random.Random(seed), count, decimal, 1.0)
 
 
-def loaders(count, decimal=False, seed=1):
+def loaders(count: int, decimal: bool = False, seed: int = 1) -> Payload:
     """The same with a fifth of the nodes unfed, like the loaders and constants of an editor.
 
     Where layers are assigned as early as possible, such nodes move to the first layer and their
@@ -92,7 +98,7 @@ def loaders(count, decimal=False, seed=1):
     return _wired(random.Random(seed), count, decimal, 0.8)
 
 
-def tree(count, seed=2):
+def tree(count: int, seed: int = 2) -> Payload:
     """A tree in which every node has at most four children."""
     rng = random.Random(seed)
     nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
@@ -103,11 +109,11 @@ def tree(count, seed=2):
     return nodes, edges
 
 
-def tangle(count, seed=3):
+def tangle(count: int, seed: int = 3) -> Payload:
     """A sparse random graph: 1.2 edges a node, ends anywhere, so that many edges are long."""
     rng = random.Random(seed)
     nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
-    edges = []
+    edges: list[Record] = []
     while len(edges) < count * 1.2:
         source, target = rng.randrange(count), rng.randrange(count)
         if source < target or rng.random() < 0.02:
@@ -115,11 +121,11 @@ def tangle(count, seed=3):
     return nodes, edges
 
 
-def islands(count, seed=4):
+def islands(count: int, seed: int = 4) -> Payload:
     """Many components of one to eight nodes."""
     rng = random.Random(seed)
     nodes = [_node(rng, number, 0, 0, False) for number in range(count)]
-    edges = []
+    edges: list[Record] = []
     first = 0
     while first < count:
         size = min(rng.randint(1, 8), count - first)
