@@ -2,7 +2,7 @@
 # Debian packages if it needs any beyond a build's, and put NAME into USUAL_CHECKS.
 # shellcheck shell=bash
 
-USUAL_CHECKS=(format compilers sanitizers tidy cppcheck)
+USUAL_CHECKS=(format compilers sanitizers tidy cppcheck typing packaging)
 
 # The versions of Debian 12: formatting and findings differ from one release to the next.
 declare -A CHECK_PACKAGES=(
@@ -14,6 +14,7 @@ declare -A CHECK_PACKAGES=(
   [fuzz]="clang-14 libclang-rt-14-dev libgtest-dev"
 )
 readonly CLANG=clang++-14
+readonly MYPY=mypy==2.4.1
 
 check_format() {
   run_format --check
@@ -85,24 +86,25 @@ check_cppcheck() {
 # A wheel holds the module, its stub and the typing marker and nothing else: a file of another
 # owner's `quillan` or `quillan.core` in it would cover theirs.
 check_packaging() {
-  local work=$ROOT/build/check/packaging from
+  local work=$ROOT/build/check/packaging builder own from
   rm -rf "$work"
-  "$PYTHON" -m venv "$work/venv"
-  local own=$work/venv/bin/python
-  "$own" -m pip install --quiet build==1.6.1
-  "$own" -m build --outdir "$work/from-sdist" .  # the sdist, and the wheel from it
-  "$own" -m build --wheel --outdir "$work/from-tree" .
+  builder=$(venv packaging build==1.6.1)
+  "$builder" -m build --outdir "$work/from-sdist" .  # the sdist, and the wheel from it
+  "$builder" -m build --wheel --outdir "$work/from-tree" .
   for from in from-tree from-sdist; do
-    "$own" -m zipfile -e "$work/$from"/*.whl "$work/$from/files"
-    (cd "$work/$from/files" && find . -type f | sed 's/^..//' | LC_ALL=C sort) >"$work/$from.txt"
+    "$builder" -m zipfile -e "$work/$from"/*.whl "$work/$from/files"
   done
-  diff "$work/from-tree.txt" "$work/from-sdist.txt"
-  diff -r -x '*.so' -x RECORD "$work/from-tree/files" "$work/from-sdist/files"
-  only_own_files "$work/from-tree.txt"
+  diff -r "$work/from-tree/files" "$work/from-sdist/files"
+  (cd "$work/from-tree/files" && find . -type f | sed 's/^..//') >"$work/files.txt"
+  only_own_files "$work/files.txt"
 
-  "$own" -m pip install --quiet .
+  # Far from the source tree, whose modules and stubs must play no part.
+  "$PYTHON" -m venv "$work/venv"
+  own=$work/venv/bin/python
+  "$own" -m pip install --quiet . "$MYPY"
   cd "$work"
   PYTHON=$own unit_tests "$ROOT/tests" -s "$ROOT/tests/host"
+  PYTHON=$own unit_tests "" -s "$ROOT/tests/typing"
 }
 
 # only_own_files LIST: as the wheel must hold them.
@@ -116,7 +118,7 @@ only_own_files() {
 check_typing() {
   build_release_module
   local own
-  own=$(venv typing mypy==2.4.1)
+  own=$(venv typing "$MYPY")
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
   "$own" -m mypy.stubtest quillan.core.vorn_layered
   "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py bench/run.py
