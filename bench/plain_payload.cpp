@@ -18,7 +18,8 @@ Handle read_mapping(std::istream& file, std::span<const Key> keys, PlainPayload&
   Mapping& mapping = payload.mappings.emplace_back();
   mapping.reserve(keys.size());
   for (const Key key : keys) {
-    Field& field = mapping.emplace_back(Field{key, 0.0, {}});
+    mapping.push_back(Field{key, 0.0, {}});
+    Field& field = mapping.back();
     if (is_text(key)) {
       std::string& bytes = payload.texts.emplace_back();
       file >> bytes;
