@@ -2,7 +2,7 @@
 # Debian packages if it needs any beyond a build's, and put NAME into USUAL_CHECKS.
 # shellcheck shell=bash
 
-USUAL_CHECKS=(format compilers sanitizers tidy cppcheck typing packaging)
+USUAL_CHECKS=(format compilers sanitizers tidy cppcheck typing packaging editor docs)
 
 # The versions of Debian 12: formatting and findings differ from one release to the next.
 declare -A CHECK_PACKAGES=(
