@@ -50,12 +50,8 @@ void _seed_interactive(LayerOrders& orders) {
   const auto before = [&](std::int32_t left, std::int32_t right) {
     const LNode& a = *orders.node(left);
     const LNode& b = *orders.node(right);
-    const double ay = a.has_origin_y ? a.origin_y : 0.0;
-    const double by = b.has_origin_y ? b.origin_y : 0.0;
-    if (comes_before(ay, by) || comes_before(by, ay)) return comes_before(ay, by);
-    const double ax = a.has_origin_x ? a.origin_x : 0.0;
-    const double bx = b.has_origin_x ? b.origin_x : 0.0;
-    if (comes_before(ax, bx) || comes_before(bx, ax)) return comes_before(ax, bx);
+    if (const int order = compare_reals(a.seen_y(), b.seen_y())) return order < 0;
+    if (const int order = compare_reals(a.seen_x(), b.seen_x())) return order < 0;
     return rank[left] < rank[right];
   };
   std::vector<std::int32_t> ordered;

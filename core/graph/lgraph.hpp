@@ -60,6 +60,9 @@ struct LNode {
 
   [[nodiscard]] bool is_dummy() const { return kind != NodeKind::NORMAL; }
   [[nodiscard]] double cross_center() const { return y + height / 2.0; }
+  // The caller's position as the interactive strategies read it: 0.0 where there is none.
+  [[nodiscard]] double seen_x() const { return has_origin_x ? origin_x : 0.0; }
+  [[nodiscard]] double seen_y() const { return has_origin_y ? origin_y : 0.0; }
 };
 
 inline double LPort::x() const { return side == PortSide::WEST ? node->x : node->x + node->width; }

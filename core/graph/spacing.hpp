@@ -24,9 +24,14 @@ inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptio
 inline double larger(double a, double b) { return b > a ? b : a; }
 inline double smaller(double a, double b) { return b < a ? b : a; }
 
-// A strict weak order of all reals: the usual one, with every not-a-number behind all others. Sorts
-// need it, since `<` alone loses transitivity of ties as soon as one value is not a number.
-inline bool comes_before(double a, double b) { return a < b || (std::isnan(b) && !std::isnan(a)); }
+// Negative, zero or positive as `a` sorts before, level with or behind `b`: the usual order of
+// reals, with every not-a-number level behind all others. Sorts need it, since `<` alone loses
+// transitivity of ties as soon as one value is not a number.
+inline int compare_reals(double a, double b) {
+  if (a < b) return -1;
+  if (a > b) return 1;
+  return static_cast<int>(std::isnan(a)) - static_cast<int>(std::isnan(b));
+}
 
 }  // namespace quillan::vorn_layered
 

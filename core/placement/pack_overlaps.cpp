@@ -13,7 +13,7 @@ struct Placed {
 };
 
 bool before(const Placed& a, const Placed& b) {
-  if (comes_before(a.y, b.y) || comes_before(b.y, a.y)) return comes_before(a.y, b.y);
+  if (const int order = compare_reals(a.y, b.y)) return order < 0;
   if (a.node->order != b.node->order) return a.node->order < b.node->order;
   return compare(a.node->id, b.node->id) < 0;
 }

@@ -49,19 +49,17 @@ std::int32_t _assign_tracks(std::span<const Interval> intervals, std::span<std::
   };
   if (intervals.empty()) return 0;
   const Arena::Frame frame(scratch);
-  const std::span<Entry> order = scratch.raw_array<Entry>(intervals.size());
+  const std::span<Entry> sorted = scratch.raw_array<Entry>(intervals.size());
   for (std::size_t i = 0; i < intervals.size(); ++i) {
-    order[i] = {intervals[i].source, static_cast<std::int32_t>(i)};
+    sorted[i] = {intervals[i].source, static_cast<std::int32_t>(i)};
   }
-  std::sort(order.begin(), order.end(), [](const Entry& a, const Entry& b) {
-    if (comes_before(a.first, b.first) || comes_before(b.first, a.first)) {
-      return comes_before(a.first, b.first);
-    }
-    return a.index < b.index;
+  std::sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
+    const int order = compare_reals(a.first, b.first);
+    return order != 0 ? order < 0 : a.index < b.index;
   });
   TrackEnds ends(intervals.size(), scratch);
   std::int32_t count = 0;
-  for (const Entry& entry : order) {
+  for (const Entry& entry : sorted) {
     const Interval& interval = intervals[entry.index];
     const std::size_t track = ends.first_at_most(std::min(interval.source, interval.target));
     ends.set(track, std::max(interval.source, interval.target));
