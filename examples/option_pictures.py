@@ -90,7 +90,7 @@ def moved(what: Graph, **fields: Any) -> Graph:
 
 def each(what: Graph, field: str, *values: str, **fields: Any) -> Panels:
     """A panel for each value of a strategy."""
-    return [drawn(what, f'"{value}"', **{field: value}, **fields) for value in values]
+    return [drawn(what, f'"{value}"', **{**fields, field: value}) for value in values]
 
 
 # ---- marks

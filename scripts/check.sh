@@ -2,7 +2,7 @@
 # Debian packages if it needs any beyond a build's, and put NAME into USUAL_CHECKS.
 # shellcheck shell=bash
 
-USUAL_CHECKS=(format compilers sanitizers tidy cppcheck typing packaging editor docs)
+USUAL_CHECKS=(format compilers sanitizers tidy cppcheck typing packaging editor docs fuzz)
 
 # The versions of Debian 12: formatting and findings differ from one release to the next.
 declare -A CHECK_PACKAGES=(
@@ -136,7 +136,12 @@ check_editor() {
 
 check_docs() {
   build_release_module
-  PYTHONPATH=$ROOT/$RELEASE/python "$PYTHON" docs/run_blocks.py
+  local own pins
+  mapfile -t pins < <(lines_of tests/editor/requirements.txt)
+  own=$(venv editor "${pins[@]}")
+  export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
+  "$own" docs/run_blocks.py
+  "$own" examples/option_pictures.py --check
 }
 
 check_fuzz() {
@@ -184,7 +189,7 @@ need_for_checks() {
     # shellcheck disable=SC2206 # a list of words
     packages+=(${CHECK_PACKAGES[$name]-})
     case $name in
-      packaging | typing | editor)
+      packaging | typing | editor | docs)
         # Debian's interpreter comes without what a virtual environment is made from.
         [[ $(command -v python3) != /usr/bin/* ]] || packages+=(python3-venv) ;;&
       editor)

@@ -1,0 +1,491 @@
+// Fuzzing of the core: bytes become a payload and options, all five phases run, and every law of a
+// drawing is asserted on what comes out. A law that does not hold ends the process.
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <numeric>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/analysis.hpp"
+#include "core/components.hpp"
+#include "core/crossings/counting.hpp"
+#include "core/crossings/reduce_crossings.hpp"
+#include "core/cycles/break_cycles.hpp"
+#include "core/exchange/build_graph.hpp"
+#include "core/exchange/results.hpp"
+#include "core/graph/faults.hpp"
+#include "core/graph/spacing.hpp"
+#include "core/layering/assign_layers.hpp"
+#include "core/routing/route_edges.hpp"
+#include "core/vorn_layered.hpp"
+#include "tests/core/variant_reader.hpp"
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+using testing::List;
+using testing::Mapping;
+using testing::PayloadCase;
+using testing::Variant;
+
+void law(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "law broken: %s\n", what);
+  std::abort();
+}
+
+// The fuzzer's bytes as the parts of a call. Sizes are bounded so that a call takes well below a
+// millisecond. Half of all calls draw only lengths for which the laws of geometry hold.
+class Draw {
+ public:
+  Draw(const std::uint8_t* bytes, std::size_t size) : bytes_(bytes, size), tame_(chance(50)) {}
+
+  int below(int bound) { return bytes_.ConsumeIntegralInRange(0, bound - 1); }
+  bool chance(int percent) { return below(100) < percent; }
+  template <std::size_t N>
+  const char* pick(const char* const (&choices)[N]) {
+    return choices[below(N)];
+  }
+
+  double length() {
+    using Limits = std::numeric_limits<double>;
+    static constexpr double kHostile[] = {0.0,
+                                          -0.0,
+                                          5e-324,
+                                          -5e-324,
+                                          1e-310,
+                                          1e-6,
+                                          0.5,
+                                          -1.0,
+                                          -100.0,
+                                          9007199254740993.0,
+                                          1e20,
+                                          1e150,
+                                          1e308,
+                                          -1e308,
+                                          Limits::max(),
+                                          Limits::infinity(),
+                                          -Limits::infinity(),
+                                          Limits::quiet_NaN()};
+    if (tame_ || chance(60)) return below(400) / (chance(50) ? 4.0 : 7.0);
+    return chance(80) ? kHostile[below(std::size(kHostile))]
+                      : std::bit_cast<double>(bytes_.ConsumeIntegral<std::uint64_t>());
+  }
+
+  List nodes() {
+    List list;
+    for (int left = below(25); left > 0; --left) {
+      Mapping node{{Key::ID, node_id()}};
+      for (const Key key : {Key::WIDTH, Key::HEIGHT, Key::X, Key::Y}) {
+        if (!chance(40)) node.emplace_back(key, chance(99) ? Variant(length()) : odd());
+      }
+      for (const Key key : {Key::INPUT_PORTS, Key::OUTPUT_PORTS}) {
+        if (chance(50)) node.emplace_back(key, ports());
+      }
+      list.emplace_back(std::move(node));
+    }
+    return list;
+  }
+
+  List edges() {
+    List list;
+    for (int left = below(50); left > 0; --left) {
+      Mapping edge{{Key::SOURCE, node_id()}, {Key::TARGET, node_id()}};
+      if (chance(20)) edge.emplace_back(Key::ID, below(60));
+      if (chance(40)) edge.emplace_back(Key::SOURCE_PORT, below(400) - 10);
+      if (chance(40)) edge.emplace_back(Key::TARGET_PORT, chance(90) ? below(6) : odd());
+      list.emplace_back(std::move(edge));
+    }
+    return list;
+  }
+
+  LayoutOptions options() {
+    LayoutOptions options;
+    options.direction = static_cast<Direction>(below(4));
+    options.interactive = chance(30);
+    options.cycle_breaking_strategy = pick({"AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"});
+    options.layering_strategy = pick({"AUTO", "NETWORK_SIMPLEX", "LONGEST_PATH", "INTERACTIVE"});
+    options.crossing_strategy = pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE"});
+    options.placement_strategy = pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE", ""});
+    options.edge_routing = pick({"ORTHOGONAL", "ORTHOGONAL", "POLYLINE"});
+    for (double* field : {&options.spacing_node_node, &options.spacing_node_node_between_layers,
+                          &options.spacing_edge_edge, &options.spacing_edge_node,
+                          &options.padding_left, &options.padding_top}) {
+      if (chance(40)) *field = length();
+    }
+    static constexpr std::int64_t kSweeps[] = {INT64_MIN, -1, 0, 1, 2, 7, 100, INT64_MAX};
+    options.thoroughness = {kSweeps[below(std::size(kSweeps))], !chance(1)};
+    return options;
+  }
+
+ private:
+  // Few enough that ids repeat now and then, and in no order.
+  Variant node_id() {
+    return chance(98) ? Variant(below(40)) : Variant(bytes_.ConsumeRandomLengthString(3));
+  }
+  Variant odd() {
+    switch (below(6)) {
+      case 0:
+        return nullptr;
+      case 1:
+        return chance(50);
+      case 2:
+        return " 12.5 ";
+      case 3:
+        return bytes_.ConsumeRandomLengthString(4);
+      case 4:
+        return List{};
+      default:
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+  }
+  Variant ports() {
+    if (chance(60)) return below(6) - 1;
+    if (chance(20)) return 60 + below(250);
+    if (chance(10)) return chance(50) ? 1 << 30U : (1 << 20U) + 1;
+    if (chance(10)) return odd();
+    List list;
+    for (int left = below(5); left > 0; --left) {
+      list.push_back(chance(50) ? Variant(length()) : Variant(Mapping{{Key::OFFSET, length()}}));
+    }
+    return list;
+  }
+
+  FuzzedDataProvider bytes_;
+  bool tame_;
+};
+
+struct Call {
+  const Payload& payload;
+  LayoutOptions options;
+  Components components;
+  std::vector<std::int32_t> place_of;
+
+  // Component `number`, or the whole payload for -1: the phases must bear a graph in parts as well.
+  void build(std::int32_t number, LGraph& graph) {
+    if (number < 0) return build_graph(payload, graph);
+    build_graph(payload,
+                {components.member_nodes(number), components.member_edges(number), place_of},
+                graph);
+  }
+};
+
+// All that the phases write, as bits.
+std::vector<std::uint64_t> state_of(const LGraph& graph) {
+  std::vector<std::uint64_t> state;
+  const auto add = [&](double value) { state.push_back(std::bit_cast<std::uint64_t>(value)); };
+  for (const LNode* node : graph.nodes) {
+    state.push_back(static_cast<std::uint64_t>(node->layer) << 32U |
+                    static_cast<unsigned>(node->order));
+    add(node->x);
+    add(node->y);
+  }
+  for (const LEdge* edge : graph.edges) {
+    state.push_back(static_cast<std::uint64_t>(edge->source_node()->position));
+    state.push_back(static_cast<std::uint64_t>(edge->target_node()->position));
+    for (const Point bend : edge->bend_points) {
+      add(bend.x);
+      add(bend.y);
+    }
+  }
+  return state;
+}
+
+std::int64_t seed_crossings(Call& call, std::int32_t number) {
+  LGraph graph(call.options.resolved());
+  call.build(number, graph);
+  break_cycles(graph);
+  assign_layers(graph);
+  if (graph.layers.size() > 1 && graph.options.crossing_strategy != "NONE") {
+    const Arena::Frame frame(graph.scratch);
+    LayerOrders orders(graph);
+    orders.rank_ids();
+    const bool interactive = graph.options.crossing_strategy == "INTERACTIVE";
+    if (interactive && _has_usable_positions(graph)) {
+      _seed_interactive(orders);
+    } else {
+      _seed_dfs(orders);
+    }
+    orders.commit();
+  }
+  return count_crossings(graph);
+}
+
+void check_layers(const LGraph& graph) {
+  std::size_t members = 0;
+  for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
+    std::int32_t place = 0;
+    for (const LNode* node : graph.layers[layer]) {
+      law(node->layer == layer, "a node's layer is the one that lists it");
+      law(node->order == place++, "a node's order is its place");
+      ++members;
+    }
+  }
+  law(members == graph.nodes.size(), "layers hold every node once");
+}
+
+void check_chains(const LGraph& graph) {
+  for (const Origin& origin : graph.origins) {
+    const LPort* at = nullptr;
+    for (const LEdge* segment : origin.chain) {
+      law(segment->target_node()->layer == segment->source_node()->layer + 1,
+          "a segment joins neighbouring layers");
+      law(at == nullptr || (at->node == segment->source_node() && at->node->is_dummy()),
+          "the segments of a chain meet in a dummy");
+      law(graph.edges[segment->position] == segment, "a chain's segments are edges of the graph");
+      at = segment->target;
+    }
+    if (origin.chain.empty()) continue;
+    const LPort& first = *origin.chain.front()->source;
+    const LPort& last = *origin.chain.back()->target;
+    law(!first.node->is_dummy() && !last.node->is_dummy(), "a chain joins two real nodes");
+    law(first.side != last.side && (first.side == PortSide::EAST || origin.reversed),
+        "only a reversed edge starts at an input port");
+  }
+}
+
+constexpr double kNotDue = std::numeric_limits<double>::quiet_NaN();
+
+// How far sums of this graph's lengths may be off; kNotDue where the laws of geometry are not due,
+// since a length is negative or something is not finite.
+double tolerance_of(const LGraph& graph) {
+  const LayoutOptions& options = graph.options;
+  std::vector<double> lengths{options.spacing_node_node, options.spacing_node_node_between_layers,
+                              options.spacing_edge_edge, options.spacing_edge_node};
+  std::vector<double> coordinates{options.padding_left, options.padding_top};
+  for (const LNode* node : graph.nodes) {
+    lengths.insert(lengths.end(), {node->width, node->height});
+    coordinates.insert(coordinates.end(), {node->x + node->width, node->y + node->height});
+    for (const LPort& port : node->in_ports) coordinates.push_back(port.y());
+    for (const LPort& port : node->out_ports) coordinates.push_back(port.y());
+  }
+  double scale = 1.0;
+  for (const double length : lengths) {
+    if (!(length >= 0.0)) return kNotDue;
+    scale = std::max(scale, length);
+  }
+  for (const double coordinate : coordinates) {
+    if (std::isnan(coordinate)) return coordinate;
+    scale = std::max(scale, std::abs(coordinate));
+  }
+  // Sums of the largest reals leave their range.
+  return scale > 1e300 ? kNotDue : scale * 1e-9;
+}
+
+void check_spacing(const LGraph& graph, std::span<LNode* const> layer, double tolerance) {
+  const LayoutOptions& options = graph.options;
+  // Where boxes without height may stand at one spot, their sequence cannot be told afterwards.
+  const double least =
+      std::min({options.spacing_node_node, options.spacing_edge_edge, options.spacing_edge_node});
+  std::vector<const LNode*> ordered(layer.begin(), layer.end());
+  std::sort(ordered.begin(), ordered.end(), [](const LNode* a, const LNode* b) {
+    return std::pair(a->y, a->height) < std::pair(b->y, b->height);
+  });
+  for (std::size_t i = 1; i < ordered.size(); ++i) {
+    const LNode& above = *ordered[i - 1];
+    const LNode& below = *ordered[i];
+    const double gap = least > 2 * tolerance ? _spacing_between(above, below, options) : 0.0;
+    law(below.y + tolerance >= above.y + above.height + gap, "boxes of a layer keep their spacing");
+  }
+}
+
+// The gap behind `layer`.
+void check_gap(const LGraph& graph, std::int32_t layer, double tolerance) {
+  double left = -std::numeric_limits<double>::infinity();
+  double right = std::numeric_limits<double>::infinity();
+  for (const LNode* node : graph.layers[layer]) left = std::max(left, node->x + node->width);
+  for (const LNode* node : graph.layers[layer + 1]) right = std::min(right, node->x);
+  law(right + tolerance >= left + graph.options.spacing_node_node_between_layers,
+      "layers keep their spacing");
+  std::vector<const LEdge*> bent;
+  for (const LEdge* edge : graph.edges) {
+    const bool here =
+        edge->source_node()->layer == layer && edge->target_node()->layer == layer + 1;
+    if (here && !edge->bend_points.empty()) bent.push_back(edge);
+  }
+  for (const LEdge* edge : bent) {
+    const double x = edge->bend_points[0].x;
+    law(x + tolerance >= left && x - tolerance <= right, "a bend lies in its gap");
+    for (const LEdge* other : bent) {
+      if (other == edge || other->bend_points[0].x != x) continue;
+      if (graph.options.spacing_edge_edge <= 2 * tolerance) continue;
+      const auto [low, high] = std::minmax({edge->source->y(), edge->target->y()});
+      const auto [other_low, other_high] = std::minmax({other->source->y(), other->target->y()});
+      law(high <= other_low || other_high <= low, "segments on one track do not overlap");
+    }
+  }
+}
+
+void check_geometry(const LGraph& graph) {
+  const double tolerance = tolerance_of(graph);
+  if (std::isnan(tolerance) || graph.nodes.empty()) return;
+  const auto less_x = [](const LNode* a, const LNode* b) { return a->x < b->x; };
+  const auto less_y = [](const LNode* a, const LNode* b) { return a->y < b->y; };
+  const LNode* first = *std::min_element(graph.nodes.begin(), graph.nodes.end(), less_x);
+  const LNode* top = *std::min_element(graph.nodes.begin(), graph.nodes.end(), less_y);
+  law(std::abs(first->x - graph.options.padding_left) <= tolerance,
+      "a drawing starts at its padding");
+  law(std::abs(top->y - graph.options.padding_top) <= tolerance, "a drawing starts at its padding");
+  for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
+    check_spacing(graph, graph.layers[layer], tolerance);
+    if (layer + 1 < graph.layers.size()) check_gap(graph, layer, tolerance);
+  }
+}
+
+bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+bool same(Point a, Point b) { return same(a.x, b.x) && same(a.y, b.y); }
+
+void check_bends(const LGraph& graph) {
+  const bool orthogonal = graph.options.edge_routing == "ORTHOGONAL";
+  for (const LEdge* edge : graph.edges) {
+    // A twin without a chain of its own is not split.
+    if (edge->target_node()->layer != edge->source_node()->layer + 1) continue;
+    const Interval ends{edge->source->y(), edge->target->y()};
+    const std::span<const Point> bends = edge->bend_points;
+    const bool steep = std::abs(ends.source - ends.target) > 0.5;
+    law(bends.size() == (orthogonal && steep ? 2 : 0), "two bends on an orthogonal way, none else");
+    if (bends.empty()) continue;
+    law(same(bends[0].x, bends[1].x) && same(bends[0].y, ends.source) &&
+            same(bends[1].y, ends.target),
+        "a route runs along the axes");
+  }
+}
+
+void check_routes(const LGraph& graph, const EdgeRoutes& found, double flow) {
+  std::size_t next = 0;
+  for (const Origin& origin : graph.origins) {
+    if (origin.chain.empty() || origin.reversed) continue;
+    law(next < found.routes.size(), "an edge that was not reversed has a route");
+    const EdgeRoute& route = found.routes[next++];
+    law(compare(route.id, origin.id) == 0 && route.count > 0, "routes stand in payload order");
+    const auto at_port = [&](const LPort* port) {
+      return _denormalise_point({port->x(), port->y()}, graph.options.direction, flow);
+    };
+    const Point start = at_port(origin.chain.front()->source);
+    const Point end = at_port(origin.chain.back()->target);
+    const Point last = found.points[route.first + route.count - 1];
+    law(same(found.points[route.first], start), "a route starts on its port");
+    law(same(last, end) || _close(last, end), "a route ends on its port");
+  }
+  law(next == found.routes.size(), "a reversed edge has no route");
+}
+
+// Runs the phases on one graph and asserts all laws but those of the packing.
+void check_graph(Call& call, std::int32_t number, LGraph& graph) {
+  const std::int64_t seed = seed_crossings(call, number);
+  call.build(number, graph);
+  run_phases(graph);
+  check_layers(graph);
+  check_chains(graph);
+  check_bends(graph);
+  check_geometry(graph);
+  law(count_crossings(graph) <= seed, "no order is worse than its seed");
+  if (graph.options.crossing_strategy == "NONE") {
+    law(count_crossings(graph) == seed, "NONE leaves the order alone");
+  }
+  const std::vector<std::uint64_t> state = state_of(graph);
+  // The memory of the first run is used again, so that what was not written anew shows up.
+  graph.clear();
+  call.build(number, graph);
+  run_phases(graph);
+  law(state_of(graph) == state, "a second run gives the same bits");
+}
+
+// What layout() gives, from the next component on.
+struct Packed {
+  std::span<const NodePosition> positions;
+  std::span<const EdgeRoute> routes;
+  double cursor;  // where the next component begins along the cross axis
+};
+
+// Asserts that layout() has the drawing of `graph`, moved behind the components before it.
+void check_packing(const LGraph& graph, const LayoutResult& result, double gap, Packed& packed) {
+  const double flow = graph_extent(graph).flow;
+  std::vector<NodePosition> positions;
+  EdgeRoutes found;
+  node_positions(graph, flow, Point{}, positions);
+  edge_routes(graph, flow, Point{}, found);
+  check_routes(graph, found, flow);
+  law(positions.size() <= packed.positions.size(), "every node has a position");
+  law(found.routes.size() <= packed.routes.size(), "every route of a component is a result");
+
+  const double far = std::abs(packed.cursor) + std::abs(gap);
+  const double tolerance = tolerance_of(graph) + (far < 1e300 ? far * 1e-9 : kNotDue);
+  const bool across = is_transposed(graph.options.direction);
+  const Point from = positions[0].top_left;
+  const Point to = packed.positions[0].top_left;
+  const auto moved = [&](Point a, Point b) {
+    return std::isnan(tolerance) ||
+           _close({a.x - from.x, a.y - from.y}, {b.x - to.x, b.y - to.y}, tolerance);
+  };
+  double begin = std::numeric_limits<double>::infinity();
+  double end = -begin;
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    const Point corner = packed.positions[i].top_left;
+    law(compare(packed.positions[i].id, positions[i].id) == 0,
+        "positions keep the payload's order");
+    law(moved(positions[i].top_left, corner), "a component moves as a whole");
+    begin = std::min(begin, across ? corner.x : corner.y);
+    end = std::max(end, (across ? corner.x : corner.y) + graph.nodes[i]->height);
+  }
+  law(!(std::abs(begin - packed.cursor) > tolerance), "components are packed");
+  for (std::size_t i = 0; i < found.routes.size(); ++i) {
+    const EdgeRoute& route = packed.routes[i];
+    law(route.count == found.routes[i].count, "a result has the whole route");
+    for (std::size_t j = 0; j < route.count; ++j) {
+      law(moved(found.points[found.routes[i].first + j], result.routes.points[route.first + j]),
+          "routes move with their component");
+    }
+  }
+  packed = {packed.positions.subspan(positions.size()), packed.routes.subspan(found.routes.size()),
+            std::isnan(tolerance) ? kNotDue : end + gap};
+}
+
+void run(Draw draw) {
+  const LayoutOptions options = draw.options();
+  const double gap = draw.length();
+  PayloadCase made(draw.nodes(), draw.edges());
+  Call call{made.payload, options, weakly_connected_components(made.payload),
+            std::vector<std::int32_t>(made.nodes.size())};
+  LGraph whole(options.resolved());
+  check_graph(call, -1, whole);
+
+  Arena texts;
+  const LayoutResult result = layout(made.payload, options, gap, texts);
+  Packed packed{result.positions, result.routes.routes,
+                is_transposed(options.direction) ? options.padding_left : options.padding_top};
+  LGraph graph(options.resolved());
+  for (std::size_t number = 0; number < call.components.size(); ++number) {
+    graph.clear();
+    check_graph(call, static_cast<std::int32_t>(number), graph);
+    check_packing(graph, result, gap, packed);
+  }
+  law(packed.positions.empty() && packed.routes.empty(), "layout() gives nothing more");
+}
+
+}  // namespace
+
+}  // namespace quillan::vorn_layered
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  namespace engine = quillan::vorn_layered;
+  // The payload's reader asserts with it that every handle was released.
+  ::testing::GTEST_FLAG(break_on_failure) = true;
+  try {
+    engine::run(engine::Draw(bytes, size));
+  } catch (const engine::SizeFault&) {  // too many ports
+  } catch (const engine::TypeFault&) {  // thoroughness
+  } catch (const engine::testing::Rejected&) {
+  }
+  return 0;
+}
