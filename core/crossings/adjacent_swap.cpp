@@ -12,6 +12,7 @@ struct Range {
   EndKey first;
   EndKey last;
   std::int32_t count;
+  const EndKey* keys;
 };
 
 struct Entry {
@@ -21,8 +22,8 @@ struct Entry {
 };
 
 Range range_of(std::span<const EndKey> keys) {
-  if (keys.empty()) return {0, 0, 0};
-  return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size())};
+  if (keys.empty()) return {0, 0, 0, nullptr};
+  return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
 }
 
 // The crossings of one side with the first node before the second, minus those of the reverse.
@@ -39,29 +40,25 @@ SideGain gain_of_ranges(const Range& first, const Range& second) {
   return {sign * pairs, sign == 0 && pairs > 1};
 }
 
-std::int64_t gain_of_keys(std::span<const EndKey> first, std::span<const EndKey> second) {
-  constexpr std::size_t kFew = 32;
-  if (first.size() * second.size() > kFew) {
-    return _sorted_cross_pairs(first, second) - _sorted_cross_pairs(second, first);
+std::int64_t gain_of_keys(const Range& first, const Range& second) {
+  constexpr std::int64_t kFew = 32;
+  const std::span<const EndKey> left(first.keys, first.count);
+  const std::span<const EndKey> right(second.keys, second.count);
+  if (std::int64_t{first.count} * second.count > kFew) {
+    return _sorted_cross_pairs(left, right) - _sorted_cross_pairs(right, left);
   }
-  std::int64_t gain = 0;
-  for (const EndKey a : first) {
-    for (const EndKey b : second) gain += static_cast<int>(a > b) - static_cast<int>(a < b);
+  std::int32_t gain = 0;
+  for (const EndKey a : left) {
+    for (const EndKey b : right) gain += static_cast<int>(a > b) - static_cast<int>(a < b);
   }
   return gain;
 }
 
-bool should_swap(const LayerOrders& orders, const Entry& first, const Entry& second) {
+bool should_swap(const Entry& first, const Entry& second) {
   SideGain up = gain_of_ranges(first.up, second.up);
   SideGain down = gain_of_ranges(first.down, second.down);
-  if (up.overlap) {
-    up.gain = gain_of_keys(orders.keys(first.slot, Reference::UPPER),
-                           orders.keys(second.slot, Reference::UPPER));
-  }
-  if (down.overlap) {
-    down.gain = gain_of_keys(orders.keys(first.slot, Reference::LOWER),
-                             orders.keys(second.slot, Reference::LOWER));
-  }
+  if (up.overlap) up.gain = gain_of_keys(first.up, second.up);
+  if (down.overlap) down.gain = gain_of_keys(first.down, second.down);
   return up.gain + down.gain > 0;
 }
 
@@ -70,12 +67,12 @@ using Pairs = std::span<std::int32_t>;
 
 // The scan over all pairs: one node is carried along and set down where the next one stays behind
 // it. Fills `again` with the pairs in front of an exchange and returns their number.
-std::size_t scan_all(const LayerOrders& orders, std::span<Entry> entries, Pairs again) {
+std::size_t scan_all(std::span<Entry> entries, Pairs again) {
   std::size_t count = 0;
   Entry carried = entries[0];
   for (std::size_t index = 0; index + 1 < entries.size(); ++index) {
     const Entry& next = entries[index + 1];
-    if (should_swap(orders, carried, next)) {
+    if (should_swap(carried, next)) {
       entries[index] = next;
       again[count++] = static_cast<std::int32_t>(index) - 1;
     } else {
@@ -89,8 +86,7 @@ std::size_t scan_all(const LayerOrders& orders, std::span<Entry> entries, Pairs 
 
 // A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair
 // behind each exchange of this scan. Fills `again` like scan_all().
-std::size_t scan_moved(const LayerOrders& orders, std::span<Entry> entries,
-                       std::span<const std::int32_t> moved, Pairs again) {
+std::size_t scan_moved(std::span<Entry> entries, std::span<const std::int32_t> moved, Pairs again) {
   const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
   std::size_t count = 0;
   std::int32_t behind = pairs;  // the pair behind the last exchange; `pairs` for none
@@ -99,7 +95,7 @@ std::size_t scan_moved(const LayerOrders& orders, std::span<Entry> entries,
     if (turn < moved.size() && moved[turn] == index) ++turn;
     behind = pairs;
     // The first node has no pair in front of it.
-    if (index < 0 || !should_swap(orders, entries[index], entries[index + 1])) continue;
+    if (index < 0 || !should_swap(entries[index], entries[index + 1])) continue;
     std::swap(entries[index], entries[index + 1]);
     again[count++] = index - 1;
     behind = index + 1;
@@ -142,15 +138,14 @@ void settle_plain(std::span<Entry> entries, Range Entry::*sorted, Range Entry::*
   }
 }
 
-void settle_by_scans(const LayerOrders& orders, std::span<Entry> entries) {
-  Arena& scratch = orders.graph().scratch;
+void settle_by_scans(std::span<Entry> entries, Arena& scratch) {
   Pairs moved = scratch.raw_array<std::int32_t>(entries.size());
   Pairs again = scratch.raw_array<std::int32_t>(entries.size());
-  std::size_t count = scan_all(orders, entries, again);
+  std::size_t count = scan_all(entries, again);
   const std::int64_t cap = 4 * static_cast<std::int64_t>(entries.size());
   for (std::int64_t scan = 1; count > 0 && scan < cap; ++scan) {
     std::swap(moved, again);
-    count = scan_moved(orders, entries, moved.first(count), again);
+    count = scan_moved(entries, moved.first(count), again);
   }
 }
 
@@ -178,7 +173,7 @@ void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered) 
   } else if (is_plain(entries, &Entry::down, &Entry::up)) {
     settle_plain(entries, &Entry::down, &Entry::up);
   } else {
-    settle_by_scans(orders, entries);
+    settle_by_scans(entries, scratch);
   }
   for (std::size_t i = 0; i < ordered.size(); ++i) ordered[i] = entries[i].slot;
 }

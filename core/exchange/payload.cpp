@@ -29,7 +29,6 @@ std::uint64_t hash_bytes(std::string_view bytes) {
     std::memcpy(&word, bytes.data(), bytes.size());
     hash = mix(hash, word);
   }
-  hash = mix(hash, kMultiplier);
   return hash != 0 ? hash : 1;
 }
 
