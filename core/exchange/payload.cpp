@@ -29,43 +29,51 @@ std::uint64_t hash_bytes(std::string_view bytes) {
     std::memcpy(&word, bytes.data(), bytes.size());
     hash = mix(hash, word);
   }
-  return hash != 0 ? hash : 1;
+  return hash;
 }
+
+// The slot is chosen by the low bits, the tag is made of the high ones.
+std::uint32_t tag_of(std::uint64_t hash) { return static_cast<std::uint32_t>(hash >> 32U); }
 
 }  // namespace
 
-TextIndex::TextIndex(std::size_t expected) : slots_(std::bit_ceil(expected * 2 + 2)) {}
+TextIndex::TextIndex(std::size_t expected) : slots_(std::bit_ceil(expected * 2 + 2)) {
+  entries_.reserve(expected);
+}
 
 std::size_t TextIndex::probe(std::string_view bytes, std::uint64_t hash) const {
   const std::size_t mask = slots_.size() - 1;
+  const std::uint32_t tag = tag_of(hash);
   std::size_t at = hash & mask;
-  while (slots_[at].hash != 0 && (slots_[at].hash != hash || slots_[at].bytes != bytes)) {
+  while (slots_[at].entry >= 0 &&
+         (slots_[at].tag != tag || entries_[slots_[at].entry].bytes != bytes)) {
     at = (at + 1) & mask;
   }
   return at;
 }
 
 void TextIndex::grow() {
-  std::vector<Slot> old(slots_.size() * 2);
-  old.swap(slots_);
-  for (const Slot& slot : old) {
-    if (slot.hash != 0) slots_[probe(slot.bytes, slot.hash)] = slot;
+  slots_.assign(slots_.size() * 2, Slot{});
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    const std::uint64_t hash = hash_bytes(entries_[i].bytes);
+    slots_[probe(entries_[i].bytes, hash)] = {tag_of(hash), static_cast<std::int32_t>(i)};
   }
 }
 
 std::int32_t& TextIndex::find_or_add(std::string_view bytes, std::int32_t value) {
-  if ((used_ + 1) * 2 > slots_.size()) grow();
+  if ((entries_.size() + 1) * 2 > slots_.size()) grow();
   const std::uint64_t hash = hash_bytes(bytes);
   Slot& slot = slots_[probe(bytes, hash)];
-  if (slot.hash == 0) {
-    slot = {bytes, hash, value};
-    ++used_;
+  if (slot.entry < 0) {
+    slot = {tag_of(hash), static_cast<std::int32_t>(entries_.size())};
+    entries_.push_back({bytes, value});
   }
-  return slot.value;
+  return entries_[slot.entry].value;
 }
 
 std::int32_t TextIndex::find(std::string_view bytes) const {
-  return slots_[probe(bytes, hash_bytes(bytes))].value;
+  const std::int32_t entry = slots_[probe(bytes, hash_bytes(bytes))].entry;
+  return entry < 0 ? -1 : entries_[entry].value;
 }
 
 Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items,

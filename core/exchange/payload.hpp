@@ -25,16 +25,21 @@ class TextIndex {
   [[nodiscard]] std::int32_t find(std::string_view bytes) const;
 
  private:
+  // Slots are small, so that the table of a large payload stays in the cache; the texts themselves
+  // are looked at only where the tags agree.
   struct Slot {
+    std::uint32_t tag = 0;    // of the hash
+    std::int32_t entry = -1;  // -1: the slot is free
+  };
+  struct Entry {
     std::string_view bytes;
-    std::uint64_t hash = 0;  // 0: the slot is free
-    std::int32_t value = -1;
+    std::int32_t value;
   };
   [[nodiscard]] std::size_t probe(std::string_view bytes, std::uint64_t hash) const;
   void grow();
 
   std::vector<Slot> slots_;
-  std::size_t used_ = 0;
+  std::vector<Entry> entries_;
 };
 
 // The two lists of a call. Node `i` stands for all nodes of its id if `canonical[i] == i`; of nodes
