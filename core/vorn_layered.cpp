@@ -60,15 +60,32 @@ void run_phases(LGraph& graph) {
   route_edges(graph);
 }
 
-LayoutResult layout(const Payload& payload, const LayoutOptions& options, double component_gap,
-                    Arena& texts) {
-  LayoutResult result;
+void Workspace::clear() {
+  graph.clear();
+  graph.scratch.clear();
+  texts.clear();
+  result.positions.clear();
+  result.routes.routes.clear();
+  result.routes.points.clear();
+}
+
+std::size_t Workspace::footprint() const {
+  return graph.footprint() + texts.footprint() +
+         result.positions.capacity() * sizeof(NodePosition) +
+         result.routes.routes.capacity() * sizeof(EdgeRoute) +
+         result.routes.points.capacity() * sizeof(Point);
+}
+
+const LayoutResult& layout(const Payload& payload, const LayoutOptions& options,
+                           double component_gap, Workspace& workspace) {
+  LayoutResult& result = workspace.result;
+  LGraph& graph = workspace.graph;
   const Components components = weakly_connected_components(payload);
   result.positions.reserve(components.nodes.size());
   result.routes.routes.reserve(components.edges.size());
   std::vector<std::int32_t> place_of(payload.nodes.size());
-  LGraph graph(options.resolved());
-  graph.texts = &texts;
+  graph.options = options.resolved();
+  graph.texts = &workspace.texts;
   double cursor = is_transposed(options.direction) ? options.padding_left : options.padding_top;
   for (std::size_t component = 0; component < components.size(); ++component) {
     graph.clear();

@@ -1,6 +1,7 @@
 // layout(): payload to result maps, without a Python record in between.
 
 #include <bit>
+#include <memory>
 
 #include "core/vorn_layered.hpp"
 #include "host/functions.hpp"
@@ -9,11 +10,37 @@
 
 namespace quillan::host {
 
-using vorn_layered::Arena;
 using vorn_layered::LayoutResult;
 using vorn_layered::Point;
+using vorn_layered::Workspace;
 
 namespace {
+
+// The workspace of one call. A call takes the module's and gives it back, so that one that starts
+// while another runs, from the caller's own objects or another thread, works in one of its own.
+class WorkspaceLease {
+ public:
+  explicit WorkspaceLease(State& state)
+      : state_(state), workspace_(std::exchange(state.workspace, nullptr)) {
+    if (!workspace_) workspace_ = std::make_unique<Workspace>();
+  }
+  ~WorkspaceLease() {
+    if (state_.workspace != nullptr || workspace_->footprint() > kKeptBytes) return;
+    workspace_->clear();
+    state_.workspace = workspace_.release();
+  }
+  WorkspaceLease(const WorkspaceLease&) = delete;
+  WorkspaceLease& operator=(const WorkspaceLease&) = delete;
+
+  [[nodiscard]] Workspace& operator*() const { return *workspace_; }
+
+ private:
+  // Enough for ten thousand nodes with short edges; the editor should not miss it.
+  static constexpr std::size_t kKeptBytes = std::size_t{1} << 25U;
+
+  State& state_;
+  std::unique_ptr<Workspace> workspace_;
+};
 
 // Makes result points. Neighbouring points of an orthogonal route share a coordinate, and then they
 // share its float object too.
@@ -85,15 +112,15 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
                                     &nodes, &edges, &options, &component_gap) == 0) {
       return nullptr;
     }
-    const State& state = state_of(module);
+    State& state = state_of(module);
     const vorn_layered::LayoutOptions read = read_options(state, options);
     const Ref node_list = check(PySequence_List(nodes));
     const Ref edge_list = check(PySequence_List(edges));
-    Arena texts;
-    PythonReader reader(state, texts);
+    const WorkspaceLease workspace(state);
+    PythonReader reader(state, (*workspace).texts);
     const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
                                         reader);
-    const LayoutResult result = vorn_layered::layout(payload, read, component_gap, texts);
+    const LayoutResult& result = vorn_layered::layout(payload, read, component_gap, *workspace);
     const CollectorPause pause;
     const Ref positions = position_map(result);
     const Ref routes = route_map(result);

@@ -81,7 +81,11 @@ int clear(PyObject* module) {
   });
 }
 
-void release(void* module) { clear(static_cast<PyObject*>(module)); }
+void release(void* module) {
+  clear(static_cast<PyObject*>(module));
+  State* const state = static_cast<State*>(PyModule_GetState(static_cast<PyObject*>(module)));
+  if (state != nullptr) delete std::exchange(state->workspace, nullptr);
+}
 
 PyModuleDef_Slot slots[] = {
     {Py_mod_exec, reinterpret_cast<void*>(execute)},

@@ -6,9 +6,7 @@ namespace quillan::vorn_layered {
 
 namespace {
 constexpr std::size_t kFirstBlock = std::size_t{1} << 14U;
-// Allocators hand larger blocks back to the system at once, and fresh pages are dear; blocks of up
-// to 32 MiB, with their bookkeeping, tend to stay for the next layout.
-constexpr std::size_t kLargestGrowth = (std::size_t{1} << 25U) - (std::size_t{1} << 16U);
+constexpr std::size_t kLargestGrowth = std::size_t{1} << 25U;
 }  // namespace
 
 void* Arena::allocate_in_next_block(std::size_t size) {
@@ -30,6 +28,12 @@ void* Arena::allocate_in_next_block(std::size_t size) {
   capacity_ = blocks_[next].size;
   used_ = size;
   return base_;
+}
+
+std::size_t Arena::footprint() const {
+  std::size_t bytes = 0;
+  for (const Block& block : blocks_) bytes += block.size;
+  return bytes;
 }
 
 void Arena::rewind(std::size_t block, std::size_t used) {

@@ -56,6 +56,9 @@ class Arena {
   // Gives back everything; the blocks stay for the next use.
   void clear() { rewind(0, 0); }
 
+  // The bytes of all blocks, in use or not.
+  [[nodiscard]] std::size_t footprint() const;
+
   // A scope: what is allocated while it lives is given back when it ends.
   class Frame {
    public:

@@ -120,4 +120,10 @@ void LGraph::clear() {
   arena.clear();
 }
 
+std::size_t LGraph::footprint() const {
+  return nodes.capacity() * sizeof(LNode*) + edges.capacity() * sizeof(LEdge*) +
+         origins.capacity() * sizeof(Origin) + layers.footprint() + arena.footprint() +
+         scratch.footprint();
+}
+
 }  // namespace quillan::vorn_layered
