@@ -1,12 +1,29 @@
 #include "core/graph/arena.hpp"
 
 #include <algorithm>
+#include <memory>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace quillan::vorn_layered {
 
 namespace {
 constexpr std::size_t kFirstBlock = std::size_t{1} << 14U;
 constexpr std::size_t kLargestGrowth = std::size_t{1} << 25U;
+
+// Asks for large pages where the system gives them on request: a big block then costs a few page
+// faults in place of thousands, and its records fewer misses of the address cache.
+void prefer_large_pages([[maybe_unused]] std::byte* bytes, [[maybe_unused]] std::size_t size) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  constexpr std::size_t kPage = std::size_t{1} << 21U;
+  void* start = bytes;
+  if (std::align(kPage, kPage, start, size) == nullptr) return;
+  // Whether it is granted makes no difference to what is in the pages.
+  static_cast<void>(madvise(start, size & ~(kPage - 1), MADV_HUGEPAGE));
+#endif
+}
 }  // namespace
 
 void* Arena::allocate_in_next_block(std::size_t size) {
@@ -22,6 +39,7 @@ void* Arena::allocate_in_next_block(std::size_t size) {
     const std::size_t wanted = std::max(grown, size);
     // operator new aligns for every fundamental type, which covers all that an arena holds.
     blocks_.push_back({std::unique_ptr<std::byte[]>(new std::byte[wanted]), wanted});
+    prefer_large_pages(blocks_.back().bytes.get(), wanted);
   }
   block_ = next;
   base_ = blocks_[next].bytes.get();
