@@ -108,15 +108,15 @@ void LayerOrders::sort_segments(const Ends& ends) {
   successors_ = {leaving.starts, items};
 }
 
-bool LayerOrders::set_order(std::int32_t layer, std::span<const std::int32_t> ordered) {
+void LayerOrders::set_order(std::int32_t layer, std::span<const std::int32_t> ordered,
+                            std::int64_t stamp) {
+  if (stamp_[layer] == stamp) return;
+  stamp_[layer] = stamp;
   const std::span<std::int32_t> current = at_.subspan(first_slot(layer), layer_size(layer));
-  if (std::equal(current.begin(), current.end(), ordered.begin())) return false;
   for (std::size_t place = 0; place < ordered.size(); ++place) {
     current[place] = ordered[place];
     place_[ordered[place]] = static_cast<std::int32_t>(place);
   }
-  ++stamp_[layer];
-  return true;
 }
 
 void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {

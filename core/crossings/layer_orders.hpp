@@ -70,10 +70,12 @@ class LayerOrders {
   // All layers' orders, back to back.
   [[nodiscard]] std::span<const std::int32_t> all() const { return at_; }
   [[nodiscard]] std::int32_t place(std::int32_t slot) const { return place_[slot]; }
-  // Changes whenever the order of the layer does; equal stamps mean equal orders.
+  // Names the order of the layer: equal stamps mean equal orders. Never negative.
   [[nodiscard]] std::int64_t stamp(std::int32_t layer) const { return stamp_[layer]; }
-  // Replaces the order of a layer; true if that changed it.
-  bool set_order(std::int32_t layer, std::span<const std::int32_t> ordered);
+  // A stamp for an order that has none yet.
+  [[nodiscard]] std::int64_t new_stamp() { return ++last_stamp_; }
+  // Replaces the order of a layer by one that goes by `stamp`.
+  void set_order(std::int32_t layer, std::span<const std::int32_t> ordered, std::int64_t stamp);
 
   // How many segments lead from `slot` into the reference layer.
   [[nodiscard]] std::int32_t degree(std::int32_t slot, Reference side) const {
@@ -140,6 +142,7 @@ class LayerOrders {
   std::span<std::int32_t> at_;
   std::span<std::int32_t> place_;
   std::span<std::int64_t> stamp_;
+  std::int64_t last_stamp_ = 0;
   std::span<Segment> segments_;
   IncidentMap successors_;
   Half halves_[2];

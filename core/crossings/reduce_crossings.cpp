@@ -20,8 +20,10 @@ class Sweeper {
   explicit Sweeper(LayerOrders& orders)
       : orders_(orders),
         layers_(orders.layer_count()),
-        gaps_(orders.graph().scratch.array<Gap>(layers_ - 1, Gap{})),
-        settled_(orders.graph().scratch.array<Settled>(std::size_t{4} * layers_, Settled{})),
+        gaps_(orders.graph().scratch.array<Gap>(std::size_t{kKinds} * (layers_ - 1), Gap{})),
+        outcomes_(orders.graph().scratch.array<Outcome>(std::size_t{kKinds} * layers_, Outcome{})),
+        kept_(orders.graph().scratch.raw_array<std::int32_t>(std::size_t{kKinds} *
+                                                             orders.slot_count())),
         self_reliant_(orders.graph().scratch.array<bool>(std::size_t{2} * layers_, false)),
         ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())) {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
@@ -36,25 +38,38 @@ class Sweeper {
   }
 
   void run(std::int64_t sweeps) {
-    keep_best();
+    keep_best(count_up_to(INT64_MAX, {}));
     // Stated as one pass after which the seed is put back.
     if (best_crossings_ == 0) return;
     for (std::int64_t iteration = 0; iteration < sweeps; ++iteration) {
       if (seen_before(iteration)) break;
-      const bool use_median = iteration % 2 == 0;
+      const Measure measure = iteration % 2 == 0 ? Measure::MEDIAN : Measure::BARYCENTRE;
       for (std::int32_t layer = 1; layer < layers_; ++layer) {
-        visit(layer, Reference::UPPER, use_median);
+        visit(layer, {Reference::UPPER, measure});
       }
-      if (record()) break;
+      if (record({Reference::UPPER, measure})) break;
       for (std::int32_t layer = layers_ - 2; layer >= 0; --layer) {
-        visit(layer, Reference::LOWER, use_median);
+        visit(layer, {Reference::LOWER, measure});
       }
-      if (record()) break;
+      if (record({Reference::LOWER, measure})) break;
     }
     restore_best();
   }
 
  private:
+  // The sweeps take turns between four kinds of passes. Soon most layers take the same order again
+  // whenever the same kind of pass comes by, though another after each of the others.
+  enum class Measure : std::uint8_t { MEDIAN, BARYCENTRE };
+  struct Kind {
+    Reference side;
+    Measure measure;
+
+    [[nodiscard]] std::size_t index() const {
+      return static_cast<std::size_t>(side) * 2 + static_cast<std::size_t>(measure);
+    }
+  };
+  static constexpr std::size_t kKinds = 4;
+
   // The crossings of a gap between two layers, with the stamps of the orders they were counted for.
   struct Gap {
     std::int64_t crossings = 0;
@@ -62,74 +77,107 @@ class Sweeper {
     std::int64_t lower = -1;
   };
 
-  // Stamps of a layer and its neighbours at which a visit is known to change nothing.
-  struct Settled {
+  // What a visit of a layer depends on: the orders of its neighbours, and its own if it has nodes
+  // without neighbours, which the sort puts where they stood.
+  struct Inputs {
     std::int64_t own = -1;
     std::int64_t above = -1;
     std::int64_t below = -1;
 
-    bool operator==(const Settled&) const = default;
+    bool operator==(const Inputs&) const = default;
   };
 
-  [[nodiscard]] Settled stamps(std::int32_t layer) const {
-    return {orders_.stamp(layer), layer > 0 ? orders_.stamp(layer - 1) : 0,
+  // The last visit of one kind to a layer; the order it made is in `kept_`.
+  struct Outcome {
+    Inputs inputs;
+    std::int64_t stamp = -1;  // of that order; -1 before the first visit
+  };
+
+  [[nodiscard]] Inputs inputs_of(std::int32_t layer, Kind kind) const {
+    const bool self_reliant = self_reliant_[layer * 2 + static_cast<int>(kind.side)];
+    return {self_reliant ? 0 : orders_.stamp(layer), layer > 0 ? orders_.stamp(layer - 1) : 0,
             layer + 1 < layers_ ? orders_.stamp(layer + 1) : 0};
   }
 
-  // Sorts one layer by its finished neighbour and refines it against both. What comes out depends
-  // on the orders of the neighbours and, through nodes without neighbours on that side, on the
-  // layer's own order; so a visit may be skipped where none of these changed since a visit of the
-  // same kind left the layer as it was, or since any such visit if every node has neighbours.
-  void visit(std::int32_t layer, Reference side, bool use_median) {
-    if (orders_.layer_size(layer) < 2) return;
-    const int side_index = static_cast<int>(side);
-    Settled& settled = settled_[layer * 4 + side_index * 2 + (use_median ? 1 : 0)];
-    if (settled == stamps(layer)) return;
-    orders_.refresh_keys(layer, Reference::UPPER);
-    orders_.refresh_keys(layer, Reference::LOWER);
-    const std::span<std::int32_t> ordered = ordered_.first(orders_.layer_size(layer));
-    _order_by_neighbors(orders_, layer, side, use_median, ordered);
-    _adjacent_swap(orders_, ordered);
-    const bool changed = orders_.set_order(layer, ordered);
-    if (!changed || self_reliant_[layer * 2 + side_index]) settled = stamps(layer);
+  [[nodiscard]] std::span<std::int32_t> kept(std::int32_t layer, std::size_t kind) {
+    return kept_.subspan(kind * orders_.slot_count() + orders_.first_slot(layer),
+                         orders_.layer_size(layer));
   }
 
-  // Counts the crossings of the graph, gap by gap and only where an order changed. Gives up at
-  // `enough`, since only a smaller count makes a difference.
-  std::int64_t count_up_to(std::int64_t enough) {
+  // Sorts one layer by its finished neighbour and refines it against both, or does again what the
+  // last visit of the kind did if nothing that it depends on has changed.
+  void visit(std::int32_t layer, Kind kind) {
+    if (orders_.layer_size(layer) < 2) return;
+    Outcome& outcome = outcomes_[layer * kKinds + kind.index()];
+    const Inputs inputs = inputs_of(layer, kind);
+    if (outcome.inputs != inputs) {
+      orders_.refresh_keys(layer, Reference::UPPER);
+      orders_.refresh_keys(layer, Reference::LOWER);
+      const std::span<std::int32_t> ordered = ordered_.first(orders_.layer_size(layer));
+      _order_by_neighbors(orders_, layer, kind.side, kind.measure == Measure::MEDIAN, ordered);
+      _adjacent_swap(orders_, ordered);
+      const std::int64_t stamp = stamp_for(layer, ordered);
+      std::copy(ordered.begin(), ordered.end(), kept(layer, kind.index()).begin());
+      outcome = {inputs, stamp};
+    }
+    orders_.set_order(layer, kept(layer, kind.index()), outcome.stamp);
+  }
+
+  // The stamp of an order of the layer, which may be the present one or one that is kept.
+  [[nodiscard]] std::int64_t stamp_for(std::int32_t layer, std::span<const std::int32_t> ordered) {
+    const auto same = [ordered](std::span<const std::int32_t> other) {
+      return std::equal(ordered.begin(), ordered.end(), other.begin());
+    };
+    if (same(orders_.order(layer))) return orders_.stamp(layer);
+    for (std::size_t kind = 0; kind < kKinds; ++kind) {
+      const std::int64_t stamp = outcomes_[layer * kKinds + kind].stamp;
+      if (stamp >= 0 && same(kept(layer, kind))) return stamp;
+    }
+    return orders_.new_stamp();
+  }
+
+  // Counts the crossings of the graph after a pass of this kind, gap by gap and only where no count
+  // is known. Gives up at `enough`, since only a smaller count makes a difference.
+  std::int64_t count_up_to(std::int64_t enough, Kind kind) {
     std::int64_t sum = 0;
     for (std::int32_t upper = 0; upper + 1 < layers_; ++upper) {
-      if (is_current(upper)) sum += gaps_[upper].crossings;
+      if (const Gap* gap = known(upper)) sum += gap->crossings;
     }
     for (std::int32_t upper = 0; upper + 1 < layers_ && sum < enough; ++upper) {
-      if (is_current(upper)) continue;
-      gaps_[upper] = {_crossings_between(orders_, upper), orders_.stamp(upper),
-                      orders_.stamp(upper + 1)};
-      sum += gaps_[upper].crossings;
+      if (known(upper) != nullptr) continue;
+      Gap& gap = gaps_[upper * kKinds + kind.index()];
+      gap = {_crossings_between(orders_, upper), orders_.stamp(upper), orders_.stamp(upper + 1)};
+      sum += gap.crossings;
     }
     return sum;
   }
 
-  [[nodiscard]] bool is_current(std::int32_t upper) const {
-    return gaps_[upper].upper == orders_.stamp(upper) &&
-           gaps_[upper].lower == orders_.stamp(upper + 1);
+  // The count of a gap as the orders stand, or null.
+  [[nodiscard]] const Gap* known(std::int32_t upper) const {
+    const std::span<const Gap> counts = gaps_.subspan(upper * kKinds, kKinds);
+    const auto found = std::find_if(counts.begin(), counts.end(), [&](const Gap& gap) {
+      return gap.upper == orders_.stamp(upper) && gap.lower == orders_.stamp(upper + 1);
+    });
+    return found != counts.end() ? &*found : nullptr;
   }
 
-  void keep_best() {
-    best_crossings_ = count_up_to(INT64_MAX);
+  void keep_best(std::int64_t crossings) {
+    best_crossings_ = crossings;
     best_.assign(orders_.all().begin(), orders_.all().end());
   }
 
   // Takes note of an order with strictly fewer crossings; true when there is nothing left to gain.
-  bool record() {
-    if (count_up_to(best_crossings_) < best_crossings_) keep_best();
+  bool record(Kind kind) {
+    const std::int64_t crossings = count_up_to(best_crossings_, kind);
+    if (crossings < best_crossings_) keep_best(crossings);
     return best_crossings_ == 0;
   }
 
   void restore_best() {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
       orders_.set_order(
-          layer, std::span(best_).subspan(orders_.first_slot(layer), orders_.layer_size(layer)));
+          layer, std::span(best_).subspan(orders_.first_slot(layer), orders_.layer_size(layer)),
+          orders_.new_stamp());
     }
   }
 
@@ -156,8 +204,9 @@ class Sweeper {
 
   LayerOrders& orders_;
   std::int32_t layers_;
-  std::span<Gap> gaps_;
-  std::span<Settled> settled_;    // per layer, side and measure
+  std::span<Gap> gaps_;            // per gap, as many counts as there are kinds
+  std::span<Outcome> outcomes_;    // per layer and kind
+  std::span<std::int32_t> kept_;   // per kind, laid out like LayerOrders::all()
   std::span<bool> self_reliant_;  // per layer and side: every node has neighbours there
   std::span<std::int32_t> ordered_;
   std::vector<std::int32_t> best_;

@@ -41,7 +41,8 @@ void _seed_dfs(LayerOrders& orders) {
     }
   }
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
-    orders.set_order(layer, ordered.subspan(orders.first_slot(layer), orders.layer_size(layer)));
+    orders.set_order(layer, ordered.subspan(orders.first_slot(layer), orders.layer_size(layer)),
+                     orders.new_stamp());
   }
 }
 
@@ -59,7 +60,7 @@ void _seed_interactive(LayerOrders& orders) {
     const std::span<const std::int32_t> current = orders.order(layer);
     ordered.assign(current.begin(), current.end());
     std::sort(ordered.begin(), ordered.end(), before);
-    orders.set_order(layer, ordered);
+    orders.set_order(layer, ordered, orders.new_stamp());
   }
 }
 
