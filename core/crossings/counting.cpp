@@ -1,6 +1,8 @@
 #include "core/crossings/counting.hpp"
 
 #include <algorithm>
+#include <array>
+#include <numeric>
 
 namespace quillan::vorn_layered {
 
@@ -9,74 +11,114 @@ namespace {
 constexpr std::int64_t kPortsPerNode = 256;
 constexpr int kPlaceShift = 32;
 constexpr std::int64_t kPortMask = (std::int64_t{1} << kPlaceShift) - 1;
-constexpr std::size_t kRun = 16;
 
-// Sorts a short run by insertion; every step of an element over a larger one is an inversion.
-std::int64_t insertion_inversions(std::span<std::int64_t> run) {
-  std::int64_t inversions = 0;
-  for (std::size_t i = 1; i < run.size(); ++i) {
-    const std::int64_t value = run[i];
-    std::size_t j = i;
-    for (; j > 0 && run[j - 1] > value; --j) run[j] = run[j - 1];
-    run[j] = value;
-    inversions += static_cast<std::int64_t>(i - j);
-  }
-  return inversions;
+// std::popcount is a call into a library where the target may lack the instruction.
+std::uint32_t count_bits(std::uint64_t word) {
+  word -= (word >> 1U) & 0x5555555555555555U;
+  word = (word & 0x3333333333333333U) + ((word >> 2U) & 0x3333333333333333U);
+  word = (word + (word >> 4U)) & 0x0F0F0F0F0F0F0F0FU;
+  return static_cast<std::uint32_t>((word * 0x0101010101010101U) >> 56U);
 }
 
-// Merges two sorted neighbours into `out`. An element of the right one passes all that is left of
-// the left one; equal elements do not pass.
-std::int64_t merge_inversions(std::span<const std::int64_t> left,
-                              std::span<const std::int64_t> right, std::int64_t* out) {
-  std::int64_t inversions = 0;
-  const std::int64_t* a = left.data();
-  const std::int64_t* const a_end = a + left.size();
-  const std::int64_t* b = right.data();
-  const std::int64_t* const b_end = b + right.size();
-  while (a != a_end && b != b_end) {
-    const bool take_right = *b < *a;
-    inversions += take_right ? a_end - a : 0;
-    *out++ = take_right ? *b : *a;
-    b += take_right ? 1 : 0;
-    a += take_right ? 0 : 1;
-  }
-  out = std::copy(a, a_end, out);
-  std::copy(b, b_end, out);
-  return inversions;
-}
+// A set of ranks below a bound that tells how many members lie above a rank.
+//
+// A bit for each rank, in blocks of eight words; for each word, the members in later words of its
+// block; over the blocks, a Fenwick tree. So one block, which holds the segments of most gaps, is
+// served without a branch or a loop. Otherwise the cost of a call is the logarithm of the blocks.
+class RankSet {
+ public:
+  RankSet(std::size_t bound, Arena& scratch)
+      : words_(scratch.array<std::uint64_t>((bound / kBlockRanks + 1) * kBlockWords, 0)),
+        later_(scratch.array<std::uint16_t>(words_.size(), 0)),
+        tree_(scratch.array<std::int32_t>(words_.size() / kBlockWords + 1, 0)) {}
 
-}  // namespace
-
-std::int64_t _count_inversions(std::span<std::int64_t> sequence, Arena& scratch) {
-  const std::size_t size = sequence.size();
-  std::int64_t inversions = 0;
-  for (std::size_t start = 0; start < size; start += kRun) {
-    inversions += insertion_inversions(sequence.subspan(start, std::min(kRun, size - start)));
+  // REQUIRES: `rank` is no member.
+  [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
+    const std::uint32_t word = rank / 64;
+    std::int64_t count = count_bits(words_[word] >> (rank % 64)) + later_[word];
+    // tree_[i] counts the blocks i - (i & -i) up to i, both excluded and from the end of the list.
+    if (words_.size() == kBlockWords) return count;
+    for (std::size_t i = blocks_behind(word); i > 0; i &= i - 1) count += tree_[i];
+    return count;
   }
-  if (size <= kRun) return inversions;
-  const Arena::Frame frame(scratch);
-  std::span<std::int64_t> from = sequence;
-  std::span<std::int64_t> into = scratch.raw_array<std::int64_t>(size);
-  for (std::size_t width = kRun; width < size; width *= 2) {
-    for (std::size_t start = 0; start < size; start += 2 * width) {
-      const std::size_t left = std::min(width, size - start);
-      const std::size_t right = std::min(width, size - start - left);
-      inversions += merge_inversions(from.subspan(start, left), from.subspan(start + left, right),
-                                     &into[start]);
+
+  void insert(std::uint32_t rank) {
+    const std::uint32_t word = rank / 64;
+    words_[word] |= std::uint64_t{1} << (rank % 64);
+    std::uint16_t* const later = &later_[word / kBlockWords * kBlockWords];
+    for (std::size_t i = 0; i < kBlockWords; ++i) later[i] += kEarlier[word % kBlockWords][i];
+    if (words_.size() == kBlockWords) return;
+    for (std::size_t i = blocks_behind(word) + 1; i < tree_.size(); i += i & -i) ++tree_[i];
+  }
+
+ private:
+  static constexpr std::size_t kBlockWords = 8;
+  static constexpr std::size_t kBlockRanks = kBlockWords * 64;
+
+  // kEarlier[w][i] is 1 if word i of a block comes before word w.
+  static constexpr auto kEarlier = [] {
+    std::array<std::array<std::uint16_t, kBlockWords>, kBlockWords> earlier{};
+    for (std::size_t word = 0; word < kBlockWords; ++word) {
+      for (std::size_t i = 0; i < word; ++i) earlier[word][i] = 1;
     }
-    std::swap(from, into);
+    return earlier;
+  }();
+
+  [[nodiscard]] std::size_t blocks_behind(std::uint32_t word) const {
+    return (words_.size() - 1 - word) / kBlockWords;
   }
-  if (from.data() != sequence.data()) std::copy(from.begin(), from.end(), sequence.begin());
-  return inversions;
+
+  std::span<std::uint64_t> words_;
+  std::span<std::uint16_t> later_;
+  std::span<std::int32_t> tree_;  // from 1 on, over the blocks from the last to the first
+};
+
+// The crossings of a gap whose lower ends are in order by node, then port.
+std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
+  const std::int32_t lower = upper + 1;
+  Arena& scratch = orders.graph().scratch;
+  // The lower ends get ranks in ascending order, and the segments of one end in the order in which
+  // they come here, so that no two cross.
+  const std::int32_t first_slot = orders.first_slot(lower);
+  const std::span<std::int32_t> ranks_before =
+      scratch.raw_array<std::int32_t>(orders.layer_size(lower));
+  std::int32_t total = 0;
+  for (const std::int32_t slot : orders.order(lower)) {
+    ranks_before[slot - first_slot] = total;
+    total += orders.degree(slot, Reference::UPPER);
+  }
+  const LayerOrders::Ends ends = orders.ends_above(lower);
+  const std::span<std::int32_t> met = scratch.array<std::int32_t>(ends.count, 0);
+  const auto next_rank = [&](const LayerOrders::Segment& segment) {
+    return static_cast<std::uint32_t>(ranks_before[segment.lower_slot - first_slot] +
+                                      segment.ends_before +
+                                      met[segment.lower_end - ends.first]++);
+  };
+
+  RankSet members(total, scratch);
+  const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(total);
+  std::int64_t crossings = 0;
+  for (const std::int32_t slot : orders.order(upper)) {
+    const std::span<const LayerOrders::Segment> segments = orders.segments_below(slot);
+    for (std::size_t begin = 0; begin < segments.size();) {
+      // Segments of one upper port do not cross: all are counted before any is a member.
+      std::size_t end = begin;
+      do {
+        ranks[end] = next_rank(segments[end]);
+        crossings += members.count_above(ranks[end]);
+        ++end;
+      } while (end < segments.size() && segments[end].upper_port == segments[begin].upper_port);
+      for (; begin < end; ++begin) members.insert(ranks[begin]);
+    }
+  }
+  return crossings;
 }
 
-std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
-  const std::int32_t total = orders.gap_size(upper);
-  if (total < 2) return 0;
+// The crossings of a gap with ports that run into the range of the next node.
+std::int64_t count_by_packed_ends(const LayerOrders& orders, std::int32_t upper) {
   Arena& scratch = orders.graph().scratch;
-  const Arena::Frame frame(scratch);
   // Place and port of the target ends, the place in the high bits.
-  const std::span<std::int64_t> ends = scratch.raw_array<std::int64_t>(total);
+  const std::span<std::int64_t> ends = scratch.raw_array<std::int64_t>(orders.gap_size(upper));
   std::size_t used = 0;
   for (const std::int32_t slot : orders.order(upper)) {
     std::size_t group = used;
@@ -93,12 +135,40 @@ std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
     }
     if (used - group > 1) sort_few(ends.subspan(group, used - group));
   }
-  // Only now may a high port run into the range of the next place: sorting by these keys would hide
-  // crossings between segments of one port.
+  // Sorting by the packed keys would hide crossings between segments of one port.
   for (std::int64_t& end : ends) {
     end = (end >> kPlaceShift) * kPortsPerNode + (end & kPortMask);
   }
   return _count_inversions(ends, scratch);
+}
+
+}  // namespace
+
+std::int64_t _count_inversions(std::span<const std::int64_t> sequence, Arena& scratch) {
+  const Arena::Frame frame(scratch);
+  const std::span<std::uint32_t> sorted = scratch.raw_array<std::uint32_t>(sequence.size());
+  std::iota(sorted.begin(), sorted.end(), 0U);
+  std::sort(sorted.begin(), sorted.end(), [&](std::uint32_t a, std::uint32_t b) {
+    return sequence[a] != sequence[b] ? sequence[a] < sequence[b] : a < b;
+  });
+  const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(sequence.size());
+  for (std::size_t rank = 0; rank < sorted.size(); ++rank) {
+    ranks[sorted[rank]] = static_cast<std::uint32_t>(rank);
+  }
+  RankSet members(sequence.size(), scratch);
+  std::int64_t inversions = 0;
+  for (const std::uint32_t rank : ranks) {
+    inversions += members.count_above(rank);
+    members.insert(rank);
+  }
+  return inversions;
+}
+
+std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
+  if (orders.gap_size(upper) < 2) return 0;
+  const Arena::Frame frame(orders.graph().scratch);
+  return orders.highest_target_port() < kPortsPerNode ? count_by_ends(orders, upper)
+                                                      : count_by_packed_ends(orders, upper);
 }
 
 std::int64_t count_crossings(LGraph& graph) {

@@ -15,8 +15,8 @@
 
 namespace quillan::vorn_layered {
 
-// The pairs i before j with sequence[i] > sequence[j]. Sorts `sequence`; s log s.
-std::int64_t _count_inversions(std::span<std::int64_t> sequence, Arena& scratch);
+// The pairs i before j with sequence[i] > sequence[j]. s log s.
+std::int64_t _count_inversions(std::span<const std::int64_t> sequence, Arena& scratch);
 
 // The crossings between layer `upper` and the one after it. A target end orders by 256 times its
 // node's place plus its port, so that ports from 256 on compare like low ports of the next node.

@@ -7,7 +7,7 @@ namespace quillan::vorn_layered {
 
 // Per edge of the graph: the slots of its ends, and those again where they lie in layers next to
 // each other, else -1.
-struct LayerOrders::Ends {
+struct LayerOrders::EdgeSlots {
   std::span<std::int32_t> source;
   std::span<std::int32_t> target;
   std::span<std::int32_t> adjacent_source;
@@ -34,7 +34,7 @@ LayerOrders::LayerOrders(LGraph& graph)
   }
 
   const std::size_t count = graph.edges.size();
-  Ends ends{scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
+  EdgeSlots ends{scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
   for (std::size_t i = 0; i < count; ++i) {
     ends.source[i] = slot_of[graph.edges[i]->source_node()->position];
     ends.target[i] = slot_of[graph.edges[i]->target_node()->position];
@@ -54,7 +54,7 @@ LayerOrders::LayerOrders(LGraph& graph)
   collect(ends);
 }
 
-void LayerOrders::collect(const Ends& ends) {
+void LayerOrders::collect(const EdgeSlots& ends) {
   Arena& scratch = graph_.scratch;
   const IncidentMap below = group_by(ends.adjacent_source, slot_count(), scratch);
   const IncidentMap above = group_by(ends.adjacent_target, slot_count(), scratch);
@@ -72,8 +72,9 @@ void LayerOrders::collect(const Ends& ends) {
   segments_ = scratch.raw_array<Segment>(count);
   for (std::size_t i = 0; i < count; ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
-    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index};
+    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index, 0, 0};
   }
+  number_ends(above, below);
   Half& lower = halves_[static_cast<int>(Reference::LOWER)];
   const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
   lower = {below.starts, targets, scratch.raw_array<std::int32_t>(count),
@@ -85,7 +86,43 @@ void LayerOrders::collect(const Ends& ends) {
   }
 }
 
-void LayerOrders::sort_segments(const Ends& ends) {
+void LayerOrders::number_ends(const IncidentMap& above, const IncidentMap& below) {
+  Arena& scratch = graph_.scratch;
+  first_end_ = scratch.raw_array<std::int32_t>(slot_count() + 1);
+  const Arena::Frame frame(scratch);
+  const std::span<std::int32_t> segment_of = scratch.raw_array<std::int32_t>(graph_.edges.size());
+  for (std::size_t i = 0; i < below.items.size(); ++i) {
+    segment_of[below.items[i]] = static_cast<std::int32_t>(i);
+  }
+  const std::span<std::int64_t> by_port = scratch.raw_array<std::int64_t>(above.items.size());
+  std::int32_t number = 0;
+  for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
+    first_end_[slot] = number;
+    const std::int32_t begin = above.starts[slot];
+    const std::span<std::int64_t> own = by_port.first(above.starts[slot + 1] - begin);
+    for (std::size_t i = 0; i < own.size(); ++i) {
+      const std::int32_t segment = segment_of[above.items[begin + i]];
+      own[i] = (std::int64_t{segments_[segment].lower_port} << 32U) | segment;
+    }
+    sort_few(own);
+    std::int32_t ends_before = 0;
+    for (std::size_t i = 0; i < own.size(); ++i) {
+      const auto port = static_cast<std::int32_t>(own[i] >> 32U);
+      if (i > 0 && port != static_cast<std::int32_t>(own[i - 1] >> 32U)) {
+        ++number;
+        ends_before = static_cast<std::int32_t>(i);
+      }
+      Segment& segment = segments_[own[i] & INT32_MAX];
+      segment.lower_end = number;
+      segment.ends_before = ends_before;
+      highest_target_port_ = std::max(highest_target_port_, port);
+    }
+    if (!own.empty()) ++number;
+  }
+  first_end_.back() = number;
+}
+
+void LayerOrders::sort_segments(const EdgeSlots& ends) {
   const Half& lower = halves_[static_cast<int>(Reference::LOWER)];
   const auto by_port = [](const Segment& a, const Segment& b) {
     return a.upper_port < b.upper_port;

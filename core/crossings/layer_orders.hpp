@@ -96,6 +96,10 @@ class LayerOrders {
     std::int32_t upper_port;
     std::int32_t lower_slot;
     std::int32_t lower_port;
+    // The lower end's port, numbered over all layers' upper sides by slot, then port.
+    std::int32_t lower_end;
+    // How many segments end at lower ports of the same slot.
+    std::int32_t ends_before;
   };
   [[nodiscard]] std::span<const Segment> segments_below(std::int32_t slot) const {
     const Half& half = halves_[static_cast<int>(Reference::LOWER)];
@@ -106,6 +110,18 @@ class LayerOrders {
     const Half& half = halves_[static_cast<int>(Reference::LOWER)];
     return half.starts[first_slot(upper + 1)] - half.starts[first_slot(upper)];
   }
+
+  // The numbers of the ports at which segments from above end in `layer`.
+  struct Ends {
+    std::int32_t first;
+    std::int32_t count;
+  };
+  [[nodiscard]] Ends ends_above(std::int32_t layer) const {
+    const std::int32_t first = first_end_[first_slot(layer)];
+    return {first, first_end_[first_slot(layer + 1)] - first};
+  }
+  // The highest index of a port at which a segment between neighbouring layers ends.
+  [[nodiscard]] std::int32_t highest_target_port() const { return highest_target_port_; }
 
   // The targets of all segments that start at a slot, those that skip layers included.
   [[nodiscard]] std::span<const std::int32_t> successors(std::int32_t slot) const {
@@ -132,9 +148,10 @@ class LayerOrders {
     std::span<EndKey> keys;
     std::span<std::int64_t> seen;  // per layer: the neighbour's stamp that keys reflect
   };
-  struct Ends;
-  void collect(const Ends& ends);
-  void sort_segments(const Ends& ends);
+  struct EdgeSlots;
+  void collect(const EdgeSlots& ends);
+  void number_ends(const IncidentMap& above, const IncidentMap& below);
+  void sort_segments(const EdgeSlots& ends);
 
   LGraph& graph_;
   std::span<LNode*> nodes_;
@@ -144,6 +161,8 @@ class LayerOrders {
   std::span<std::int64_t> stamp_;
   std::int64_t last_stamp_ = 0;
   std::span<Segment> segments_;
+  std::span<std::int32_t> first_end_;  // per slot: the number of its first lower end
+  std::int32_t highest_target_port_ = 0;
   IncidentMap successors_;
   Half halves_[2];
   std::span<std::int32_t> id_rank_;
