@@ -1,5 +1,7 @@
 #include "host/reader.hpp"
 
+#include <algorithm>
+
 namespace quillan::host {
 
 using vorn_layered::Handle;
@@ -109,12 +111,43 @@ std::optional<std::int64_t> PythonReader::integer(Handle value) {
   return integer;
 }
 
+// The entry for `key` of an exact dictionary, borrowed, or null.
+PyObject* PythonReader::find(PyObject* dict, Key key) {
+  Place& place = places_[static_cast<std::size_t>(key)];
+  Py_ssize_t offset = place.offset;
+  PyObject* found = nullptr;
+  PyObject* value = nullptr;
+  // An offset that means nothing in this dictionary leads to another key or to none.
+  if (place.key && PyDict_Next(dict, &offset, &found, &value) != 0 && found == place.key.get()) {
+    place.credit = std::min(place.credit + 1, 8);
+    return value;
+  }
+  value = PyDict_GetItemWithError(dict, state_.key(key));
+  if (value == nullptr && PyErr_Occurred()) throw PythonError();
+  if (value != nullptr && place.credit >= 4) {
+    place.credit -= 4;
+    learn(place, dict, KEY_TEXTS[static_cast<std::size_t>(key)]);
+  }
+  return value;
+}
+
+void PythonReader::learn(Place& place, PyObject* dict, const char* name) {
+  Py_ssize_t next = 0;
+  Py_ssize_t offset = 0;
+  PyObject* found = nullptr;
+  while (PyDict_Next(dict, &next, &found, nullptr) != 0) {
+    if (PyUnicode_CheckExact(found) && PyUnicode_CompareWithASCIIString(found, name) == 0) {
+      place.key = Ref::borrow(found);
+      place.offset = offset;
+      return;
+    }
+    offset = next;
+  }
+}
+
 Handle PythonReader::get(Handle mapping, Key key) {
   if (PyDict_CheckExact(object(mapping))) {
-    PyObject* const value = PyDict_GetItemWithError(object(mapping), state_.key(key));
-    if (value == nullptr && PyErr_Occurred()) throw PythonError();
-    Py_XINCREF(value);
-    return value;
+    return Ref::borrow(find(object(mapping), key)).release();
   }
   Ref value = check(PyObject_CallMethodObjArgs(object(mapping), state_.field(Field::kGet),
                                                state_.key(key), state_.absent, nullptr));

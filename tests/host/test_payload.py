@@ -3,6 +3,7 @@
 import collections
 import copy
 import fractions
+import random
 import types
 import unittest
 from collections.abc import Mapping
@@ -161,6 +162,29 @@ class Containers(unittest.TestCase):
             self.assertEqual(layout(nodes, edges), PAIR_RESULT, kind)
             self.assertEqual([*map(len, nodes + edges)], sizes, "nothing is added")
             self.assertIs(weakly_connected_components(nodes, edges)[0][0][1], nodes[1])
+
+    def test_dicts_of_any_shape(self):
+        """Keys in any place, missing, deleted, and equal to the engine's own without being them."""
+        class Key(str):
+            pass
+
+        rng = random.Random(5)
+        fields = ["id", "width", "height", "x", "y", "input_ports", "output_ports", "label"]
+        for _ in range(200):
+            nodes = []
+            for number in range(rng.randint(1, 40)):
+                if rng.random() < 0.1:
+                    rng.shuffle(fields)
+                kind = rng.choice((str, str, Key, lambda text: "".join(list(text))))
+                node = {kind(field): number if field == "id" else rng.randint(1, 3) for field in fields}
+                for field in rng.sample(fields, rng.randint(0, 3)):
+                    if field != "id":
+                        del node[field]
+                nodes.append(node)
+            read, expected = ([
+                (n.id, n.width, n.height, n.origin_x, n.origin_y, len(n.in_ports), len(n.out_ports))
+                for n in build_graph(items, []).nodes] for items in (nodes, map(ReadOnly, nodes)))
+            self.assertEqual(read, expected)
 
     def test_any_iterable(self):
         for nodes, edges in ((tuple(PAIR), iter(WIRE)), (collections.deque(PAIR), map(dict, WIRE)),
