@@ -40,7 +40,7 @@ class PythonReader final : public vorn_layered::ValueReader {
   // Where a key was last found. Dictionaries made alike keep their keys in the same places, and
   // looking there first saves most of the cost of a look-up.
   struct Place {
-    Ref key;               // the dictionary's own object for the key; none before the first find
+    Ref key;                // the dictionary's own object for the key; none before the first find
     Py_ssize_t offset = 0;  // what PyDict_Next() takes to come to it
     int credit = 4;         // rises with hits; a search for another place takes some
   };

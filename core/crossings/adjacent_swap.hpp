@@ -20,8 +20,9 @@ std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const E
 //
 // Whether two neighbours should be exchanged depends on those two and the fixed layers beside them,
 // so after the first scan only pairs with a moved member are looked at again: one scan in full,
-// then work in proportion to the exchanges made. A layer of dummies, sorted by one side, is settled
-// by a sort.
+// then work in proportion to the exchanges made. Two kinds of layers are settled without their
+// exchanges, in m log m: one of dummies that stands sorted by one side, and one that falls into
+// small cells which are in order on both sides, as that of a tree does.
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered);
 
 }  // namespace quillan::vorn_layered

@@ -91,8 +91,7 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
   const std::span<std::int32_t> met = scratch.array<std::int32_t>(ends.count, 0);
   const auto next_rank = [&](const LayerOrders::Segment& segment) {
     return static_cast<std::uint32_t>(ranks_before[segment.lower_slot - first_slot] +
-                                      segment.ends_before +
-                                      met[segment.lower_end - ends.first]++);
+                                      segment.ends_before + met[segment.lower_end - ends.first]++);
   };
 
   RankSet members(total, scratch);

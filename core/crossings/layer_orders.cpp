@@ -34,7 +34,8 @@ LayerOrders::LayerOrders(LGraph& graph)
   }
 
   const std::size_t count = graph.edges.size();
-  EdgeSlots ends{scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
+  EdgeSlots ends{
+      scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
   for (std::size_t i = 0; i < count; ++i) {
     ends.source[i] = slot_of[graph.edges[i]->source_node()->position];
     ends.target[i] = slot_of[graph.edges[i]->target_node()->position];

@@ -204,9 +204,9 @@ class Sweeper {
 
   LayerOrders& orders_;
   std::int32_t layers_;
-  std::span<Gap> gaps_;            // per gap, as many counts as there are kinds
-  std::span<Outcome> outcomes_;    // per layer and kind
-  std::span<std::int32_t> kept_;   // per kind, laid out like LayerOrders::all()
+  std::span<Gap> gaps_;           // per gap, as many counts as there are kinds
+  std::span<Outcome> outcomes_;   // per layer and kind
+  std::span<std::int32_t> kept_;  // per kind, laid out like LayerOrders::all()
   std::span<bool> self_reliant_;  // per layer and side: every node has neighbours there
   std::span<std::int32_t> ordered_;
   std::vector<std::int32_t> best_;

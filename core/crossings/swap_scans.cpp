@@ -1,0 +1,111 @@
+#include "core/crossings/swap_scans.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/crossings/adjacent_swap.hpp"
+
+namespace quillan::vorn_layered {
+
+namespace {
+
+// The crossings of one side with the first node before the second, minus those of the reverse.
+struct SideGain {
+  std::int64_t gain;  // if the ranges lie apart
+  bool overlap;       // if they do not, and the keys themselves must be compared
+};
+
+SideGain gain_of_ranges(const Range& first, const Range& second) {
+  const std::int64_t pairs = std::int64_t{first.count} * second.count;
+  const int sign =
+      static_cast<int>(first.first > second.last) - static_cast<int>(first.last < second.first);
+  // Two single keys that overlap are equal: one port, and no crossing either way round.
+  return {sign * pairs, sign == 0 && pairs > 1};
+}
+
+std::int64_t gain_of_keys(const Range& first, const Range& second) {
+  constexpr std::int64_t kFew = 32;
+  const std::span<const EndKey> left(first.keys, first.count);
+  const std::span<const EndKey> right(second.keys, second.count);
+  if (std::int64_t{first.count} * second.count > kFew) {
+    return _sorted_cross_pairs(left, right) - _sorted_cross_pairs(right, left);
+  }
+  std::int32_t gain = 0;
+  for (const EndKey a : left) {
+    for (const EndKey b : right) gain += static_cast<int>(a > b) - static_cast<int>(a < b);
+  }
+  return gain;
+}
+
+}  // namespace
+
+bool should_swap(const Entry& first, const Entry& second) {
+  SideGain up = gain_of_ranges(first.up, second.up);
+  SideGain down = gain_of_ranges(first.down, second.down);
+  if (up.overlap) up.gain = gain_of_keys(first.up, second.up);
+  if (down.overlap) down.gain = gain_of_keys(first.down, second.down);
+  return up.gain + down.gain > 0;
+}
+
+// The scan over all pairs: one node is carried along and set down where the next one stays behind
+// it. Fills `again_` with the pairs in front of an exchange and returns their number.
+std::size_t SwapScans::scan_all() {
+  const std::span<Entry> entries = entries_;
+  std::size_t count = 0;
+  Entry carried = entries[0];
+  for (std::size_t index = 0; index + 1 < entries.size(); ++index) {
+    const Entry& next = entries[index + 1];
+    if (should_swap(carried, next)) {
+      entries[index] = next;
+      again_[count++] = static_cast<std::int32_t>(index) - 1;
+    } else {
+      entries[index] = carried;
+      carried = next;
+    }
+  }
+  entries.back() = carried;
+  return count;
+}
+
+// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair
+// behind each exchange of this scan. Fills `again_` like scan_all().
+std::size_t SwapScans::scan_moved(std::size_t moved_count) {
+  const std::span<Entry> entries = entries_;
+  const std::span<const std::int32_t> moved = moved_.first(moved_count);
+  const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
+  std::size_t count = 0;
+  std::int32_t behind = pairs;  // the pair behind the last exchange; `pairs` for none
+  for (std::size_t turn = 0; turn < moved.size() || behind < pairs;) {
+    const std::int32_t index = turn < moved.size() ? std::min(moved[turn], behind) : behind;
+    if (turn < moved.size() && moved[turn] == index) ++turn;
+    behind = pairs;
+    // The first node has no pair in front of it.
+    if (index < 0 || !should_swap(entries[index], entries[index + 1])) continue;
+    std::swap(entries[index], entries[index + 1]);
+    again_[count++] = index - 1;
+    behind = index + 1;
+  }
+  return count;
+}
+
+bool SwapScans::run(std::int64_t exchanges) {
+  const std::int64_t cap = 4 * static_cast<std::int64_t>(entries_.size());
+  while (scans_ == 0 || (last_ > 0 && scans_ < cap)) {
+    if (scans_ > 0 && exchanges_ >= exchanges) return false;
+    std::swap(moved_, again_);
+    last_ = scans_ == 0 ? scan_all() : scan_moved(last_);
+    exchanges_ += static_cast<std::int64_t>(last_);
+    ++scans_;
+  }
+  return true;
+}
+
+std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right) {
+  std::int64_t count = 0;
+  for (const EndKey value : left) {
+    count += std::lower_bound(right.begin(), right.end(), value) - right.begin();
+  }
+  return count;
+}
+
+}  // namespace quillan::vorn_layered

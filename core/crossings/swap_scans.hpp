@@ -1,0 +1,68 @@
+// The scans over neighbours of a layer, step by step.
+
+#ifndef QUILLAN_CORE_CROSSINGS_SWAP_SCANS_HPP_
+#define QUILLAN_CORE_CROSSINGS_SWAP_SCANS_HPP_
+
+#include <cstdint>
+#include <span>
+
+#include "core/crossings/layer_orders.hpp"
+
+namespace quillan::vorn_layered {
+
+// What a node of the layer has on one side: how many keys, and the range that they lie in.
+struct Range {
+  EndKey first;
+  EndKey last;
+  std::int32_t count;
+  const EndKey* keys;
+};
+
+// A node of the layer. Towards a layer that does not exist it has no keys.
+struct Entry {
+  Range up;
+  Range down;
+  std::int32_t slot;
+};
+
+// Whether `second` right behind `first` should change places with it: whether that strictly lowers
+// the crossings towards both neighbouring layers together. For two given nodes at most one way
+// round should be swapped. a log b for a and b keys.
+bool should_swap(const Entry& first, const Entry& second);
+
+// The scans of one layer. After the first scan only pairs with a moved member are looked at again:
+// one scan in full, then work in proportion to the exchanges made.
+class SwapScans {
+ public:
+  // REQUIRES: at least one entry. The entries are rearranged in place.
+  SwapScans(std::span<Entry> entries, Arena& scratch)
+      : entries_(entries),
+        moved_(scratch.raw_array<std::int32_t>(entries.size())),
+        again_(scratch.raw_array<std::int32_t>(entries.size())) {}
+
+  // Scans until a scan makes no exchange or 4 m scans were made, and returns true; or until
+  // `exchanges` were made in all, and returns false.
+  bool run(std::int64_t exchanges);
+
+  // Whether the last scan made no exchange.
+  [[nodiscard]] bool settled() const { return scans_ > 0 && last_ == 0; }
+
+  // The scans made so far.
+  [[nodiscard]] std::int64_t count() const { return scans_; }
+
+ private:
+  std::size_t scan_all();
+  std::size_t scan_moved(std::size_t moved);
+
+  std::span<Entry> entries_;
+  // Pairs by the index of their first member, ascending: those to look at, and those for the next.
+  std::span<std::int32_t> moved_;
+  std::span<std::int32_t> again_;
+  std::size_t last_ = 0;  // the exchanges of the last scan
+  std::int64_t exchanges_ = 0;
+  std::int64_t scans_ = 0;
+};
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_CROSSINGS_SWAP_SCANS_HPP_

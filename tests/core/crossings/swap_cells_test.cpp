@@ -1,0 +1,81 @@
+// Layers settled cell by cell against scans of the whole layer.
+
+#include "core/crossings/swap_cells.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "tests/core/random_graphs.hpp"
+
+namespace quillan::vorn_layered::testing {
+namespace {
+
+// Nodes that stand in order on both sides but for `noise`, in the order in which a sort by the
+// middle of their lower ends may leave them.
+class Tangle {
+ public:
+  Tangle(Random& random, std::int32_t size, std::int32_t noise) : keys_(std::size_t{2} * size) {
+    const int bare = random.pick({0, 0, 10});  // percent of nodes without upper ends
+    for (std::int32_t i = 0; i < size; ++i) {
+      const std::int32_t step = random.pick({1, 1, 3});
+      const int upper_ends = random.chance(bare) ? 0 : random.pick({1, 1, 1, 2});
+      keys_[2 * i] = draw(random, i / step * step, upper_ends, noise);
+      keys_[2 * i + 1] = draw(random, i, random.pick({0, 1, 1, 2, 4}), noise);
+    }
+    for (const std::int32_t i : random.permutation(size)) {
+      entries.push_back({range(keys_[2 * i]), range(keys_[2 * i + 1]), i});
+    }
+    if (random.chance(30)) {
+      for (Entry& entry : entries) std::swap(entry.up, entry.down);
+    }
+  }
+
+  std::vector<Entry> entries;
+
+ private:
+  using Keys = std::vector<EndKey>;
+
+  static Keys draw(Random& random, std::int32_t at, int count, std::int32_t noise) {
+    Keys keys(count);
+    for (EndKey& key : keys) key = at * 4 + (random.chance(20) ? random.below(noise) : 0);
+    std::sort(keys.begin(), keys.end());
+    return keys;
+  }
+
+  static Range range(const Keys& keys) {
+    if (keys.empty()) return {0, 0, 0, nullptr};
+    return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
+  }
+
+  std::vector<Keys> keys_;
+};
+
+std::vector<std::int32_t> slots_of(const std::vector<Entry>& entries) {
+  std::vector<std::int32_t> slots;
+  for (const Entry& entry : entries) slots.push_back(entry.slot);
+  return slots;
+}
+
+TEST(SwapCells, GiveTheOrderOfTheScansOrNone) {
+  Random random(11);
+  int settled_wide = 0;
+  constexpr int kRounds = 30000;
+  for (int round = 0; round < kRounds; ++round) {
+    Tangle tangle(random, random.between(1, 60), random.pick({1, 4, 8, 12, 20, 40}));
+    std::vector<Entry> scanned = tangle.entries;
+    Arena arena;
+    SwapScans scans(scanned, arena);
+    ASSERT_TRUE(scans.run(std::numeric_limits<std::int64_t>::max()));
+    const std::vector<std::int32_t> before = slots_of(tangle.entries);
+    const bool settled = settle_in_cells(tangle.entries, arena);
+    ASSERT_EQ(slots_of(tangle.entries), settled ? slots_of(scanned) : before) << "round " << round;
+    settled_wide += settled && before.size() > 30;
+  }
+  EXPECT_GT(settled_wide, kRounds / 10);
+}
+
+}  // namespace
+}  // namespace quillan::vorn_layered::testing
