@@ -34,6 +34,12 @@ class WorkspaceLease {
 
   [[nodiscard]] Workspace& operator*() const { return *workspace_; }
 
+  // Gives back what the result does not need if the whole is too much to keep, so that it does not
+  // stand beside the result's Python objects.
+  void shrink() const {
+    if (workspace_->footprint() > kKeptBytes) workspace_->graph.release();
+  }
+
  private:
   // Enough for ten thousand nodes with short edges; the editor should not miss it.
   static constexpr std::size_t kKeptBytes = std::size_t{1} << 25U;
@@ -121,6 +127,7 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
     const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
                                         reader);
     const LayoutResult& result = vorn_layered::layout(payload, read, component_gap, *workspace);
+    workspace.shrink();
     const CollectorPause pause;
     const Ref positions = position_map(result);
     const Ref routes = route_map(result);

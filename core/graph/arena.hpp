@@ -56,6 +56,12 @@ class Arena {
   // Gives back everything; the blocks stay for the next use.
   void clear() { rewind(0, 0); }
 
+  // Gives back everything, and the blocks to the system.
+  void release() {
+    blocks_.clear();
+    rewind(0, 0);
+  }
+
   // The bytes of all blocks, in use or not.
   [[nodiscard]] std::size_t footprint() const;
 

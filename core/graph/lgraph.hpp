@@ -168,6 +168,8 @@ class LGraph {
 
   // Empties the graph for another component and keeps its memory.
   void clear();
+  // Empties the graph and gives back all memory of its records.
+  void release();
   // The bytes that clear() keeps.
   [[nodiscard]] std::size_t footprint() const;
 
