@@ -188,6 +188,16 @@ void PythonReader::check_mapping(Handle value) {
   throw PythonError();
 }
 
+void PythonReader::prefetch(Handle far, Handle near) noexcept {
+  constexpr std::size_t kLine = 64;
+  __builtin_prefetch(far);
+  if (!PyDict_CheckExact(object(near))) return;
+  // The table of a dictionary with some ten keys.
+  const char* const table =
+      reinterpret_cast<const char*>(reinterpret_cast<PyDictObject*>(near)->ma_keys);
+  for (std::size_t line = 0; line < 4; ++line) __builtin_prefetch(table + line * kLine);
+}
+
 void PythonReader::release(Handle value) noexcept { Py_DECREF(object(value)); }
 
 std::span<const Handle> items_of(PyObject* list) {

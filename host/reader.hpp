@@ -32,6 +32,7 @@ class PythonReader final : public vorn_layered::ValueReader {
             const std::function<void(vorn_layered::Handle)>& visit) override;
   void check_mapping(vorn_layered::Handle value) override;
   void release(vorn_layered::Handle value) noexcept override;
+  void prefetch(vorn_layered::Handle far, vorn_layered::Handle near) noexcept override;
 
   // Keeps `text`, an exact str, and returns its source.
   const vorn_layered::TextSource* keep(Ref text);

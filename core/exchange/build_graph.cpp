@@ -164,6 +164,8 @@ void build_graph(const Payload& payload, const GraphMembers& members, LGraph& gr
     throw SizeFault("too many connected nodes: at most " + std::to_string(MAX_NODES_PER_GRAPH));
   }
   for (std::size_t place = 0; place < members.nodes.size(); ++place) {
+    look_ahead(payload.reader, place, members.nodes.size(),
+               [&](std::size_t at) { return payload.nodes[members.nodes[at]].mapping; });
     const std::int32_t number = members.nodes[place];
     members.place_of[number] = static_cast<std::int32_t>(place);
     read_node(payload, payload.nodes[number], graph);
@@ -171,8 +173,10 @@ void build_graph(const Payload& payload, const GraphMembers& members, LGraph& gr
   TextIndex origins(members.edges.size());
   graph.edges.reserve(members.edges.size());
   graph.origins.reserve(members.edges.size());
-  for (const std::int32_t number : members.edges) {
-    read_edge(payload, number, members, origins, graph);
+  for (std::size_t i = 0; i < members.edges.size(); ++i) {
+    look_ahead(payload.reader, i, members.edges.size(),
+               [&](std::size_t at) { return payload.edges[members.edges[at]].mapping; });
+    read_edge(payload, members.edges[i], members, origins, graph);
   }
 }
 

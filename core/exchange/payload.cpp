@@ -82,6 +82,7 @@ Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edg
   TextIndex by_id(node_items.size());
   nodes.reserve(node_items.size());
   for (std::size_t i = 0; i < node_items.size(); ++i) {
+    look_ahead(host, i, node_items.size(), [&](std::size_t at) { return node_items[at]; });
     host.check_mapping(node_items[i]);
     const TextSource* id = Value(host, host.require(node_items[i], Key::ID)).text();
     nodes.push_back({node_items[i], id, static_cast<std::int32_t>(i)});
@@ -94,7 +95,9 @@ Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edg
     return by_id.find(value.absent() ? std::string_view() : value.peek_text());
   };
   edges.reserve(edge_items.size());
-  for (const Handle item : edge_items) {
+  for (std::size_t i = 0; i < edge_items.size(); ++i) {
+    look_ahead(host, i, edge_items.size(), [&](std::size_t at) { return edge_items[at]; });
+    const Handle item = edge_items[i];
     host.check_mapping(item);
     const std::int32_t source = end_of(item, Key::SOURCE);
     const std::int32_t target = end_of(item, Key::TARGET);

@@ -70,7 +70,20 @@ class ValueReader {
   // Fails the way the host fails for an item that should have been a mapping.
   virtual void check_mapping(Handle value) = 0;
   virtual void release(Handle value) noexcept = 0;
+  // Starts to load what will be read of two mappings: first `far`, and then again as `near`, when
+  // it is about to be read. Touches nothing that the host could notice.
+  virtual void prefetch([[maybe_unused]] Handle far, [[maybe_unused]] Handle near) noexcept {}
 };
+
+// To be called at each turn `i` of a loop that reads the mappings `mapping_at(0)` up to
+// `mapping_at(count - 1)`. The host's objects lie all over its memory; waiting for each of them in
+// turn takes longer than reading them, as soon as they do not fit into the cache.
+template <typename MappingAt>
+void look_ahead(ValueReader& reader, std::size_t i, std::size_t count, MappingAt mapping_at) {
+  constexpr std::size_t kNear = 8;
+  constexpr std::size_t kFar = 16;
+  if (i + kFar < count) reader.prefetch(mapping_at(i + kFar), mapping_at(i + kNear));
+}
 
 // An owned handle: releases it at the end of the scope.
 class Value {
