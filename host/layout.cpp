@@ -201,8 +201,9 @@ Exceptions of the caller's own objects pass through. There is no partial result.
 Notes
 -----
 Near-linear in nodes, edges and the layers that edges cross, beside network simplex in parts of
-up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Equal calls
-give equal results to the last bit, on every machine with IEEE arithmetic.
+up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Up to 32 MiB of
+working memory, and nothing else, are kept for the next call. Equal calls give equal results to
+the last bit, on every machine with IEEE arithmetic.
 
 The approach is that of Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
 Hierarchical System Structures" (1981); the functions of the phases name their own papers.

@@ -36,7 +36,6 @@ class RankSet {
   [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
     const std::uint32_t word = rank / 64;
     std::int64_t count = count_bits(words_[word] >> (rank % 64)) + later_[word];
-    // tree_[i] counts the blocks i - (i & -i) up to i, both excluded and from the end of the list.
     if (words_.size() == kBlockWords) return count;
     for (std::size_t i = blocks_behind(word); i > 0; i &= i - 1) count += tree_[i];
     return count;
@@ -70,7 +69,7 @@ class RankSet {
 
   std::span<std::uint64_t> words_;
   std::span<std::uint16_t> later_;
-  std::span<std::int32_t> tree_;  // from 1 on, over the blocks from the last to the first
+  std::span<std::int32_t> tree_;  // from index 1 on, over the blocks from the last to the first
 };
 
 // The crossings of a gap whose lower ends are in order by node, then port.

@@ -2,7 +2,8 @@
 //
 // After Barth, Juenger and Mutzel, Simple and Efficient Bilayer Cross Counting (2002), section 2:
 // the segments between two layers are put in order along the upper layer, and the crossings are the
-// inversions of the resulting sequence along the lower layer.
+// inversions of the resulting sequence along the lower layer. A tree of counters finds these there;
+// here words of bits take the place of its lower levels.
 
 #ifndef QUILLAN_CORE_CROSSINGS_COUNTING_HPP_
 #define QUILLAN_CORE_CROSSINGS_COUNTING_HPP_
