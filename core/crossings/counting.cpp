@@ -76,36 +76,36 @@ class RankSet {
 std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
   const std::int32_t lower = upper + 1;
   Arena& scratch = orders.graph().scratch;
-  // The lower ends get ranks in ascending order, and the segments of one end in the order in which
-  // they come here, so that no two cross.
   const std::int32_t first_slot = orders.first_slot(lower);
-  const std::span<std::int32_t> ranks_before =
-      scratch.raw_array<std::int32_t>(orders.layer_size(lower));
-  std::int32_t total = 0;
+  const std::span<std::uint32_t> ranks_before =
+      scratch.raw_array<std::uint32_t>(orders.layer_size(lower));
+  std::uint32_t total = 0;
   for (const std::int32_t slot : orders.order(lower)) {
     ranks_before[slot - first_slot] = total;
     total += orders.degree(slot, Reference::UPPER);
   }
-  const LayerOrders::Ends ends = orders.ends_above(lower);
-  const std::span<std::int32_t> met = scratch.array<std::int32_t>(ends.count, 0);
-  const auto next_rank = [&](const LayerOrders::Segment& segment) {
-    return static_cast<std::uint32_t>(ranks_before[segment.lower_slot - first_slot] +
-                                      segment.ends_before + met[segment.lower_end - ends.first]++);
-  };
+  // The lower ends get ranks in ascending order, and the segments of one end in the order in which
+  // they come here, so that no two of them cross.
+  const std::span<const LayerOrders::LowerEnd> ends = orders.ends_above(lower);
+  const std::span<std::uint32_t> next_ranks = scratch.raw_array<std::uint32_t>(ends.size());
+  for (std::size_t end = 0; end < ends.size(); ++end) {
+    next_ranks[end] = ranks_before[ends[end].slot - first_slot] + ends[end].before;
+  }
 
+  const std::uint32_t first_end = orders.first_end(lower);
   RankSet members(total, scratch);
   const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(total);
   std::int64_t crossings = 0;
   for (const std::int32_t slot : orders.order(upper)) {
-    const std::span<const LayerOrders::Segment> segments = orders.segments_below(slot);
-    for (std::size_t begin = 0; begin < segments.size();) {
+    const std::span<const LayerOrders::Join> joins = orders.joins_below(slot);
+    for (std::size_t begin = 0; begin < joins.size();) {
       // Segments of one upper port do not cross: all are counted before any is a member.
       std::size_t end = begin;
       do {
-        ranks[end] = next_rank(segments[end]);
+        ranks[end] = next_ranks[joins[end].lower_end() - first_end]++;
         crossings += members.count_above(ranks[end]);
         ++end;
-      } while (end < segments.size() && segments[end].upper_port == segments[begin].upper_port);
+      } while (end < joins.size() && joins[end].same_port());
       for (; begin < end; ++begin) members.insert(ranks[begin]);
     }
   }

@@ -73,8 +73,9 @@ void LayerOrders::collect(const EdgeSlots& ends) {
   segments_ = scratch.raw_array<Segment>(count);
   for (std::size_t i = 0; i < count; ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
-    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index, 0, 0};
+    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index, 0};
   }
+  joins_ = scratch.raw_array<Join>(count);
   number_ends(above, below);
   Half& lower = halves_[static_cast<int>(Reference::LOWER)];
   const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
@@ -90,15 +91,16 @@ void LayerOrders::collect(const EdgeSlots& ends) {
 void LayerOrders::number_ends(const IncidentMap& above, const IncidentMap& below) {
   Arena& scratch = graph_.scratch;
   first_end_ = scratch.raw_array<std::int32_t>(slot_count() + 1);
+  ends_ = scratch.raw_array<LowerEnd>(segments_.size());
   const Arena::Frame frame(scratch);
   const std::span<std::int32_t> segment_of = scratch.raw_array<std::int32_t>(graph_.edges.size());
   for (std::size_t i = 0; i < below.items.size(); ++i) {
     segment_of[below.items[i]] = static_cast<std::int32_t>(i);
   }
   const std::span<std::int64_t> by_port = scratch.raw_array<std::int64_t>(above.items.size());
-  std::int32_t number = 0;
+  std::int32_t count = 0;
   for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
-    first_end_[slot] = number;
+    first_end_[slot] = count;
     const std::int32_t begin = above.starts[slot];
     const std::span<std::int64_t> own = by_port.first(above.starts[slot + 1] - begin);
     for (std::size_t i = 0; i < own.size(); ++i) {
@@ -106,21 +108,16 @@ void LayerOrders::number_ends(const IncidentMap& above, const IncidentMap& below
       own[i] = (std::int64_t{segments_[segment].lower_port} << 32U) | segment;
     }
     sort_few(own);
-    std::int32_t ends_before = 0;
+    std::int32_t last_port = -1;
     for (std::size_t i = 0; i < own.size(); ++i) {
       const auto port = static_cast<std::int32_t>(own[i] >> 32U);
-      if (i > 0 && port != static_cast<std::int32_t>(own[i - 1] >> 32U)) {
-        ++number;
-        ends_before = static_cast<std::int32_t>(i);
-      }
-      Segment& segment = segments_[own[i] & INT32_MAX];
-      segment.lower_end = number;
-      segment.ends_before = ends_before;
-      highest_target_port_ = std::max(highest_target_port_, port);
+      if (port != last_port) ends_[count++] = {slot, static_cast<std::int32_t>(i)};
+      segments_[own[i] & INT32_MAX].lower_end = count - 1;
+      last_port = port;
     }
-    if (!own.empty()) ++number;
+    highest_target_port_ = std::max(highest_target_port_, last_port);
   }
-  first_end_.back() = number;
+  first_end_.back() = count;
 }
 
 void LayerOrders::sort_segments(const EdgeSlots& ends) {
@@ -133,6 +130,11 @@ void LayerOrders::sort_segments(const EdgeSlots& ends) {
         segments_.subspan(lower.starts[slot], lower.starts[slot + 1] - lower.starts[slot]);
     if (!std::is_sorted(own.begin(), own.end(), by_port)) {
       std::sort(own.begin(), own.end(), by_port);
+    }
+    std::int32_t last_port = -1;
+    for (std::size_t i = 0; i < own.size(); ++i) {
+      joins_[lower.starts[slot] + i] = Join(own[i].lower_end, own[i].upper_port == last_port);
+      last_port = own[i].upper_port;
     }
   }
   if (regular_) {

@@ -96,10 +96,7 @@ class LayerOrders {
     std::int32_t upper_port;
     std::int32_t lower_slot;
     std::int32_t lower_port;
-    // The lower end's port, numbered over all layers' upper sides by slot, then port.
-    std::int32_t lower_end;
-    // How many segments end at lower ports of the same slot.
-    std::int32_t ends_before;
+    std::int32_t lower_end;  // the number of the lower port
   };
   [[nodiscard]] std::span<const Segment> segments_below(std::int32_t slot) const {
     const Half& half = halves_[static_cast<int>(Reference::LOWER)];
@@ -111,14 +108,33 @@ class LayerOrders {
     return half.starts[first_slot(upper + 1)] - half.starts[first_slot(upper)];
   }
 
-  // The numbers of the ports at which segments from above end in `layer`.
-  struct Ends {
-    std::int32_t first;
-    std::int32_t count;
+  // The same segments in little space.
+  class Join {
+   public:
+    Join(std::int32_t lower_end, bool same_port)
+        : packed_(static_cast<std::uint32_t>(lower_end) * 2 + (same_port ? 1 : 0)) {}
+
+    [[nodiscard]] std::uint32_t lower_end() const { return packed_ / 2; }
+    // Whether the upper end is at the same port as that of the segment before.
+    [[nodiscard]] bool same_port() const { return packed_ % 2 != 0; }
+
+   private:
+    std::uint32_t packed_;
   };
-  [[nodiscard]] Ends ends_above(std::int32_t layer) const {
-    const std::int32_t first = first_end_[first_slot(layer)];
-    return {first, first_end_[first_slot(layer + 1)] - first};
+  [[nodiscard]] std::span<const Join> joins_below(std::int32_t slot) const {
+    const Half& half = halves_[static_cast<int>(Reference::LOWER)];
+    return joins_.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
+  }
+  // The ports at which segments from above end, numbered by slot, then port.
+  struct LowerEnd {
+    std::int32_t slot;
+    std::int32_t before;  // how many segments end at lower ports of the slot
+  };
+  [[nodiscard]] std::int32_t first_end(std::int32_t layer) const {
+    return first_end_[first_slot(layer)];
+  }
+  [[nodiscard]] std::span<const LowerEnd> ends_above(std::int32_t layer) const {
+    return ends_.subspan(first_end(layer), first_end(layer + 1) - first_end(layer));
   }
   // The highest index of a port at which a segment between neighbouring layers ends.
   [[nodiscard]] std::int32_t highest_target_port() const { return highest_target_port_; }
@@ -161,6 +177,8 @@ class LayerOrders {
   std::span<std::int64_t> stamp_;
   std::int64_t last_stamp_ = 0;
   std::span<Segment> segments_;
+  std::span<Join> joins_;
+  std::span<LowerEnd> ends_;
   std::span<std::int32_t> first_end_;  // per slot: the number of its first lower end
   std::int32_t highest_target_port_ = 0;
   IncidentMap successors_;
