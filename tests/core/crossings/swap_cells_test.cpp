@@ -17,16 +17,16 @@ namespace {
 // middle of their lower ends may leave them.
 class Tangle {
  public:
-  Tangle(Random& random, std::int32_t size, std::int32_t noise) : keys_(std::size_t{2} * size) {
+  Tangle(Random& random, std::int32_t size, std::int32_t noise) : upper_(size), lower_(size) {
     const int bare = random.pick({0, 0, 10});  // percent of nodes without upper ends
     for (std::int32_t i = 0; i < size; ++i) {
       const std::int32_t step = random.pick({1, 1, 3});
       const int upper_ends = random.chance(bare) ? 0 : random.pick({1, 1, 1, 2});
-      keys_[2 * i] = draw(random, i / step * step, upper_ends, noise);
-      keys_[2 * i + 1] = draw(random, i, random.pick({0, 1, 1, 2, 4}), noise);
+      upper_[i] = draw(random, i / step * step, upper_ends, noise);
+      lower_[i] = draw(random, i, random.pick({0, 1, 1, 2, 4}), noise);
     }
     for (const std::int32_t i : random.permutation(size)) {
-      entries.push_back({range(keys_[2 * i]), range(keys_[2 * i + 1]), i});
+      entries.push_back({range(upper_[i]), range(lower_[i]), i});
     }
     if (random.chance(30)) {
       for (Entry& entry : entries) std::swap(entry.up, entry.down);
@@ -50,11 +50,13 @@ class Tangle {
     return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
   }
 
-  std::vector<Keys> keys_;
+  std::vector<Keys> upper_;
+  std::vector<Keys> lower_;
 };
 
 std::vector<std::int32_t> slots_of(const std::vector<Entry>& entries) {
   std::vector<std::int32_t> slots;
+  slots.reserve(entries.size());
   for (const Entry& entry : entries) slots.push_back(entry.slot);
   return slots;
 }
