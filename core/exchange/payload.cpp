@@ -81,14 +81,20 @@ Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edg
     : reader(host) {
   TextIndex by_id(node_items.size());
   nodes.reserve(node_items.size());
+  bool repeated = false;  // whether two nodes have one id
   for (std::size_t i = 0; i < node_items.size(); ++i) {
     look_ahead(host, i, node_items.size(), [&](std::size_t at) { return node_items[at]; });
     host.check_mapping(node_items[i]);
     const TextSource* id = Value(host, host.require(node_items[i], Key::ID)).text();
-    nodes.push_back({node_items[i], id, static_cast<std::int32_t>(i)});
-    by_id.find_or_add(id->bytes, nodes.back().canonical) = nodes.back().canonical;
+    const std::int32_t number = static_cast<std::int32_t>(i);
+    nodes.push_back({node_items[i], id, number});
+    std::int32_t& canonical = by_id.find_or_add(id->bytes, number);
+    repeated = repeated || canonical != number;
+    canonical = number;
   }
-  for (Node& node : nodes) node.canonical = by_id.find(node.id->bytes);
+  if (repeated) {
+    for (Node& node : nodes) node.canonical = by_id.find(node.id->bytes);
+  }
 
   const auto end_of = [&](Handle mapping, Key key) {
     const Value value(host, host.get(mapping, key));
