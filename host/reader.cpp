@@ -111,18 +111,25 @@ std::optional<std::int64_t> PythonReader::integer(Handle value) {
   return integer;
 }
 
-// The entry for `key` of an exact dictionary, borrowed, or null.
-PyObject* PythonReader::find(PyObject* dict, Key key) {
-  Place& place = places_[static_cast<std::size_t>(key)];
+// The entry of an exact dictionary in this place, borrowed, or null if it is not for the key.
+PyObject* PythonReader::find_at(const Place& place, PyObject* dict) {
   Py_ssize_t offset = place.offset;
   PyObject* found = nullptr;
   PyObject* value = nullptr;
   // An offset that means nothing in this dictionary leads to another key or to none.
-  if (place.key && PyDict_Next(dict, &offset, &found, &value) != 0 && found == place.key.get()) {
+  const bool hit =
+      place.key && PyDict_Next(dict, &offset, &found, &value) != 0 && found == place.key.get();
+  return hit ? value : nullptr;
+}
+
+// The entry for `key` of an exact dictionary, borrowed, or null.
+PyObject* PythonReader::find(PyObject* dict, Key key) {
+  Place& place = places_[static_cast<std::size_t>(key)];
+  if (PyObject* const value = find_at(place, dict)) {
     place.credit = std::min(place.credit + 1, 8);
     return value;
   }
-  value = PyDict_GetItemWithError(dict, state_.key(key));
+  PyObject* const value = PyDict_GetItemWithError(dict, state_.key(key));
   if (value == nullptr && PyErr_Occurred()) throw PythonError();
   if (value != nullptr && place.credit >= 4) {
     place.credit -= 4;
@@ -186,6 +193,13 @@ void PythonReader::check_mapping(Handle value) {
   PyErr_Format(PyExc_TypeError, "nodes and edges must be mappings, not %.200s",
                Py_TYPE(object(value))->tp_name);
   throw PythonError();
+}
+
+std::string_view PythonReader::glance(Handle mapping, Key key) noexcept {
+  if (!PyDict_CheckExact(object(mapping))) return {};
+  PyObject* const value = find_at(places_[static_cast<std::size_t>(key)], object(mapping));
+  const bool plain = value != nullptr && PyUnicode_CheckExact(value) && PyUnicode_IS_ASCII(value);
+  return plain ? ascii_bytes(value) : std::string_view();
 }
 
 void PythonReader::prefetch(Handle far, Handle near) noexcept {

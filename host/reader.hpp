@@ -32,6 +32,7 @@ class PythonReader final : public vorn_layered::ValueReader {
             const std::function<void(vorn_layered::Handle)>& visit) override;
   void check_mapping(vorn_layered::Handle value) override;
   void release(vorn_layered::Handle value) noexcept override;
+  std::string_view glance(vorn_layered::Handle mapping, vorn_layered::Key key) noexcept override;
   void prefetch(vorn_layered::Handle far, vorn_layered::Handle near) noexcept override;
 
   // Keeps `text`, an exact str, and returns its source.
@@ -47,6 +48,7 @@ class PythonReader final : public vorn_layered::ValueReader {
   };
 
   bool is_mapping(PyObject* value) const;
+  static PyObject* find_at(const Place& place, PyObject* dict);
   PyObject* find(PyObject* dict, vorn_layered::Key key);
   static void learn(Place& place, PyObject* dict, const char* name);
 

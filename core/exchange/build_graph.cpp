@@ -115,6 +115,25 @@ void read_edge(const Payload& payload, std::int32_t number, const GraphMembers& 
   graph.add_edge(id, from, to, origin == next ? -1 : origin);
 }
 
+// Starts to load what edges after the one at `i` of the members will need.
+void look_ahead_from_edge(const Payload& payload, const GraphMembers& members, std::size_t i,
+                          const TextIndex& origins, const LGraph& graph) {
+  const auto edge_at = [&](std::size_t at) -> const Payload::Edge& {
+    return payload.edges[members.edges[at]];
+  };
+  look_ahead(payload.reader, i, members.edges.size(),
+             [&](std::size_t at) { return edge_at(at).mapping; });
+  if (i + AHEAD_TABLE >= members.edges.size()) return;
+  origins.prefetch(payload.reader, edge_at(i + AHEAD_CONTENT).mapping, Key::ID);
+  const auto node_of = [&](std::int32_t number) { return graph.nodes[members.place_of[number]]; };
+  const Payload::Edge& later = edge_at(i + AHEAD_TABLE);
+  if (later.source >= 0) __builtin_prefetch(&node_of(later.source)->out_ports);
+  if (later.target >= 0) __builtin_prefetch(&node_of(later.target)->in_ports);
+  const Payload::Edge& soon = edge_at(i + AHEAD_CONTENT);
+  if (soon.source >= 0) __builtin_prefetch(node_of(soon.source)->out_ports.data());
+  if (soon.target >= 0) __builtin_prefetch(node_of(soon.target)->in_ports.data());
+}
+
 }  // namespace
 
 void _port_specs(ValueReader& reader, const Value& raw, double node_cross_extent, PortSide side,
@@ -174,8 +193,7 @@ void build_graph(const Payload& payload, const GraphMembers& members, LGraph& gr
   graph.edges.reserve(members.edges.size());
   graph.origins.reserve(members.edges.size());
   for (std::size_t i = 0; i < members.edges.size(); ++i) {
-    look_ahead(payload.reader, i, members.edges.size(),
-               [&](std::size_t at) { return payload.edges[members.edges[at]].mapping; });
+    look_ahead_from_edge(payload, members, i, origins, graph);
     read_edge(payload, members.edges[i], members, origins, graph);
   }
 }

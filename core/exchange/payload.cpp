@@ -76,6 +76,12 @@ std::int32_t TextIndex::find(std::string_view bytes) const {
   return entry < 0 ? -1 : entries_[entry].value;
 }
 
+void TextIndex::prefetch(ValueReader& reader, Handle mapping, Key key) const {
+  constexpr std::size_t kCached = (std::size_t{1} << 17U) / sizeof(Slot);
+  if (slots_.size() <= kCached) return;
+  __builtin_prefetch(&slots_[hash_bytes(reader.glance(mapping, key)) & (slots_.size() - 1)]);
+}
+
 Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items,
                  ValueReader& host)
     : reader(host) {
@@ -84,6 +90,9 @@ Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edg
   bool repeated = false;  // whether two nodes have one id
   for (std::size_t i = 0; i < node_items.size(); ++i) {
     look_ahead(host, i, node_items.size(), [&](std::size_t at) { return node_items[at]; });
+    if (i + AHEAD_CONTENT < node_items.size()) {
+      by_id.prefetch(host, node_items[i + AHEAD_CONTENT], Key::ID);
+    }
     host.check_mapping(node_items[i]);
     const TextSource* id = Value(host, host.require(node_items[i], Key::ID)).text();
     const std::int32_t number = static_cast<std::int32_t>(i);
@@ -103,6 +112,10 @@ Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edg
   edges.reserve(edge_items.size());
   for (std::size_t i = 0; i < edge_items.size(); ++i) {
     look_ahead(host, i, edge_items.size(), [&](std::size_t at) { return edge_items[at]; });
+    if (i + AHEAD_CONTENT < edge_items.size()) {
+      by_id.prefetch(host, edge_items[i + AHEAD_CONTENT], Key::SOURCE);
+      by_id.prefetch(host, edge_items[i + AHEAD_CONTENT], Key::TARGET);
+    }
     const Handle item = edge_items[i];
     host.check_mapping(item);
     const std::int32_t source = end_of(item, Key::SOURCE);

@@ -24,6 +24,9 @@ class TextIndex {
   // The value kept for `bytes`, or -1.
   [[nodiscard]] std::int32_t find(std::string_view bytes) const;
 
+  // Starts to load what a look-up of the text under `key` will look at, where the table is large.
+  void prefetch(ValueReader& reader, Handle mapping, Key key) const;
+
  private:
   // Slots are small, so that the table of a large payload stays in the cache; the texts themselves
   // are looked at only where the tags agree.

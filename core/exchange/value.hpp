@@ -70,19 +70,30 @@ class ValueReader {
   // Fails the way the host fails for an item that should have been a mapping.
   virtual void check_mapping(Handle value) = 0;
   virtual void release(Handle value) noexcept = 0;
+  // The bytes of the text that `mapping` has under `key`, where a look has no effect that the host
+  // could notice, else none. Good until the host's own code runs.
+  virtual std::string_view glance([[maybe_unused]] Handle mapping,
+                                  [[maybe_unused]] Key key) noexcept {
+    return {};
+  }
   // Starts to load what will be read of two mappings: first `far`, and then again as `near`, when
   // it is about to be read. Touches nothing that the host could notice.
   virtual void prefetch([[maybe_unused]] Handle far, [[maybe_unused]] Handle near) noexcept {}
 };
 
+// How many turns ahead of its use a loop starts to load a mapping, the mapping's table, and what
+// these lead to. The host's objects lie all over its memory; waiting for each of them in turn takes
+// longer than reading them, as soon as they do not fit into the cache.
+inline constexpr std::size_t AHEAD_MAPPING = 16;
+inline constexpr std::size_t AHEAD_TABLE = 8;
+inline constexpr std::size_t AHEAD_CONTENT = 4;
+
 // To be called at each turn `i` of a loop that reads the mappings `mapping_at(0)` up to
-// `mapping_at(count - 1)`. The host's objects lie all over its memory; waiting for each of them in
-// turn takes longer than reading them, as soon as they do not fit into the cache.
+// `mapping_at(count - 1)`.
 template <typename MappingAt>
 void look_ahead(ValueReader& reader, std::size_t i, std::size_t count, MappingAt mapping_at) {
-  constexpr std::size_t kNear = 8;
-  constexpr std::size_t kFar = 16;
-  if (i + kFar < count) reader.prefetch(mapping_at(i + kFar), mapping_at(i + kNear));
+  if (i + AHEAD_MAPPING >= count) return;
+  reader.prefetch(mapping_at(i + AHEAD_MAPPING), mapping_at(i + AHEAD_TABLE));
 }
 
 // An owned handle: releases it at the end of the scope.

@@ -186,6 +186,31 @@ class Containers(unittest.TestCase):
                 for n in build_graph(items, []).nodes] for items in (nodes, map(ReadOnly, nodes)))
             self.assertEqual(read, expected)
 
+    def test_large_payloads_of_any_kind(self):
+        """What is looked at ahead of its turn may be of another kind than what was read so far."""
+        class Key(str):
+            pass
+
+        rng = random.Random(6)
+        kinds = (str, str, str, int, Key, "\u00e9{}".format, lambda number: None)
+        count = 9000
+        nodes = [{"id": rng.choice(kinds[:-1])(number)} for number in range(count)]
+        edges = [{"id": rng.choice(kinds)(number), "source": nodes[number]["id"],
+                  "target": nodes[min(number + rng.randint(1, 3), count - 1)]["id"]}
+                 for number in range(count)]
+        for edge in rng.sample(edges, count // 5):
+            del edge[rng.choice(("id", "source", "target"))]
+
+        def wrapped(items):
+            return [ReadOnly(item) if rng.random() < 0.1 else item for item in items]
+
+        read, expected = ([
+            (edge.id, edge.source.node.id, edge.target.node.id) for edge in graph.edges
+        ] for graph in (build_graph(wrapped(nodes), wrapped(edges)),
+                        build_graph(map(ReadOnly, nodes), map(ReadOnly, edges))))
+        self.assertGreater(len(read), count // 2)
+        self.assertEqual(read, expected)
+
     def test_any_iterable(self):
         for nodes, edges in ((tuple(PAIR), iter(WIRE)), (collections.deque(PAIR), map(dict, WIRE)),
                              ({1: PAIR[0], 2: PAIR[1]}.values(), (edge for edge in WIRE))):
