@@ -25,19 +25,6 @@ IncidentMap edges_at_nodes(std::int32_t count, std::span<const _NetworkSimplex::
   return {by_end.starts, items};
 }
 
-std::span<const std::int32_t> far_ends(const IncidentMap& incident,
-                                       std::span<const _NetworkSimplex::Edge> edges,
-                                       Arena& scratch) {
-  const std::span<std::int32_t> ends = scratch.raw_array<std::int32_t>(incident.items.size());
-  for (std::size_t node = 0; node + 1 < incident.starts.size(); ++node) {
-    for (std::int32_t i = incident.starts[node]; i < incident.starts[node + 1]; ++i) {
-      const _NetworkSimplex::Edge& edge = edges[incident.items[i]];
-      ends[i] = edge.tail == static_cast<std::int32_t>(node) ? edge.head : edge.tail;
-    }
-  }
-  return ends;
-}
-
 // The edges at the border of a growing tree whose members all move together. An edge that leaves
 // the tree loses slack as the tree moves up, one that enters it gains slack, so each kind keeps its
 // order in a heap of its own while the tree moves.
@@ -116,7 +103,7 @@ _NetworkSimplex::_NetworkSimplex(std::int32_t node_count, std::span<const Edge> 
       cut(scratch.array<std::int32_t>(edges.size(), 0)),
       _visited(scratch.array<bool>(count, false)),
       scratch_(scratch),
-      across_(far_ends(incident, all_edges, scratch)),
+      links_(incident, all_edges, scratch),
       negative_(static_cast<std::int32_t>(edges.size()), scratch),
       size_(scratch.array<std::int32_t>(count, 1)),
       side_(scratch.array<std::int32_t>(count, 0)),
@@ -261,6 +248,7 @@ void _NetworkSimplex::_compute_cut_values() {
       set_cut(position, 0);
       continue;
     }
+    links_.add_to_tree(position);
     const std::int32_t child = child_of(position);
     set_cut(position, child == edges[position].head ? surplus[child] : -surplus[child]);
   }
@@ -276,33 +264,26 @@ void _NetworkSimplex::find_smaller_side(std::int32_t leaving) {
   small_.assign(1, start);
   side_[start] = small_stamp_;
   for (std::size_t cursor = 0; cursor < small_.size(); ++cursor) {
-    const std::int32_t node = small_[cursor];
-    const std::span<const std::int32_t> positions = incident[node];
-    const std::span<const std::int32_t> others = across(node);
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-      if (!in_tree[positions[i]] || positions[i] == leaving) continue;
-      const std::int32_t other = others[i];
-      if (side_[other] == small_stamp_) continue;
-      side_[other] = small_stamp_;
-      small_.push_back(other);
+    for (const TreeLink& link : links_.tree(small_[cursor])) {
+      if (side_[link.other] == small_stamp_ || link.position() == leaving) continue;
+      side_[link.other] = small_stamp_;
+      small_.push_back(link.other);
     }
   }
 }
 
 std::int32_t _NetworkSimplex::_enter_edge(std::int32_t leaving) {
   find_smaller_side(leaving);
-  // An edge against the leaving one runs from the side of its head to the side of its tail.
+  // An edge against the leaving one runs from the side of its head to the side of its tail. No tree
+  // edge but the leaving one crosses the cut.
   const bool subtree_has_head = child_of(leaving) == edges[leaving].head;
   const bool small_has_head = small_is_subtree_ == subtree_has_head;
   std::int32_t best = -1;
   std::int32_t best_slack = 0;
   for (const std::int32_t node : small_) {
-    const std::span<const std::int32_t> positions = incident[node];
-    const std::span<const std::int32_t> others = across(node);
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-      if (side_[others[i]] == small_stamp_) continue;
-      const std::int32_t position = positions[i];
-      if ((small_has_head ? edges[position].tail : edges[position].head) != node) continue;
+    for (const TreeLink& link : links_.rest(node)) {
+      if (link.leaves() != small_has_head || side_[link.other] == small_stamp_) continue;
+      const std::int32_t position = link.position();
       const std::int32_t current = slack(position);
       if (best < 0 || current < best_slack || (current == best_slack && position < best)) {
         best = position;
@@ -384,6 +365,8 @@ void _NetworkSimplex::_exchange(std::int32_t leaving, std::int32_t entering) {
   update_cuts_on_path(edges[leaving].head, edges[entering].tail, leaving_cut);
   in_tree[leaving] = false;
   in_tree[entering] = true;
+  links_.take_from_tree(leaving);
+  links_.add_to_tree(entering);
   set_cut(leaving, 0);
   set_cut(entering, -leaving_cut);
   reroot(subtree_has_head ? edges[entering].tail : edges[entering].head, child, entering);

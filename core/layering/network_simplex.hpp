@@ -21,17 +21,14 @@
 #include "core/graph/arena.hpp"
 #include "core/graph/incident_maps.hpp"
 #include "core/graph/index_set.hpp"
+#include "core/layering/tree_links.hpp"
 
 namespace quillan::vorn_layered {
 
 // The class name is part of the engine's vocabulary, whatever the language reserves.
 class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
  public:
-  // An edge wants its tail on a lower rank than its head.
-  struct Edge {
-    std::int32_t tail;
-    std::int32_t head;
-  };
+  using Edge = RankEdge;
 
   // REQUIRES: `initial_ranks`, one per node; ends from 0 to `count` - 1 and different. Ranks that
   // are not feasible give ranks that are not feasible either. The arrays live in the open frame of
@@ -58,8 +55,9 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void _feasible_tree();
   // Postorder numbers from node 0: sets parent_edge, lim and low. Linear.
   void _number_tree();
-  // All cut values from scratch. REQUIRES: the numbering of the current tree. Linear: a cut value
-  // is the sum of in-degree minus out-degree over the subtree below the edge, with a sign.
+  // All cut values from scratch. REQUIRES: the numbering of the current tree, and that this is
+  // called once. Linear: a cut value is the sum of in-degree minus out-degree over the subtree
+  // below the edge, with a sign.
   void _compute_cut_values();
   // REQUIRES: the numbering of the current tree.
   [[nodiscard]] bool _in_subtree(std::int32_t node, std::int32_t root) const {
@@ -94,11 +92,6 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   }
   void shift_in_passes();
   void find_smaller_side(std::int32_t leaving);
-  // What is at a node: the edge positions, and the node at the other end of each.
-  [[nodiscard]] std::span<const std::int32_t> across(std::int32_t node) const {
-    return across_.subspan(incident.starts[node],
-                           incident.starts[node + 1] - incident.starts[node]);
-  }
   void set_cut(std::int32_t position, std::int32_t value);
   [[nodiscard]] std::int32_t parent(std::int32_t node) const {
     return other_end(parent_edge[node], node);
@@ -109,11 +102,11 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering);
 
   Arena& scratch_;
-  std::span<const std::int32_t> across_;  // the other end of each entry of `incident`
-  IndexSet negative_;                     // tree edges of negative cut value
-  std::span<std::int32_t> size_;          // per node: the nodes of its subtree
-  std::span<std::int32_t> side_;          // per node: the stamp of the last search that reached it
-  std::span<std::int32_t> climb_;         // the same for walks towards the root
+  TreeLinks links_;                // follow `in_tree` from _compute_cut_values() on
+  IndexSet negative_;              // tree edges of negative cut value
+  std::span<std::int32_t> size_;   // per node: the nodes of its subtree
+  std::span<std::int32_t> side_;   // per node: the stamp of the last search that reached it
+  std::span<std::int32_t> climb_;  // the same for walks towards the root
   std::int32_t stamp_ = 0;
   std::vector<std::int32_t> small_;  // the smaller side of the cut of `examined_`
   std::int32_t small_stamp_ = 0;     // what `side_` says of its nodes

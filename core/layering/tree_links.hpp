@@ -1,0 +1,65 @@
+// The edges at every node of a graph with a spanning tree, those of the tree apart.
+
+#ifndef QUILLAN_CORE_LAYERING_TREE_LINKS_HPP_
+#define QUILLAN_CORE_LAYERING_TREE_LINKS_HPP_
+
+#include <cstdint>
+#include <span>
+
+#include "core/graph/arena.hpp"
+#include "core/graph/incident_maps.hpp"
+
+namespace quillan::vorn_layered {
+
+// An edge that wants its tail on a lower rank than its head.
+struct RankEdge {
+  std::int32_t tail;
+  std::int32_t head;
+};
+
+// An edge as seen from a node.
+struct TreeLink {
+  std::int32_t other;  // the node at the other end
+  std::int32_t edge;   // the edge's position if the node is its tail, else the complement of that
+
+  [[nodiscard]] bool leaves() const { return edge >= 0; }
+  [[nodiscard]] std::int32_t position() const { return leaves() ? edge : ~edge; }
+};
+
+// Lets a search along the tree pass over the other edges, and a search among those over the tree,
+// without a look at either. In no particular order within each kind.
+class TreeLinks {
+ public:
+  // All edges are taken to be outside the tree. The arrays live in the open frame of `scratch`.
+  // Linear.
+  TreeLinks(const IncidentMap& incident, std::span<const RankEdge> edges, Arena& scratch);
+
+  [[nodiscard]] std::span<const TreeLink> tree(std::int32_t node) const {
+    return links_.subspan(starts_[node], tree_ends_[node] - starts_[node]);
+  }
+  [[nodiscard]] std::span<const TreeLink> rest(std::int32_t node) const {
+    return links_.subspan(tree_ends_[node], starts_[node + 1] - tree_ends_[node]);
+  }
+
+  // REQUIRES: the edge is outside the tree.
+  void add_to_tree(std::int32_t position);
+  // REQUIRES: the edge is in the tree.
+  void take_from_tree(std::int32_t position);
+
+ private:
+  // Where in `links_` the edge stands as seen from its tail, or from its head.
+  [[nodiscard]] std::int32_t& place(const TreeLink& link) {
+    return places_[2 * link.position() + (link.leaves() ? 0 : 1)];
+  }
+  void exchange(std::int32_t a, std::int32_t b);
+
+  std::span<const RankEdge> edges_;
+  std::span<const std::int32_t> starts_;  // of the links of each node, and one past the end
+  std::span<std::int32_t> tree_ends_;     // of the tree links of each node
+  std::span<TreeLink> links_;
+  std::span<std::int32_t> places_;
+};
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_LAYERING_TREE_LINKS_HPP_
