@@ -23,12 +23,24 @@ SideGain gain_of_ranges(const Range& first, const Range& second) {
   return {sign * pairs, sign == 0 && pairs > 1};
 }
 
+// The pairs (a from `few`, b from `many`) with a < b. REQUIRES: `many` ascending. a log b.
+std::int64_t pairs_below(std::span<const EndKey> few, std::span<const EndKey> many) {
+  std::int64_t count = 0;
+  for (const EndKey value : few) {
+    count += many.end() - std::upper_bound(many.begin(), many.end(), value);
+  }
+  return count;
+}
+
 std::int64_t gain_of_keys(const Range& first, const Range& second) {
   constexpr std::int64_t kFew = 32;
   const std::span<const EndKey> left(first.keys, first.count);
   const std::span<const EndKey> right(second.keys, second.count);
   if (std::int64_t{first.count} * second.count > kFew) {
-    return _sorted_cross_pairs(left, right) - _sorted_cross_pairs(right, left);
+    // From the shorter list both ways: a hub is compared with each of its neighbours in the layer.
+    return left.size() <= right.size()
+               ? _sorted_cross_pairs(left, right) - pairs_below(left, right)
+               : pairs_below(right, left) - _sorted_cross_pairs(right, left);
   }
   std::int32_t gain = 0;
   for (const EndKey a : left) {
@@ -67,23 +79,25 @@ std::size_t SwapScans::scan_all() {
   return count;
 }
 
-// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pair
-// behind each exchange of this scan. Fills `again_` like scan_all().
+// A scan over the pairs with a member that moved since they were looked at: `moved`, and the pairs
+// along which a node is carried in this scan. Fills `again_` like scan_all().
 std::size_t SwapScans::scan_moved(std::size_t moved_count) {
   const std::span<Entry> entries = entries_;
   const std::span<const std::int32_t> moved = moved_.first(moved_count);
-  const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
+  const std::int32_t last = static_cast<std::int32_t>(entries.size()) - 1;
   std::size_t count = 0;
-  std::int32_t behind = pairs;  // the pair behind the last exchange; `pairs` for none
-  for (std::size_t turn = 0; turn < moved.size() || behind < pairs;) {
-    const std::int32_t index = turn < moved.size() ? std::min(moved[turn], behind) : behind;
-    if (turn < moved.size() && moved[turn] == index) ++turn;
-    behind = pairs;
+  for (std::size_t turn = 0; turn < moved.size();) {
+    std::int32_t index = moved[turn++];
     // The first node has no pair in front of it.
     if (index < 0 || !should_swap(entries[index], entries[index + 1])) continue;
-    std::swap(entries[index], entries[index + 1]);
-    again_[count++] = index - 1;
-    behind = index + 1;
+    const Entry carried = entries[index];
+    do {
+      entries[index] = entries[index + 1];
+      again_[count++] = index - 1;
+      ++index;
+      if (turn < moved.size() && moved[turn] == index) ++turn;
+    } while (index < last && should_swap(carried, entries[index + 1]));
+    entries[index] = carried;
   }
   return count;
 }

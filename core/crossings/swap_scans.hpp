@@ -27,7 +27,7 @@ struct Entry {
 
 // Whether `second` right behind `first` should change places with it: whether that strictly lowers
 // the crossings towards both neighbouring layers together. For two given nodes at most one way
-// round should be swapped. a log b for a and b keys.
+// round should be swapped. a log b for a and b keys, a <= b.
 bool should_swap(const Entry& first, const Entry& second);
 
 // The scans of one layer. After the first scan only pairs with a moved member are looked at again:

@@ -7,6 +7,7 @@
 #include "core/crossings/counting.hpp"
 #include "core/crossings/neighbor_order.hpp"
 #include "core/crossings/reduce_crossings.hpp"
+#include "core/crossings/swap_scans.hpp"
 #include "core/graph/faults.hpp"
 #include "tests/core/random_graphs.hpp"
 
@@ -114,6 +115,29 @@ TEST(AdjacentSwap, TheSumOfBothGapsDecidesAndZeroChangesNothing) {
   EXPECT_EQ(refined({{1, 2}, {0, 3}}), (Numbers{3, 2}));
   EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 4}, {3, 5}}), (Numbers{2, 3}));  // won above, lost below
   EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 5}}), (Numbers{3, 2}));  // below only one has neighbours
+}
+
+TEST(AdjacentSwap, HubsOfAnySizeAreWeighedAgainstEachOther) {
+  Random random(12);
+  for (int round = 0; round < 3000; ++round) {
+    const auto draw = [&random] {
+      Keys keys(random.pick({1, 3, 40, 200}));
+      for (EndKey& key : keys) key = random.below(60);
+      std::sort(keys.begin(), keys.end());
+      return keys;
+    };
+    const Keys first = draw();
+    const Keys second = draw();
+    const auto entry = [](const Keys& keys) {
+      const auto size = static_cast<std::int32_t>(keys.size());
+      return Entry{{keys.front(), keys.back(), size, keys.data()}, {0, 0, 0, nullptr}, 0};
+    };
+    std::int64_t gain = 0;
+    for (const EndKey a : first) {
+      for (const EndKey b : second) gain += a > b ? 1 : a < b ? -1 : 0;
+    }
+    ASSERT_EQ(should_swap(entry(first), entry(second)), gain > 0) << "round " << round;
+  }
 }
 
 TEST(ReduceCrossings, LooksAtThoroughnessOnlyWhereItSweeps) {
