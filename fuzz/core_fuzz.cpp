@@ -460,8 +460,8 @@ void run(Draw draw) {
   LGraph whole(options.resolved());
   check_graph(call, -1, whole);
 
-  Workspace workspace;
-  const LayoutResult& result = layout(made.payload, options, gap, workspace);
+  Arena texts;
+  const LayoutResult result = layout(made.payload, options, gap, texts);
   Packed packed{result.positions, result.routes.routes,
                 is_transposed(options.direction) ? options.padding_left : options.padding_top};
   LGraph graph(options.resolved());

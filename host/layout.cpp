@@ -1,7 +1,6 @@
 // layout(): payload to result maps, without a Python record in between.
 
 #include <bit>
-#include <memory>
 
 #include "core/vorn_layered.hpp"
 #include "host/functions.hpp"
@@ -10,43 +9,11 @@
 
 namespace quillan::host {
 
+using vorn_layered::Arena;
 using vorn_layered::LayoutResult;
 using vorn_layered::Point;
-using vorn_layered::Workspace;
 
 namespace {
-
-// The workspace of one call. A call takes the module's and gives it back, so that one that starts
-// while another runs, from the caller's own objects or another thread, works in one of its own.
-class WorkspaceLease {
- public:
-  explicit WorkspaceLease(State& state)
-      : state_(state), workspace_(std::exchange(state.workspace, nullptr)) {
-    if (!workspace_) workspace_ = std::make_unique<Workspace>();
-  }
-  ~WorkspaceLease() {
-    if (state_.workspace != nullptr || workspace_->footprint() > kKeptBytes) return;
-    workspace_->clear();
-    state_.workspace = workspace_.release();
-  }
-  WorkspaceLease(const WorkspaceLease&) = delete;
-  WorkspaceLease& operator=(const WorkspaceLease&) = delete;
-
-  [[nodiscard]] Workspace& operator*() const { return *workspace_; }
-
-  // Gives back what the result does not need if the whole is too much to keep, so that it does not
-  // stand beside the result's Python objects.
-  void shrink() const {
-    if (workspace_->footprint() > kKeptBytes) workspace_->graph.release();
-  }
-
- private:
-  // Enough for ten thousand nodes with short edges; the editor should not miss it.
-  static constexpr std::size_t kKeptBytes = std::size_t{1} << 25U;
-
-  State& state_;
-  std::unique_ptr<Workspace> workspace_;
-};
 
 // Makes result points. Neighbouring points of an orthogonal route share a coordinate, and then they
 // share its float object too.
@@ -118,16 +85,15 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
                                     &nodes, &edges, &options, &component_gap) == 0) {
       return nullptr;
     }
-    State& state = state_of(module);
+    const State& state = state_of(module);
     const vorn_layered::LayoutOptions read = read_options(state, options);
     const Ref node_list = check(PySequence_List(nodes));
     const Ref edge_list = check(PySequence_List(edges));
-    const WorkspaceLease workspace(state);
-    PythonReader reader(state, (*workspace).texts);
+    Arena texts;
+    PythonReader reader(state, texts);
     const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
                                         reader);
-    const LayoutResult& result = vorn_layered::layout(payload, read, component_gap, *workspace);
-    workspace.shrink();
+    const LayoutResult result = vorn_layered::layout(payload, read, component_gap, texts);
     const CollectorPause pause;
     const Ref positions = position_map(result);
     const Ref routes = route_map(result);
@@ -201,9 +167,8 @@ Exceptions of the caller's own objects pass through. There is no partial result.
 Notes
 -----
 Near-linear in nodes, edges and the layers that edges cross, beside network simplex in parts of
-up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Up to 32 MiB of
-working memory, and nothing else, are kept for the next call. Equal calls give equal results to
-the last bit, on every machine with IEEE arithmetic.
+up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Equal calls
+give equal results to the last bit, on every machine with IEEE arithmetic.
 
 The approach is that of Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
 Hierarchical System Structures" (1981); the functions of the phases name their own papers.

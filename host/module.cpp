@@ -81,11 +81,7 @@ int clear(PyObject* module) {
   });
 }
 
-void release(void* module) {
-  clear(static_cast<PyObject*>(module));
-  State* const state = static_cast<State*>(PyModule_GetState(static_cast<PyObject*>(module)));
-  if (state != nullptr) delete std::exchange(state->workspace, nullptr);
-}
+void release(void* module) { clear(static_cast<PyObject*>(module)); }
 
 PyModuleDef_Slot slots[] = {
     {Py_mod_exec, reinterpret_cast<void*>(execute)},

@@ -1,4 +1,4 @@
-// What the module holds between calls, one set per interpreter: constants, and memory to work in.
+// What the module holds between calls: constants only, one set per interpreter.
 
 #ifndef QUILLAN_HOST_STATE_HPP_
 #define QUILLAN_HOST_STATE_HPP_
@@ -6,7 +6,6 @@
 #include <array>
 
 #include "core/exchange/value.hpp"
-#include "core/vorn_layered.hpp"
 #include "host/python.hpp"
 
 namespace quillan::host {
@@ -80,8 +79,6 @@ struct State {
   PyObject* lnode;
   PyObject* ledge;
   PyObject* lgraph;
-  // What the last layout() worked in, or null; owned.
-  vorn_layered::Workspace* workspace;
 
   [[nodiscard]] PyObject* key(vorn_layered::Key key) const {
     return keys[static_cast<std::size_t>(key)];

@@ -12,53 +12,50 @@ namespace quillan::vorn_layered {
 namespace {
 constexpr std::size_t kFirstBlock = std::size_t{1} << 14U;
 constexpr std::size_t kLargestGrowth = std::size_t{1} << 25U;
+}  // namespace
 
-// Asks for large pages where the system gives them on request: a big block then costs a few page
-// faults in place of thousands, and its records fewer misses of the address cache.
-void prefer_large_pages([[maybe_unused]] std::byte* bytes, [[maybe_unused]] std::size_t size) {
+std::unique_ptr<std::byte[]> take_block(std::size_t size) noexcept {
+  // operator new aligns for every fundamental type, which covers all that an arena holds.
+  std::unique_ptr<std::byte[]> block(new (std::nothrow) std::byte[size]);
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   constexpr std::size_t kPage = std::size_t{1} << 21U;
-  void* start = bytes;
-  if (std::align(kPage, kPage, start, size) == nullptr) return;
-  // Whether it is granted makes no difference to what is in the pages.
-  static_cast<void>(madvise(start, size & ~(kPage - 1), MADV_HUGEPAGE));
+  void* start = block.get();
+  if (start != nullptr && std::align(kPage, kPage, start, size) != nullptr) {
+    // Whether it is granted makes no difference to what is in the pages.
+    static_cast<void>(madvise(start, size & ~(kPage - 1), MADV_HUGEPAGE));
+  }
 #endif
+  return block;
 }
-}  // namespace
 
 void* Arena::allocate_in_next_block(std::size_t size) {
   std::size_t next = blocks_.empty() ? 0 : block_ + 1;
   // A block kept from an earlier use may be too small for this request; it is dropped, so that the
   // blocks in use stay a prefix of the list.
-  while (next < blocks_.size() && blocks_[next].size < size) {
+  while (next < blocks_.size() && blocks_[next].bytes.size() < size) {
     blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(next));
   }
   if (next == blocks_.size()) {
-    const std::size_t grown =
-        blocks_.empty() ? kFirstBlock : std::min(blocks_.back().size * 2, kLargestGrowth);
+    const std::size_t last = blocks_.empty() ? 0 : blocks_.back().bytes.size();
+    const std::size_t grown = std::clamp(last * 2, kFirstBlock, kLargestGrowth);
     const std::size_t wanted = std::max(grown, size);
-    // operator new aligns for every fundamental type, which covers all that an arena holds.
-    blocks_.push_back({std::unique_ptr<std::byte[]>(new std::byte[wanted]), wanted});
-    prefer_large_pages(blocks_.back().bytes.get(), wanted);
+    std::unique_ptr<std::byte[]> block = take_block(wanted);
+    if (!block) throw std::bad_alloc();
+    const std::span<std::byte> bytes(block.get(), wanted);
+    blocks_.push_back({std::move(block), bytes});
   }
   block_ = next;
-  base_ = blocks_[next].bytes.get();
-  capacity_ = blocks_[next].size;
+  base_ = blocks_[next].bytes.data();
+  capacity_ = blocks_[next].bytes.size();
   used_ = size;
   return base_;
-}
-
-std::size_t Arena::footprint() const {
-  std::size_t bytes = 0;
-  for (const Block& block : blocks_) bytes += block.size;
-  return bytes;
 }
 
 void Arena::rewind(std::size_t block, std::size_t used) {
   block_ = block;
   used_ = used;
-  base_ = blocks_.empty() ? nullptr : blocks_[block].bytes.get();
-  capacity_ = blocks_.empty() ? 0 : blocks_[block].size;
+  base_ = blocks_.empty() ? nullptr : blocks_[block].bytes.data();
+  capacity_ = blocks_.empty() ? 0 : blocks_[block].bytes.size();
 }
 
 }  // namespace quillan::vorn_layered

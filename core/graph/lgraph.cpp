@@ -120,16 +120,4 @@ void LGraph::clear() {
   arena.clear();
 }
 
-void LGraph::release() {
-  clear();
-  arena.release();
-  scratch.release();
-}
-
-std::size_t LGraph::footprint() const {
-  return nodes.capacity() * sizeof(LNode*) + edges.capacity() * sizeof(LEdge*) +
-         origins.capacity() * sizeof(Origin) + layers.footprint() + arena.footprint() +
-         scratch.footprint();
-}
-
 }  // namespace quillan::vorn_layered

@@ -112,10 +112,6 @@ class Layers {
     nodes_.clear();
     starts_.assign(1, 0);
   }
-  // The bytes that clear() keeps.
-  [[nodiscard]] std::size_t footprint() const {
-    return nodes_.capacity() * sizeof(LNode*) + starts_.capacity() * sizeof(std::int32_t);
-  }
   // Makes `sizes.size()` layers of these sizes with empty slots.
   void resize(std::span<const std::int32_t> sizes);
   // Appends a layer holding `members`.
@@ -168,10 +164,6 @@ class LGraph {
 
   // Empties the graph for another component and keeps its memory.
   void clear();
-  // Empties the graph and gives back all memory of its records.
-  void release();
-  // The bytes that clear() keeps.
-  [[nodiscard]] std::size_t footprint() const;
 
   Arena arena;            // the records
   Arena scratch;          // working arrays; every phase gives back what it took

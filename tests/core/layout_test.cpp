@@ -131,7 +131,6 @@ void draw_payload(Random& random, bool transposed, List& nodes, List& edges) {
 }
 
 TEST(Laws, TwoCallsGiveEqualBitsAndDownIsRightTransposed) {
-  Workspace workspace;  // of all layouts: none may leave a trace in the next
   for (std::uint64_t seed = 0; seed < 1000; ++seed) {
     Bits first;
     for (int run = 0; run < 3; ++run) {
@@ -143,8 +142,8 @@ TEST(Laws, TwoCallsGiveEqualBitsAndDownIsRightTransposed) {
       LayoutOptions options = random_options(random);
       options.direction = transposed ? Direction::DOWN : Direction::RIGHT;
       PayloadCase made(std::move(nodes), std::move(edges));
-      workspace.clear();
-      const Bits bits = bits_of(layout(made.payload, options, 12.3, workspace), transposed);
+      Arena texts;
+      const Bits bits = bits_of(layout(made.payload, options, 12.3, texts), transposed);
       if (run == 0) first = bits;
       ASSERT_EQ(bits, first) << "seed " << seed << ", run " << run;
     }
@@ -161,8 +160,8 @@ void expect_result(std::int32_t count, std::size_t routes, const Sources& source
     edges.emplace_back(link(sources(i), i));
   }
   PayloadCase made(std::move(nodes), std::move(edges));
-  Workspace workspace;
-  const LayoutResult& result = layout(made.payload, LayoutOptions(), 80.0, workspace);
+  Arena texts;
+  const LayoutResult result = layout(made.payload, LayoutOptions(), 80.0, texts);
   EXPECT_EQ(result.positions.size(), static_cast<std::size_t>(count));
   EXPECT_EQ(result.routes.routes.size(), routes);
 }

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <new>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,6 +34,24 @@ TEST(Arena, FrameGivesBackWhatItTookAndNothingElse) {
   EXPECT_EQ(std::count(outer.begin(), outer.end(), 7), 1000);
   EXPECT_EQ(arena.raw_array<std::size_t>(1).data(), first);
   EXPECT_THROW(arena.raw_array<double>(static_cast<std::size_t>(-1) / 8), std::bad_alloc);
+}
+
+TEST(Arena, BeginsInLentMemoryAndGoesOnInItsOwn) {
+  alignas(std::max_align_t) std::array<std::byte, 64> lent;
+  Arena arena;
+  arena.begin_in(lent);
+  const auto is_lent = [&lent](const auto& items) {
+    const std::byte* bytes = std::as_bytes(std::span(items)).data();
+    return bytes >= lent.data() && bytes < lent.data() + lent.size();
+  };
+  for (int round = 0; round < 2; ++round) {
+    const std::span<int> first = arena.array<int>(10, 1);
+    const std::span<int> second = arena.array<int>(10, 2);
+    EXPECT_TRUE(is_lent(first));
+    EXPECT_FALSE(is_lent(second));
+    EXPECT_EQ(std::count(first.begin(), first.end(), 1), 10);
+    arena.clear();
+  }
 }
 
 TEST(IndexSet, AgreesWithAnOrderedSet) {
