@@ -39,16 +39,16 @@ Ref Fields::text(Field field) const {
   return text_form(value.get());
 }
 
-Ref Fields::list(Field field) const {
+Ref Fields::list_items(Field field) const {
   const Ref value = get(field);
   if (!PyList_Check(value.get())) wrong_type(field, "a list", value.get());
-  return check(PyList_GetSlice(value.get(), 0, PyList_GET_SIZE(value.get())));
+  return check(PyList_AsTuple(value.get()));
 }
 
-Ref Fields::dictionary(Field field) const {
+Ref Fields::dict_items(Field field) const {
   const Ref value = get(field);
   if (!PyDict_Check(value.get())) wrong_type(field, "a dict", value.get());
-  return check(PyDict_Copy(value.get()));
+  return check(PyList_AsTuple(check(PyDict_Items(value.get())).get()));
 }
 
 Ref Fields::instance(Field field, PyObject* type) const {

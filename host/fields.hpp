@@ -22,9 +22,11 @@ class Fields {
   [[nodiscard]] bool truth(Field field) const {
     return check(PyObject_IsTrue(get(field).get())) != 0;
   }
-  [[nodiscard]] Ref text(Field field) const;        // an exact str
-  [[nodiscard]] Ref list(Field field) const;        // a copy: later code may change the original
-  [[nodiscard]] Ref dictionary(Field field) const;  // a copy
+  [[nodiscard]] Ref text(Field field) const;  // an exact str
+  // The items of a list, and the (key, value) pairs of a dict, as tuples: later code may change the
+  // originals.
+  [[nodiscard]] Ref list_items(Field field) const;
+  [[nodiscard]] Ref dict_items(Field field) const;
   [[nodiscard]] Ref instance(Field field, PyObject* type) const;
 
   // Fails with "LNode 'a': MESSAGE"; `format` may name one object.

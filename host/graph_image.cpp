@@ -18,8 +18,19 @@ using vorn_layered::Text;
 
 namespace {
 
-Py_ssize_t size_of(const Ref& list) { return PyList_GET_SIZE(list.get()); }
-PyObject* item_of(const Ref& list, Py_ssize_t index) { return PyList_GET_ITEM(list.get(), index); }
+Py_ssize_t size_of(const Ref& items) { return PyTuple_GET_SIZE(items.get()); }
+PyObject* item_of(const Ref& items, Py_ssize_t index) {
+  return PyTuple_GET_ITEM(items.get(), index);
+}
+
+// Calls `visit` with each key and value of pairs from Fields::dict_items().
+template <typename Visit>
+void for_each_pair(const Ref& pairs, Visit visit) {
+  for (Py_ssize_t i = 0; i < size_of(pairs); ++i) {
+    PyObject* const pair = item_of(pairs, i);
+    visit(PyTuple_GET_ITEM(pair, 0), PyTuple_GET_ITEM(pair, 1));
+  }
+}
 
 // The index of `value` among the members of an enumeration, which are their own names as text.
 int member_of(const Fields& fields, Field field, const char* first, const char* second) {
@@ -68,9 +79,9 @@ GraphImage::GraphImage(const State& state, PyObject* record, LayerUse layer_use)
 }
 
 void GraphImage::read_nodes() {
-  const Ref list = Fields(state_, record_).list(Field::kNodes);
-  for (Py_ssize_t i = 0; i < size_of(list); ++i) {
-    PyObject* const record = item_of(list, i);
+  const Ref items = Fields(state_, record_).list_items(Field::kNodes);
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    PyObject* const record = item_of(items, i);
     require_instance(record, state_.lnode, "LGraph.nodes");
     if (!nodes_.emplace(record, nullptr).second) {
       Fields(state_, record).fail(PyExc_ValueError, "stands twice in LGraph.nodes");
@@ -100,11 +111,11 @@ LNode* GraphImage::read_node(PyObject* record) {
 
 void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
   const bool in = side == PortSide::WEST;
-  const Ref list = Fields(state_, record).list(in ? Field::kInPorts : Field::kOutPorts);
+  const Ref items = Fields(state_, record).list_items(in ? Field::kInPorts : Field::kOutPorts);
   const std::span<LPort> ports =
-      graph.add_ports(node, side, static_cast<std::int32_t>(size_of(list)));
-  for (Py_ssize_t i = 0; i < size_of(list); ++i) {
-    PyObject* const port_record = item_of(list, i);
+      graph.add_ports(node, side, static_cast<std::int32_t>(size_of(items)));
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    PyObject* const port_record = item_of(items, i);
     require_instance(port_record, state_.lport, in ? "LNode.in_ports" : "LNode.out_ports");
     const Fields fields(state_, port_record);
     if (fields.get(Field::kNode).get() != record) {
@@ -147,10 +158,10 @@ LPort* GraphImage::port_of(PyObject* edge, Field field) {
 
 void GraphImage::read_bend_points(PyObject* record, LEdge& edge) {
   const Fields fields(state_, record);
-  const Ref list = fields.list(Field::kBendPoints);
-  edge.bend_points = graph.arena.array<Point>(static_cast<std::size_t>(size_of(list)), Point{});
-  for (Py_ssize_t i = 0; i < size_of(list); ++i) {
-    edge.bend_points[i] = read_point(fields, item_of(list, i));
+  const Ref items = fields.list_items(Field::kBendPoints);
+  edge.bend_points = graph.arena.array<Point>(static_cast<std::size_t>(size_of(items)), Point{});
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    edge.bend_points[i] = read_point(fields, item_of(items, i));
   }
 }
 
@@ -173,11 +184,11 @@ LEdge* GraphImage::read_edge(PyObject* record) {
 }
 
 void GraphImage::read_edges() {
-  const Ref list = Fields(state_, record_).list(Field::kEdges);
-  for (Py_ssize_t i = 0; i < size_of(list); ++i) {
-    LEdge* edge = read_edge(item_of(list, i));
+  const Ref items = Fields(state_, record_).list_items(Field::kEdges);
+  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
+    LEdge* edge = read_edge(item_of(items, i));
     if (edge->position >= 0) {
-      Fields(state_, item_of(list, i)).fail(PyExc_ValueError, "stands twice in LGraph.edges");
+      Fields(state_, item_of(items, i)).fail(PyExc_ValueError, "stands twice in LGraph.edges");
     }
     edge->position = static_cast<std::int32_t>(i);
     graph.edges.push_back(edge);
@@ -186,22 +197,18 @@ void GraphImage::read_edges() {
 
 void GraphImage::read_chains() {
   const Fields fields(state_, record_);
-  const Ref chains = fields.dictionary(Field::kChains);
-  PyObject* key = nullptr;
-  PyObject* value = nullptr;
+  const Ref chains = fields.dict_items(Field::kChains);
   // Keys first, so that the origins stand in the order of the mapping.
-  for (Py_ssize_t at = 0; PyDict_Next(chains.get(), &at, &key, &value) != 0;) {
+  for_each_pair(chains, [&](PyObject* key, PyObject* value) {
     if (!PyUnicode_Check(key)) fields.wrong_type(Field::kChains, "a dict with str keys", key);
     if (!PyList_Check(value)) fields.wrong_type(Field::kChains, "a dict of lists", value);
     graph.origins[origin_of(key)].has_chain = true;
-  }
-  for (Py_ssize_t at = 0; PyDict_Next(chains.get(), &at, &key, &value) != 0;) {
-    read_chain(key, value);
-  }
+  });
+  for_each_pair(chains, [&](PyObject* key, PyObject* value) { read_chain(key, value); });
 }
 
 void GraphImage::read_chain(PyObject* key, PyObject* list) {
-  const Ref items = check(PyList_GetSlice(list, 0, PyList_GET_SIZE(list)));
+  const Ref items = check(PyList_AsTuple(list));
   const std::int32_t origin = origin_of(key);
   const std::size_t known = edges_.size();
   const std::span<LEdge*> chain =
@@ -222,22 +229,20 @@ void GraphImage::read_chain(PyObject* key, PyObject* list) {
 
 void GraphImage::read_reversed_originals() {
   const Fields fields(state_, record_);
-  const Ref reversed = fields.dictionary(Field::kReversedOriginals);
-  PyObject* key = nullptr;
-  PyObject* value = nullptr;
-  for (Py_ssize_t at = 0; PyDict_Next(reversed.get(), &at, &key, &value) != 0;) {
+  const Ref reversed = fields.dict_items(Field::kReversedOriginals);
+  for_each_pair(reversed, [&](PyObject* key, PyObject* value) {
     if (!PyUnicode_Check(key)) {
       fields.wrong_type(Field::kReversedOriginals, "a dict with str keys", key);
     }
     Origin& origin = graph.origins[origin_of(key)];
     origin.has_reversed = true;
     origin.reversed = check(PyObject_IsTrue(value)) != 0;
-  }
+  });
 }
 
 void GraphImage::read_layers() {
   const Fields fields(state_, record_);
-  const Ref lists = fields.list(Field::kLayers);
+  const Ref lists = fields.list_items(Field::kLayers);
   if (size_of(lists) == 0) return;
   std::vector<bool> seen(graph.nodes.size(), false);
   for (Py_ssize_t i = 0; i < size_of(lists); ++i) read_layer(item_of(lists, i), seen);
@@ -251,7 +256,7 @@ void GraphImage::read_layers() {
 void GraphImage::read_layer(PyObject* list, std::vector<bool>& seen) {
   const Fields fields(state_, record_);
   if (!PyList_Check(list)) fields.wrong_type(Field::kLayers, "a list of lists", list);
-  const Ref items = check(PyList_GetSlice(list, 0, PyList_GET_SIZE(list)));
+  const Ref items = check(PyList_AsTuple(list));
   std::vector<LNode*> members;
   for (Py_ssize_t i = 0; i < size_of(items); ++i) {
     PyObject* const record = item_of(items, i);

@@ -87,11 +87,11 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
     }
     const State& state = state_of(module);
     const vorn_layered::LayoutOptions read = read_options(state, options);
-    const Ref node_list = check(PySequence_List(nodes));
-    const Ref edge_list = check(PySequence_List(edges));
+    const Ref node_items = check(PySequence_Tuple(nodes));
+    const Ref edge_items = check(PySequence_Tuple(edges));
     Arena texts;
     PythonReader reader(state, texts);
-    const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
+    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
                                         reader);
     const LayoutResult result = vorn_layered::layout(payload, read, component_gap, texts);
     const CollectorPause pause;

@@ -74,11 +74,11 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
     const Ref given = options == Py_None ? check(PyObject_CallNoArgs(state.layout_options))
                                          : Ref::borrow(options);
     const Ref resolved = resolved_options(state, given.get());
-    const Ref node_list = check(PySequence_List(nodes));
-    const Ref edge_list = check(PySequence_List(edges));
+    const Ref node_items = check(PySequence_Tuple(nodes));
+    const Ref edge_items = check(PySequence_Tuple(edges));
     LGraph graph(read_options(state, resolved.get()));
     PythonReader reader(state, graph.arena);
-    const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
+    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
                                         reader);
     vorn_layered::build_graph(payload, graph);
     return new_graph_record(state, graph, resolved.get()).release();
@@ -130,11 +130,11 @@ PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
   });
 }
 
-Ref members_of(PyObject* list, std::span<const std::int32_t> positions) {
+Ref members_of(PyObject* items, std::span<const std::int32_t> positions) {
   Ref members = check(PyList_New(static_cast<Py_ssize_t>(positions.size())));
   for (std::size_t i = 0; i < positions.size(); ++i) {
     PyList_SET_ITEM(members.get(), static_cast<Py_ssize_t>(i),
-                    Py_NewRef(PyList_GET_ITEM(list, positions[i])));
+                    Py_NewRef(PyTuple_GET_ITEM(items, positions[i])));
   }
   return members;
 }
@@ -148,17 +148,17 @@ PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject
                                     const_cast<char**>(keywords), &nodes, &edges) == 0) {
       return nullptr;
     }
-    const Ref node_list = check(PySequence_List(nodes));
-    const Ref edge_list = check(PySequence_List(edges));
+    const Ref node_items = check(PySequence_Tuple(nodes));
+    const Ref edge_items = check(PySequence_Tuple(edges));
     Arena texts;
     PythonReader reader(state_of(module), texts);
-    const vorn_layered::Payload payload(items_of(node_list.get()), items_of(edge_list.get()),
+    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
                                         reader);
     const vorn_layered::Components found = vorn_layered::weakly_connected_components(payload);
     Ref result = check(PyList_New(static_cast<Py_ssize_t>(found.size())));
     for (std::size_t i = 0; i < found.size(); ++i) {
-      const Ref member_nodes = members_of(node_list.get(), found.member_nodes(i));
-      const Ref member_edges = members_of(edge_list.get(), found.member_edges(i));
+      const Ref member_nodes = members_of(node_items.get(), found.member_nodes(i));
+      const Ref member_edges = members_of(edge_items.get(), found.member_edges(i));
       PyList_SET_ITEM(result.get(), static_cast<Py_ssize_t>(i),
                       check(PyTuple_Pack(2, member_nodes.get(), member_edges.get())).release());
     }

@@ -214,11 +214,11 @@ void PythonReader::prefetch(Handle far, Handle near) noexcept {
 
 void PythonReader::release(Handle value) noexcept { Py_DECREF(object(value)); }
 
-std::span<const Handle> items_of(PyObject* list) {
+std::span<const Handle> items_of(PyObject* tuple) {
   static_assert(sizeof(Handle) == sizeof(PyObject*));
   // An object pointer read as a void pointer: same size and representation wherever CPython runs.
-  return {reinterpret_cast<Handle*>(PySequence_Fast_ITEMS(list)),
-          static_cast<std::size_t>(PyList_GET_SIZE(list))};
+  return {reinterpret_cast<Handle*>(reinterpret_cast<PyTupleObject*>(tuple)->ob_item),
+          static_cast<std::size_t>(PyTuple_GET_SIZE(tuple))};
 }
 
 }  // namespace quillan::host

@@ -40,7 +40,8 @@ class PythonReader final : public vorn_layered::ValueReader {
 
  private:
   // Where a key was last found. Dictionaries made alike keep their keys in the same places, and
-  // looking there first saves most of the cost of a look-up.
+  // looking there first saves most of the cost of a look-up. Only with two keys equal to one text
+  // in one dictionary, which takes a str whose equality changes, may a look-up find the other one.
   struct Place {
     Ref key;                // the dictionary's own object for the key; none before the first find
     Py_ssize_t offset = 0;  // what PyDict_Next() takes to come to it
@@ -62,8 +63,10 @@ class PythonReader final : public vorn_layered::ValueReader {
 // The exact str that is the text form of `value`.
 Ref text_form(PyObject* value);
 
-// The handles of a list's items. The list must stay unchanged while they are used.
-std::span<const vorn_layered::Handle> items_of(PyObject* list);
+// The handles of a tuple's items. Not of a list's, even of one made for the purpose: the caller's
+// own code may run while the items are read, can come by any list through the collector, and empty
+// it.
+std::span<const vorn_layered::Handle> items_of(PyObject* tuple);
 
 }  // namespace quillan::host
 

@@ -30,13 +30,13 @@ void TreeLinks::exchange(std::int32_t a, std::int32_t b) {
 }
 
 void TreeLinks::add_to_tree(std::int32_t position) {
-  exchange(places_[2 * position], tree_ends_[edges_[position].tail]++);
-  exchange(places_[2 * position + 1], tree_ends_[edges_[position].head]++);
+  exchange(places_[std::size_t{2} * position], tree_ends_[edges_[position].tail]++);
+  exchange(places_[std::size_t{2} * position + 1], tree_ends_[edges_[position].head]++);
 }
 
 void TreeLinks::take_from_tree(std::int32_t position) {
-  exchange(places_[2 * position], --tree_ends_[edges_[position].tail]);
-  exchange(places_[2 * position + 1], --tree_ends_[edges_[position].head]);
+  exchange(places_[std::size_t{2} * position], --tree_ends_[edges_[position].tail]);
+  exchange(places_[std::size_t{2} * position + 1], --tree_ends_[edges_[position].head]);
 }
 
 }  // namespace quillan::vorn_layered

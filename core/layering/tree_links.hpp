@@ -3,6 +3,7 @@
 #ifndef QUILLAN_CORE_LAYERING_TREE_LINKS_HPP_
 #define QUILLAN_CORE_LAYERING_TREE_LINKS_HPP_
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -49,7 +50,7 @@ class TreeLinks {
  private:
   // Where in `links_` the edge stands as seen from its tail, or from its head.
   [[nodiscard]] std::int32_t& place(const TreeLink& link) {
-    return places_[2 * link.position() + (link.leaves() ? 0 : 1)];
+    return places_[std::size_t{2} * link.position() + (link.leaves() ? 0 : 1)];
   }
   void exchange(std::int32_t a, std::int32_t b);
 

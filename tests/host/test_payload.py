@@ -3,6 +3,7 @@
 import collections
 import copy
 import fractions
+import gc
 import random
 import types
 import unittest
@@ -223,6 +224,21 @@ class Containers(unittest.TestCase):
                 return super().get(key, default)
 
         self.assertEqual(layout(map(Nosy, PAIR), map(Nosy, WIRE)), PAIR_RESULT)
+
+    def test_containers_are_out_of_reach(self):
+        """The caller's code can come by lists through the collector, the engine's own too."""
+        class Vandal:
+            def __str__(self):
+                for found in gc.get_referrers(nodes[0]):
+                    if isinstance(found, list) and found is not nodes:
+                        found.clear()
+                return "v"
+
+        nodes = [{"id": Vandal()}, *({"id": number} for number in range(100))]
+        edges = [{"id": Vandal(), "source": 0, "target": 1} for _ in range(2)]
+        self.assertEqual(len(layout(nodes, edges)[0]), 101)
+        self.assertEqual(len(build_graph(nodes, edges).nodes), 101)
+        self.assertEqual(len(weakly_connected_components(nodes, edges)), 100)
 
     def test_results(self):
         self.assertEqual(layout([], WIRE), ({}, {}))

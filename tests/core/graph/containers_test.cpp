@@ -37,7 +37,7 @@ TEST(Arena, FrameGivesBackWhatItTookAndNothingElse) {
 }
 
 TEST(Arena, BeginsInLentMemoryAndGoesOnInItsOwn) {
-  alignas(std::max_align_t) std::array<std::byte, 64> lent;
+  alignas(std::max_align_t) std::array<std::byte, 64> lent{};
   Arena arena;
   arena.begin_in(lent);
   const auto is_lent = [&lent](const auto& items) {
