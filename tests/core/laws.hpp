@@ -1,0 +1,182 @@
+// Laws that hold for every graph that has been through all phases.
+
+#ifndef QUILLAN_TESTS_CORE_LAWS_HPP_
+#define QUILLAN_TESTS_CORE_LAWS_HPP_
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "core/graph/lgraph.hpp"
+#include "core/graph/spacing.hpp"
+#include "core/routing/route_edges.hpp"
+
+namespace quillan::vorn_layered::testing {
+
+// Says which law does not hold.
+struct BrokenLaw : std::logic_error {
+  using std::logic_error::logic_error;
+};
+
+inline void law(bool holds, const char* what) {
+  if (!holds) throw BrokenLaw(what);
+}
+
+inline void check_layers(const LGraph& graph) {
+  std::size_t members = 0;
+  for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
+    std::int32_t place = 0;
+    for (const LNode* node : graph.layers[layer]) {
+      law(node->layer == layer, "a node's layer is the one that lists it");
+      law(node->order == place++, "a node's order is its place");
+      ++members;
+    }
+  }
+  law(members == graph.nodes.size(), "layers hold every node once");
+}
+
+inline void check_chains(const LGraph& graph) {
+  for (const Origin& origin : graph.origins) {
+    const LPort* at = nullptr;
+    for (const LEdge* segment : origin.chain) {
+      law(segment->target_node()->layer == segment->source_node()->layer + 1,
+          "a segment joins neighbouring layers");
+      law(at == nullptr || (at->node == segment->source_node() && at->node->is_dummy()),
+          "the segments of a chain meet in a dummy");
+      law(graph.edges[segment->position] == segment, "a chain's segments are edges of the graph");
+      at = segment->target;
+    }
+    if (origin.chain.empty()) continue;
+    const LPort& first = *origin.chain.front()->source;
+    const LPort& last = *origin.chain.back()->target;
+    law(!first.node->is_dummy() && !last.node->is_dummy(), "a chain joins two real nodes");
+    law(first.side != last.side && (first.side == PortSide::EAST || origin.reversed),
+        "only a reversed edge starts at an input port");
+  }
+}
+
+// Given for a tolerance where the laws of geometry are not due.
+inline constexpr double NOT_DUE = std::numeric_limits<double>::quiet_NaN();
+
+// How far sums of this graph's lengths may be off; NOT_DUE where the laws of geometry are not due,
+// since a length is negative or something is not finite.
+inline double tolerance_of(const LGraph& graph) {
+  const LayoutOptions& options = graph.options;
+  std::vector<double> lengths{options.spacing_node_node, options.spacing_node_node_between_layers,
+                              options.spacing_edge_edge, options.spacing_edge_node};
+  std::vector<double> coordinates{options.padding_left, options.padding_top};
+  for (const LNode* node : graph.nodes) {
+    lengths.insert(lengths.end(), {node->width, node->height});
+    coordinates.insert(coordinates.end(), {node->x + node->width, node->y + node->height});
+    for (const LPort& port : node->in_ports) coordinates.push_back(port.y());
+    for (const LPort& port : node->out_ports) coordinates.push_back(port.y());
+  }
+  double scale = 1.0;
+  for (const double length : lengths) {
+    if (!(length >= 0.0)) return NOT_DUE;
+    scale = std::max(scale, length);
+  }
+  for (const double coordinate : coordinates) {
+    if (std::isnan(coordinate)) return coordinate;
+    scale = std::max(scale, std::abs(coordinate));
+  }
+  // Sums of the largest reals leave their range.
+  return scale > 1e300 ? NOT_DUE : scale * 1e-9;
+}
+
+inline void check_spacing(const LGraph& graph, std::span<LNode* const> layer, double tolerance) {
+  const LayoutOptions& options = graph.options;
+  // Where boxes without height may stand at one spot, their sequence cannot be told afterwards.
+  const double least =
+      std::min({options.spacing_node_node, options.spacing_edge_edge, options.spacing_edge_node});
+  std::vector<const LNode*> ordered(layer.begin(), layer.end());
+  std::sort(ordered.begin(), ordered.end(), [](const LNode* a, const LNode* b) {
+    return std::pair(a->y, a->height) < std::pair(b->y, b->height);
+  });
+  for (std::size_t i = 1; i < ordered.size(); ++i) {
+    const LNode& above = *ordered[i - 1];
+    const LNode& below = *ordered[i];
+    const double gap = least > 2 * tolerance ? _spacing_between(above, below, options) : 0.0;
+    law(below.y + tolerance >= above.y + above.height + gap, "boxes of a layer keep their spacing");
+  }
+}
+
+// The gap behind `layer`.
+inline void check_gap(const LGraph& graph, std::int32_t layer, double tolerance) {
+  double left = -std::numeric_limits<double>::infinity();
+  double right = std::numeric_limits<double>::infinity();
+  for (const LNode* node : graph.layers[layer]) left = std::max(left, node->x + node->width);
+  for (const LNode* node : graph.layers[layer + 1]) right = std::min(right, node->x);
+  law(right + tolerance >= left + graph.options.spacing_node_node_between_layers,
+      "layers keep their spacing");
+  std::vector<const LEdge*> bent;
+  for (const LEdge* edge : graph.edges) {
+    const bool here =
+        edge->source_node()->layer == layer && edge->target_node()->layer == layer + 1;
+    if (here && !edge->bend_points.empty()) bent.push_back(edge);
+  }
+  for (const LEdge* edge : bent) {
+    const double x = edge->bend_points[0].x;
+    law(x + tolerance >= left && x - tolerance <= right, "a bend lies in its gap");
+    for (const LEdge* other : bent) {
+      if (other == edge || other->bend_points[0].x != x) continue;
+      if (graph.options.spacing_edge_edge <= 2 * tolerance) continue;
+      const auto [low, high] = std::minmax({edge->source->y(), edge->target->y()});
+      const auto [other_low, other_high] = std::minmax({other->source->y(), other->target->y()});
+      law(high <= other_low || other_high <= low, "segments on one track do not overlap");
+    }
+  }
+}
+
+inline void check_geometry(const LGraph& graph) {
+  const double tolerance = tolerance_of(graph);
+  if (std::isnan(tolerance) || graph.nodes.empty()) return;
+  const auto less_x = [](const LNode* a, const LNode* b) { return a->x < b->x; };
+  const auto less_y = [](const LNode* a, const LNode* b) { return a->y < b->y; };
+  const LNode* first = *std::min_element(graph.nodes.begin(), graph.nodes.end(), less_x);
+  const LNode* top = *std::min_element(graph.nodes.begin(), graph.nodes.end(), less_y);
+  law(std::abs(first->x - graph.options.padding_left) <= tolerance,
+      "a drawing starts at its padding");
+  law(std::abs(top->y - graph.options.padding_top) <= tolerance, "a drawing starts at its padding");
+  for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
+    check_spacing(graph, graph.layers[layer], tolerance);
+    if (layer + 1 < graph.layers.size()) check_gap(graph, layer, tolerance);
+  }
+}
+
+inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+inline bool same(Point a, Point b) { return same(a.x, b.x) && same(a.y, b.y); }
+
+inline void check_bends(const LGraph& graph) {
+  const bool orthogonal = graph.options.edge_routing == "ORTHOGONAL";
+  for (const LEdge* edge : graph.edges) {
+    // A twin without a chain of its own is not split.
+    if (edge->target_node()->layer != edge->source_node()->layer + 1) continue;
+    const Interval ends{edge->source->y(), edge->target->y()};
+    const std::span<const Point> bends = edge->bend_points;
+    const bool steep = std::abs(ends.source - ends.target) > 0.5;
+    law(bends.size() == (orthogonal && steep ? 2 : 0), "two bends on an orthogonal way, none else");
+    if (bends.empty()) continue;
+    law(same(bends[0].x, bends[1].x) && same(bends[0].y, ends.source) &&
+            same(bends[1].y, ends.target),
+        "a route runs along the axes");
+  }
+}
+
+// Throws BrokenLaw. Geometry is looked at only where all lengths are finite and not negative.
+inline void check_laws(const LGraph& graph) {
+  check_layers(graph);
+  check_chains(graph);
+  check_bends(graph);
+  check_geometry(graph);
+}
+
+}  // namespace quillan::vorn_layered::testing
+
+#endif  // QUILLAN_TESTS_CORE_LAWS_HPP_
