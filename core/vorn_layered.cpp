@@ -73,8 +73,8 @@ std::size_t largest(const Components& components) {
 // was at most 32 MiB (mallopt(3), M_TRIM_THRESHOLD). Blocks that double each exceed this together,
 // one large block does not.
 std::unique_ptr<std::byte[]> make_room(LGraph& graph, std::size_t elements) {
-  // Twice what the records and the working arrays of graphs with short edges take. What is never
-  // touched costs nothing.
+  // More than twice what the records and the working arrays of graphs with short edges take. What
+  // is never touched costs nothing.
   constexpr std::size_t kRecordBytes = 512;
   constexpr std::size_t kWorkingBytes = 256;
   constexpr std::size_t kLargestKept = std::size_t{1} << 25U;

@@ -126,13 +126,13 @@ PyObject* PythonReader::find_at(const Place& place, PyObject* dict) {
 PyObject* PythonReader::find(PyObject* dict, Key key) {
   Place& place = places_[static_cast<std::size_t>(key)];
   if (PyObject* const value = find_at(place, dict)) {
-    place.credit = std::min(place.credit + 1, 8);
+    place.credit = std::min(place.credit + 1, kMostCredit);
     return value;
   }
   PyObject* const value = PyDict_GetItemWithError(dict, state_.key(key));
   if (value == nullptr && PyErr_Occurred()) throw PythonError();
-  if (value != nullptr && place.credit >= 4) {
-    place.credit -= 4;
+  if (value != nullptr && place.credit >= kSearch) {
+    place.credit -= kSearch;
     learn(place, dict, KEY_TEXTS[static_cast<std::size_t>(key)]);
   }
   return value;

@@ -9,11 +9,6 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-Range range_of(std::span<const EndKey> keys) {
-  if (keys.empty()) return {0, 0, 0, nullptr};
-  return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
-}
-
 // Whether every node has one key on side `sorted` and at most one on side `free`, and the layer
 // stands in ascending order of the former.
 bool is_plain(std::span<const Entry> entries, Range Entry::*sorted, Range Entry::*free) {

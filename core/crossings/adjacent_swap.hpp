@@ -10,9 +10,6 @@
 
 namespace quillan::vorn_layered {
 
-// The pairs (a from `left`, b from `right`) with b < a. REQUIRES: `right` ascending. a log b.
-std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right);
-
 // Refines `ordered`, the slots of one layer, in place: scans over all adjacent pairs, each
 // exchanging a pair when that strictly lowers the crossings towards both neighbouring layers
 // together, until a scan makes no exchange or 4 m scans were made. REQUIRES: fresh keys of both

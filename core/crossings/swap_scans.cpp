@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/crossings/adjacent_swap.hpp"
-
 namespace quillan::vorn_layered {
 
 namespace {
@@ -51,6 +49,14 @@ std::int64_t gain_of_keys(const Range& first, const Range& second) {
 
 }  // namespace
 
+std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right) {
+  std::int64_t count = 0;
+  for (const EndKey value : left) {
+    count += std::lower_bound(right.begin(), right.end(), value) - right.begin();
+  }
+  return count;
+}
+
 bool should_swap(const Entry& first, const Entry& second) {
   SideGain up = gain_of_ranges(first.up, second.up);
   SideGain down = gain_of_ranges(first.down, second.down);
@@ -84,7 +90,7 @@ std::size_t SwapScans::scan_all() {
 std::size_t SwapScans::scan_moved(std::size_t moved_count) {
   const std::span<Entry> entries = entries_;
   const std::span<const std::int32_t> moved = moved_.first(moved_count);
-  const std::int32_t last = static_cast<std::int32_t>(entries.size()) - 1;
+  const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
   std::size_t count = 0;
   for (std::size_t turn = 0; turn < moved.size();) {
     std::int32_t index = moved[turn++];
@@ -96,7 +102,7 @@ std::size_t SwapScans::scan_moved(std::size_t moved_count) {
       again_[count++] = index - 1;
       ++index;
       if (turn < moved.size() && moved[turn] == index) ++turn;
-    } while (index < last && should_swap(carried, entries[index + 1]));
+    } while (index < pairs && should_swap(carried, entries[index + 1]));
     entries[index] = carried;
   }
   return count;
@@ -112,14 +118,6 @@ bool SwapScans::run(std::int64_t exchanges) {
     ++scans_;
   }
   return true;
-}
-
-std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right) {
-  std::int64_t count = 0;
-  for (const EndKey value : left) {
-    count += std::lower_bound(right.begin(), right.end(), value) - right.begin();
-  }
-  return count;
 }
 
 }  // namespace quillan::vorn_layered

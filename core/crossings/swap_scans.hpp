@@ -18,12 +18,21 @@ struct Range {
   const EndKey* keys;
 };
 
+// REQUIRES: `keys` ascending; they outlive the range.
+inline Range range_of(std::span<const EndKey> keys) {
+  if (keys.empty()) return {0, 0, 0, nullptr};
+  return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
+}
+
 // A node of the layer. Towards a layer that does not exist it has no keys.
 struct Entry {
   Range up;
   Range down;
   std::int32_t slot;
 };
+
+// The pairs (a from `left`, b from `right`) with b < a. REQUIRES: `right` ascending. a log b.
+std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right);
 
 // Whether `second` right behind `first` should change places with it: whether that strictly lowers
 // the crossings towards both neighbouring layers together. For two given nodes at most one way

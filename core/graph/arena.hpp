@@ -24,11 +24,6 @@
 
 namespace quillan::vorn_layered {
 
-// Uninitialised bytes, aligned for every fundamental type. Asks for large pages where the system
-// gives them on request: a big block then costs a few page faults in place of thousands, and its
-// records fewer misses of the address cache. Null if there is no memory.
-std::unique_ptr<std::byte[]> take_block(std::size_t size) noexcept;
-
 class Arena {
  public:
   Arena() = default;
@@ -106,6 +101,11 @@ class Arena {
   std::size_t capacity_ = 0;
   std::byte* base_ = nullptr;
 };
+
+// Uninitialised bytes, aligned for every fundamental type. Asks for large pages where the system
+// gives them on request: a big block then costs a few page faults in place of thousands, and its
+// records fewer misses of the address cache. Null if there is no memory.
+std::unique_ptr<std::byte[]> take_block(std::size_t size) noexcept;
 
 }  // namespace quillan::vorn_layered
 

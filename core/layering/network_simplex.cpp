@@ -248,7 +248,6 @@ void _NetworkSimplex::_compute_cut_values() {
       set_cut(position, 0);
       continue;
     }
-    links_.add_to_tree(position);
     const std::int32_t child = child_of(position);
     set_cut(position, child == edges[position].head ? surplus[child] : -surplus[child]);
   }
@@ -377,6 +376,9 @@ std::vector<std::int32_t> _NetworkSimplex::solve() {
   _feasible_tree();
   _number_tree();
   _compute_cut_values();
+  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
+    if (in_tree[position]) links_.add_to_tree(position);
+  }
   // An edge out of the tree has no path in it to pivot along; the ranks stay as they are.
   const std::int32_t limit = closed_ ? std::min(4 * count, kPivotCap) : 0;
   for (std::int32_t pivot = 0; pivot < limit; ++pivot) {

@@ -55,9 +55,8 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void _feasible_tree();
   // Postorder numbers from node 0: sets parent_edge, lim and low. Linear.
   void _number_tree();
-  // All cut values from scratch. REQUIRES: the numbering of the current tree, and that this is
-  // called once. Linear: a cut value is the sum of in-degree minus out-degree over the subtree
-  // below the edge, with a sign.
+  // All cut values from scratch. REQUIRES: the numbering of the current tree. Linear: a cut value
+  // is the sum of in-degree minus out-degree over the subtree below the edge, with a sign.
   void _compute_cut_values();
   // REQUIRES: the numbering of the current tree.
   [[nodiscard]] bool _in_subtree(std::int32_t node, std::int32_t root) const {
@@ -102,7 +101,7 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   void reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering);
 
   Arena& scratch_;
-  TreeLinks links_;                // follow `in_tree` from _compute_cut_values() on
+  TreeLinks links_;                // follow `in_tree` while solve() pivots
   IndexSet negative_;              // tree edges of negative cut value
   std::span<std::int32_t> size_;   // per node: the nodes of its subtree
   std::span<std::int32_t> side_;   // per node: the stamp of the last search that reached it

@@ -128,10 +128,7 @@ TEST(AdjacentSwap, HubsOfAnySizeAreWeighedAgainstEachOther) {
     };
     const Keys first = draw();
     const Keys second = draw();
-    const auto entry = [](const Keys& keys) {
-      const auto size = static_cast<std::int32_t>(keys.size());
-      return Entry{{keys.front(), keys.back(), size, keys.data()}, {0, 0, 0, nullptr}, 0};
-    };
+    const auto entry = [](const Keys& keys) { return Entry{range_of(keys), range_of({}), 0}; };
     std::int64_t gain = 0;
     for (const EndKey a : first) {
       for (const EndKey b : second) gain += a > b ? 1 : a < b ? -1 : 0;

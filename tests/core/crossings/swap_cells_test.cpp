@@ -26,7 +26,7 @@ class Tangle {
       lower_[i] = draw(random, i, random.pick({0, 1, 1, 2, 4}), noise);
     }
     for (const std::int32_t i : random.permutation(size)) {
-      entries.push_back({range(upper_[i]), range(lower_[i]), i});
+      entries.push_back({range_of(upper_[i]), range_of(lower_[i]), i});
     }
     if (random.chance(30)) {
       for (Entry& entry : entries) std::swap(entry.up, entry.down);
@@ -43,11 +43,6 @@ class Tangle {
     for (EndKey& key : keys) key = at * 4 + (random.chance(20) ? random.below(noise) : 0);
     std::sort(keys.begin(), keys.end());
     return keys;
-  }
-
-  static Range range(const Keys& keys) {
-    if (keys.empty()) return {0, 0, 0, nullptr};
-    return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
   }
 
   std::vector<Keys> upper_;
