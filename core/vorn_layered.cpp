@@ -5,11 +5,11 @@
 #include <memory>
 #include <span>
 
+#include "core/base/reals.hpp"
 #include "core/components.hpp"
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/cycles/break_cycles.hpp"
 #include "core/exchange/build_graph.hpp"
-#include "core/graph/spacing.hpp"
 #include "core/layering/assign_layers.hpp"
 #include "core/placement/place_nodes.hpp"
 #include "core/routing/route_edges.hpp"

@@ -13,13 +13,13 @@
 #include <vector>
 
 #include "core/analysis.hpp"
+#include "core/base/faults.hpp"
 #include "core/components.hpp"
 #include "core/crossings/counting.hpp"
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/cycles/break_cycles.hpp"
 #include "core/exchange/build_graph.hpp"
 #include "core/exchange/results.hpp"
-#include "core/graph/faults.hpp"
 #include "core/layering/assign_layers.hpp"
 #include "core/vorn_layered.hpp"
 #include "tests/core/laws.hpp"

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/graph/faults.hpp"
+#include "core/base/faults.hpp"
 
 namespace quillan::host {
 

@@ -6,8 +6,8 @@
 #include <array>
 #include <vector>
 
+#include "core/base/arena.hpp"
 #include "core/exchange/value.hpp"
-#include "core/graph/arena.hpp"
 #include "host/state.hpp"
 
 namespace quillan::host {

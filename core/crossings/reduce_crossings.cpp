@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "core/analysis.hpp"
+#include "core/base/faults.hpp"
 #include "core/crossings/adjacent_swap.hpp"
 #include "core/crossings/counting.hpp"
 #include "core/crossings/neighbor_order.hpp"
-#include "core/graph/faults.hpp"
 
 namespace quillan::vorn_layered {
 

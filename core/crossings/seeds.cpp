@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/base/reals.hpp"
 #include "core/crossings/reduce_crossings.hpp"
-#include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
 

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "core/analysis.hpp"
+#include "core/base/index_set.hpp"
 #include "core/cycles/break_cycles.hpp"
-#include "core/graph/index_set.hpp"
 
 namespace quillan::vorn_layered {
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "core/base/reals.hpp"
 #include "core/cycles/break_cycles.hpp"
-#include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/graph/faults.hpp"
+#include "core/base/faults.hpp"
 
 namespace quillan::vorn_layered {
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "core/graph/spacing.hpp"
+#include "core/base/reals.hpp"
 
 namespace quillan::vorn_layered {
 

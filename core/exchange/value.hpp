@@ -13,7 +13,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/graph/text.hpp"
+#include "core/base/text.hpp"
 
 namespace quillan::vorn_layered {
 

@@ -19,9 +19,9 @@
 #include <string_view>
 #include <vector>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
+#include "core/base/text.hpp"
 #include "core/graph/options.hpp"
-#include "core/graph/text.hpp"
 #include "core/graph/vocabulary.hpp"
 
 namespace quillan::vorn_layered {

@@ -1,10 +1,7 @@
-// The clear distance along the cross axis between two neighbours of a layer, and the comparisons of
-// coordinates that stay usable when a caller's number is not a number.
+// The clear distance along the cross axis between two neighbours of a layer.
 
 #ifndef QUILLAN_CORE_GRAPH_SPACING_HPP_
 #define QUILLAN_CORE_GRAPH_SPACING_HPP_
-
-#include <cmath>
 
 #include "core/graph/lgraph.hpp"
 
@@ -18,19 +15,6 @@ inline double _spacing_between(bool a_is_dummy, bool b_is_dummy, const LayoutOpt
 
 inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptions& options) {
   return _spacing_between(a.is_dummy(), b.is_dummy(), options);
-}
-
-// `a` unless `b` is strictly larger, so that a not-a-number on the right is passed over.
-inline double larger(double a, double b) { return b > a ? b : a; }
-inline double smaller(double a, double b) { return b < a ? b : a; }
-
-// Negative, zero or positive as `a` sorts before, level with or behind `b`: the usual order of
-// reals, with every not-a-number level behind all others. Sorts need it, since `<` alone loses
-// transitivity of ties as soon as one value is not a number.
-inline int compare_reals(double a, double b) {
-  if (a < b) return -1;
-  if (a > b) return 1;
-  return static_cast<int>(std::isnan(a)) - static_cast<int>(std::isnan(b));
 }
 
 }  // namespace quillan::vorn_layered

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "core/graph/spacing.hpp"
+#include "core/base/reals.hpp"
 #include "core/layering/assign_layers.hpp"
 
 namespace quillan::vorn_layered {

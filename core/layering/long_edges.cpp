@@ -1,6 +1,6 @@
 #include <string>
 
-#include "core/graph/faults.hpp"
+#include "core/base/faults.hpp"
 #include "core/layering/assign_layers.hpp"
 
 namespace quillan::vorn_layered {

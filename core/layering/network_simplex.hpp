@@ -18,9 +18,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
+#include "core/base/index_set.hpp"
 #include "core/graph/incident_maps.hpp"
-#include "core/graph/index_set.hpp"
 #include "core/layering/tree_links.hpp"
 
 namespace quillan::vorn_layered {

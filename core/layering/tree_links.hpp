@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
 #include "core/graph/incident_maps.hpp"
 
 namespace quillan::vorn_layered {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
 
 namespace quillan::vorn_layered {
 

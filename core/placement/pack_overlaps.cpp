@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "core/base/reals.hpp"
 #include "core/graph/spacing.hpp"
 #include "core/placement/place_nodes.hpp"
 

@@ -1,6 +1,6 @@
 #include "core/placement/place_nodes.hpp"
 
-#include "core/graph/spacing.hpp"
+#include "core/base/reals.hpp"
 
 namespace quillan::vorn_layered {
 

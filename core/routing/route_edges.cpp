@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "core/base/reals.hpp"
 #include "core/graph/incident_maps.hpp"
-#include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
 

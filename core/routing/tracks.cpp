@@ -2,7 +2,7 @@
 #include <bit>
 #include <limits>
 
-#include "core/graph/spacing.hpp"
+#include "core/base/reals.hpp"
 #include "core/routing/route_edges.hpp"
 
 namespace quillan::vorn_layered {

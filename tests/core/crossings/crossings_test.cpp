@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/base/faults.hpp"
 #include "core/crossings/adjacent_swap.hpp"
 #include "core/crossings/counting.hpp"
 #include "core/crossings/neighbor_order.hpp"
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/crossings/swap_scans.hpp"
-#include "core/graph/faults.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {

@@ -5,8 +5,8 @@
 #include <limits>
 #include <vector>
 
+#include "core/base/faults.hpp"
 #include "core/components.hpp"
-#include "core/graph/faults.hpp"
 #include "tests/core/variant_reader.hpp"
 
 namespace quillan::vorn_layered::testing {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "core/graph/arena.hpp"
-#include "core/graph/index_set.hpp"
-#include "core/graph/text.hpp"
+#include "core/base/arena.hpp"
+#include "core/base/index_set.hpp"
+#include "core/base/text.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {

@@ -11,8 +11,8 @@
 //
 // Cost: constant per call plus the initialisation asked for. Throws std::bad_alloc.
 
-#ifndef QUILLAN_CORE_GRAPH_ARENA_HPP_
-#define QUILLAN_CORE_GRAPH_ARENA_HPP_
+#ifndef QUILLAN_CORE_BASE_ARENA_HPP_
+#define QUILLAN_CORE_BASE_ARENA_HPP_
 
 #include <cstddef>
 #include <memory>
@@ -109,4 +109,4 @@ std::unique_ptr<std::byte[]> take_block(std::size_t size) noexcept;
 
 }  // namespace quillan::vorn_layered
 
-#endif  // QUILLAN_CORE_GRAPH_ARENA_HPP_
+#endif  // QUILLAN_CORE_BASE_ARENA_HPP_

@@ -1,7 +1,7 @@
 // The few failures that the core itself can report. The host turns them into its own exceptions.
 
-#ifndef QUILLAN_CORE_GRAPH_FAULTS_HPP_
-#define QUILLAN_CORE_GRAPH_FAULTS_HPP_
+#ifndef QUILLAN_CORE_BASE_FAULTS_HPP_
+#define QUILLAN_CORE_BASE_FAULTS_HPP_
 
 #include <stdexcept>
 
@@ -21,4 +21,4 @@ class SizeFault : public std::runtime_error {
 
 }  // namespace quillan::vorn_layered
 
-#endif  // QUILLAN_CORE_GRAPH_FAULTS_HPP_
+#endif  // QUILLAN_CORE_BASE_FAULTS_HPP_

@@ -10,8 +10,8 @@
 // Example:
 //   Text(source_of("p"), TextForm::kDummy, 1).str() == "dummy:p#1"
 
-#ifndef QUILLAN_CORE_GRAPH_TEXT_HPP_
-#define QUILLAN_CORE_GRAPH_TEXT_HPP_
+#ifndef QUILLAN_CORE_BASE_TEXT_HPP_
+#define QUILLAN_CORE_BASE_TEXT_HPP_
 
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +19,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -82,4 +82,4 @@ void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena
 
 }  // namespace quillan::vorn_layered
 
-#endif  // QUILLAN_CORE_GRAPH_TEXT_HPP_
+#endif  // QUILLAN_CORE_BASE_TEXT_HPP_

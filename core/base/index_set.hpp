@@ -10,15 +10,15 @@
 //
 // Cost: log64 of the range per operation; two bits of memory per possible member.
 
-#ifndef QUILLAN_CORE_GRAPH_INDEX_SET_HPP_
-#define QUILLAN_CORE_GRAPH_INDEX_SET_HPP_
+#ifndef QUILLAN_CORE_BASE_INDEX_SET_HPP_
+#define QUILLAN_CORE_BASE_INDEX_SET_HPP_
 
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <span>
 
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -78,4 +78,4 @@ class IndexSet {
 
 }  // namespace quillan::vorn_layered
 
-#endif  // QUILLAN_CORE_GRAPH_INDEX_SET_HPP_
+#endif  // QUILLAN_CORE_BASE_INDEX_SET_HPP_

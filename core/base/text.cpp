@@ -1,4 +1,4 @@
-#include "core/graph/text.hpp"
+#include "core/base/text.hpp"
 
 #include <algorithm>
 #include <array>

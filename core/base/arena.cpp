@@ -1,4 +1,4 @@
-#include "core/graph/arena.hpp"
+#include "core/base/arena.hpp"
 
 #include <algorithm>
 #include <memory>
