@@ -185,8 +185,7 @@ PyMethodDef BUILD_FUNCTIONS[] = {
 
 Read a payload, as `layout` takes it, into a new `LGraph` in the normalised frame.
 
-Sizes and positions are exchanged for DOWN and UP; positions are mirrored for LEFT and UP, so that
-origin_x grows along the flow in every direction. `graph.options` is `options.resolved()`. Edges
+Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers. `graph.options` is `options.resolved()`. Edges
 with an unknown end and edges from a node to itself are skipped; a default edge id counts
 positions in `edges`. Parts that are not connected are not split: `weakly_connected_components`
 does that, and `layout` builds one graph a part. Nodes with equal ids all become nodes, and edges

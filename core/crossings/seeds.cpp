@@ -48,11 +48,14 @@ void _seed_dfs(LayerOrders& orders) {
 
 void _seed_interactive(LayerOrders& orders) {
   const std::span<const std::int32_t> rank = orders.id_ranks();
+  const Direction direction = orders.graph().options.direction;
   const auto before = [&](std::int32_t left, std::int32_t right) {
     const LNode& a = *orders.node(left);
     const LNode& b = *orders.node(right);
-    if (const int order = compare_reals(a.seen_y(), b.seen_y())) return order < 0;
-    if (const int order = compare_reals(a.seen_x(), b.seen_x())) return order < 0;
+    if (const int order = compare_reals(seen_across_flow(a), seen_across_flow(b))) return order < 0;
+    const double a_x = seen_along_flow(a, direction);
+    const double b_x = seen_along_flow(b, direction);
+    if (const int order = compare_reals(a_x, b_x)) return order < 0;
     return rank[left] < rank[right];
   };
   std::vector<std::int32_t> ordered;

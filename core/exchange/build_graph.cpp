@@ -65,8 +65,7 @@ void read_node(const Payload& payload, const Payload::Node& item, LGraph& graph)
   }
   LNode* node = graph.add_node(Text(item.id), width, height);
   if (!x.absent_or_null()) {
-    const double flow = x.real();
-    node->origin_x = is_reversed(direction) ? -(flow + width) : flow;
+    node->origin_x = x.real();
     node->has_origin_x = true;
   }
   if (!y.absent_or_null()) {

@@ -1,8 +1,8 @@
 // Graph import: a payload read into an LGraph in the normalised frame.
 //
-// Sizes and positions are exchanged for DOWN and UP; positions are mirrored for LEFT and UP, so
-// that origin_x grows along the flow like every other flow coordinate. The mirroring of the drawing
-// itself belongs to the way out.
+// Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers: how a
+// reversed flow reads them is seen_along_flow()'s, and mirroring the drawing belongs to the way
+// out.
 
 #ifndef QUILLAN_CORE_EXCHANGE_BUILD_GRAPH_HPP_
 #define QUILLAN_CORE_EXCHANGE_BUILD_GRAPH_HPP_

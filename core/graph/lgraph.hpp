@@ -60,10 +60,19 @@ struct LNode {
 
   [[nodiscard]] bool is_dummy() const { return kind != NodeKind::NORMAL; }
   [[nodiscard]] double cross_center() const { return y + height / 2.0; }
-  // The caller's position as the interactive strategies read it: 0.0 where there is none.
-  [[nodiscard]] double seen_x() const { return has_origin_x ? origin_x : 0.0; }
-  [[nodiscard]] double seen_y() const { return has_origin_y ? origin_y : 0.0; }
 };
+
+// Where the user sees the near end of `node` along the flow, growing with the flow in every
+// direction: the caller's numbers fall along a reversed flow, and there the box's far corner comes
+// first. 0.0 stands in for a number that the caller did not give.
+inline double seen_along_flow(const LNode& node, Direction direction) {
+  const double x = node.has_origin_x ? node.origin_x : 0.0;
+  return is_reversed(direction) ? -(x + node.width) : x;
+}
+// The same across the flow, which no direction reverses.
+inline double seen_across_flow(const LNode& node) {
+  return node.has_origin_y ? node.origin_y : 0.0;
+}
 
 inline double LPort::x() const { return side == PortSide::WEST ? node->x : node->x + node->width; }
 inline double LPort::y() const { return node->y + offset; }

@@ -54,13 +54,13 @@ class Values(unittest.TestCase):
             node = node_of(x=value)
             self.assertEqual((node.origin_x, node.origin_y), (real, None), value)
 
-    def test_transposed_and_mirrored(self):
+    def test_transposed(self):
         fields = {"width": 100, "height": 40, "x": 10, "y": 20, "input_ports": 3}
         for direction, size, origin, offsets in (
                 ("RIGHT", (100.0, 40.0), (10.0, 20.0), [10.0, 20.0, 30.0]),
-                ("LEFT", (100.0, 40.0), (-110.0, 20.0), [10.0, 20.0, 30.0]),
+                ("LEFT", (100.0, 40.0), (10.0, 20.0), [10.0, 20.0, 30.0]),
                 ("DOWN", (40.0, 100.0), (20.0, 10.0), [25.0, 50.0, 75.0]),
-                ("UP", (40.0, 100.0), (-60.0, 10.0), [25.0, 50.0, 75.0])):
+                ("UP", (40.0, 100.0), (20.0, 10.0), [25.0, 50.0, 75.0])):
             node = node_of(direction, **fields)
             self.assertEqual((node.width, node.height), size, direction)
             self.assertEqual((node.origin_x, node.origin_y), origin, direction)
