@@ -21,7 +21,8 @@ Adjacency _adjacency(LGraph& graph) {
   for (std::size_t i = 0; i < graph.edges.size(); ++i) {
     sources[i] = graph.edges[i]->source_node()->position;
     targets[i] = graph.edges[i]->target_node()->position;
-    if (sources[i] == targets[i]) sources[i] = targets[i] = -1;
+    const bool outside = sources[i] < 0 || targets[i] < 0;
+    if (outside || sources[i] == targets[i]) sources[i] = targets[i] = -1;
   }
   const IncidentMap outgoing = group_by(sources, count, scratch);
   const IncidentMap incoming = group_by(targets, count, scratch);

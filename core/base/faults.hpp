@@ -19,6 +19,12 @@ class SizeFault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A look-up by an id that is not there; what() is the id.
+class LookupFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 }  // namespace quillan::vorn_layered
 
 #endif  // QUILLAN_CORE_BASE_FAULTS_HPP_

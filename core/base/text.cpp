@@ -98,6 +98,7 @@ std::string Text::str() const {
 
 int compare(const Text& a, const Text& b) {
   if (a.is_plain() && b.is_plain()) {
+    if (a.source() == b.source()) return 0;
     const std::string_view left = a.source() ? a.source()->bytes : std::string_view();
     const std::string_view right = b.source() ? b.source()->bytes : std::string_view();
     return left.compare(right);

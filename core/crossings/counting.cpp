@@ -170,6 +170,7 @@ std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
 }
 
 std::int64_t count_crossings(LGraph& graph) {
+  require_known_ends(graph);
   if (graph.layers.size() < 2) return 0;
   const Arena::Frame frame(graph.scratch);
   const LayerOrders orders(graph);

@@ -15,24 +15,10 @@ struct LayerOrders::EdgeSlots {
 };
 
 LayerOrders::LayerOrders(LGraph& graph)
-    : graph_(graph),
-      nodes_(graph.scratch.raw_array<LNode*>(graph.nodes.size())),
-      layer_of_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
-      at_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
-      place_(graph.scratch.raw_array<std::int32_t>(graph.nodes.size())),
-      stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
+    : graph_(graph), stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
+  require_known_ends(graph);
   Arena& scratch = graph.scratch;
-  const std::span<std::int32_t> slot_of = scratch.raw_array<std::int32_t>(graph.nodes.size());
-  std::iota(at_.begin(), at_.end(), 0);
-  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
-    for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
-      nodes_[slot] = graph.layers.flat()[slot];
-      slot_of[nodes_[slot]->position] = slot;
-      layer_of_[slot] = layer;
-      place_[slot] = slot - first_slot(layer);
-    }
-  }
-
+  const std::span<const std::int32_t> slot_of = number_nodes();
   const std::size_t count = graph.edges.size();
   EdgeSlots ends{
       scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
@@ -53,6 +39,39 @@ LayerOrders::LayerOrders(LGraph& graph)
     }
   }
   collect(ends);
+}
+
+std::span<const std::int32_t> LayerOrders::number_nodes() {
+  Arena& scratch = graph_.scratch;
+  const std::span<LNode* const> layered = graph_.layers.flat();
+  const std::span<std::int32_t> slot_of = scratch.array<std::int32_t>(graph_.nodes.size(), -1);
+  std::size_t known = 0;  // nodes of the graph that stand in a layer
+  for (std::size_t slot = 0; slot < layered.size(); ++slot) {
+    if (layered[slot]->position < 0) continue;
+    slot_of[layered[slot]->position] = static_cast<std::int32_t>(slot);
+    ++known;
+  }
+  const std::size_t count = layered.size() + graph_.nodes.size() - known;
+  nodes_ = scratch.raw_array<LNode*>(count);
+  layer_of_ = scratch.array<std::int32_t>(count, NO_LAYER);
+  at_ = scratch.raw_array<std::int32_t>(count);
+  place_ = scratch.raw_array<std::int32_t>(count);
+  std::iota(at_.begin(), at_.end(), 0);
+  std::copy(layered.begin(), layered.end(), nodes_.begin());
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
+      layer_of_[slot] = layer;
+      place_[slot] = slot - first_slot(layer);
+    }
+  }
+  if (known == graph_.nodes.size()) return slot_of;
+  std::int32_t next = static_cast<std::int32_t>(layered.size());
+  for (LNode* node : graph_.nodes) {
+    if (slot_of[node->position] >= 0) continue;
+    nodes_[next] = node;
+    slot_of[node->position] = next++;
+  }
+  return slot_of;
 }
 
 void LayerOrders::collect(const EdgeSlots& ends) {
@@ -203,14 +222,21 @@ void LayerOrders::rank_ids() {
 }
 
 void LayerOrders::commit() {
+  const Arena::Frame frame(graph_.scratch);
+  const std::span<LNode*> members = graph_.scratch.raw_array<LNode*>(graph_.layers.flat().size());
+  const std::span<std::int32_t> sizes =
+      graph_.scratch.array<std::int32_t>(static_cast<std::size_t>(layer_count()), 0);
+  std::size_t count = 0;
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
-    const std::span<const std::int32_t> ordered = order(layer);
-    const std::span<LNode*> members = graph_.layers[layer];
-    for (std::size_t place = 0; place < ordered.size(); ++place) {
-      members[place] = nodes_[ordered[place]];
-      members[place]->order = static_cast<std::int32_t>(place);
+    for (const std::int32_t slot : order(layer)) {
+      const std::int32_t position = nodes_[slot]->position;
+      if (position < 0) continue;
+      members[count] = graph_.nodes[position];
+      members[count++]->order = sizes[layer]++;
     }
   }
+  graph_.layers.resize(sizes);
+  std::copy_n(members.begin(), count, graph_.layers.flat().begin());
 }
 
 }  // namespace quillan::vorn_layered

@@ -47,8 +47,12 @@ void sort_few(std::span<Integer> values) {
 
 class LayerOrders {
  public:
-  // REQUIRES: `graph.layers` is a partition of `graph.nodes`. The arrays live in the open frame of
-  // `graph.scratch`. Linear in nodes plus edges.
+  static constexpr std::int32_t NO_LAYER = -2;
+
+  // Nodes that stand in no layer get slots behind all others: segments reach them, orders do not.
+  // A node outside the graph that stands in a layer is one without segments. REQUIRES: no node
+  // stands in `graph.layers` twice. Throws LookupFault for a segment with an end outside the graph.
+  // The arrays live in the open frame of `graph.scratch`. Linear in nodes plus edges.
   explicit LayerOrders(LGraph& graph);
 
   [[nodiscard]] std::int32_t layer_count() const { return graph_.layers.size(); }
@@ -60,6 +64,7 @@ class LayerOrders {
     return first_slot(layer + 1) - first_slot(layer);
   }
   [[nodiscard]] LNode* node(std::int32_t slot) const { return nodes_[slot]; }
+  // NO_LAYER for a node that stands in none; no layer comes before or after that.
   [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return layer_of_[slot]; }
   [[nodiscard]] LGraph& graph() const { return graph_; }
 
@@ -152,7 +157,7 @@ class LayerOrders {
   // Computes what id_ranks() and by_id() return. n log n in the ids.
   void rank_ids();
 
-  // Writes the orders to LGraph::layers and LNode::order.
+  // Writes the orders to LGraph::layers and LNode::order; nodes outside the graph are left out.
   void commit();
 
  private:
@@ -165,6 +170,7 @@ class LayerOrders {
     std::span<std::int64_t> seen;  // per layer: the neighbour's stamp that keys reflect
   };
   struct EdgeSlots;
+  std::span<const std::int32_t> number_nodes();
   void collect(const EdgeSlots& ends);
   void number_ends(const IncidentMap& above, const IncidentMap& below);
   void sort_segments(const EdgeSlots& ends);

@@ -25,10 +25,11 @@ void break_cycles(LGraph& graph) {
   for (std::size_t place = 0; place < sequence.size(); ++place) {
     rank[sequence[place]] = static_cast<std::int32_t>(place);
   }
+  const auto rank_of = [&](const LNode* node) {
+    return node->position >= 0 ? rank[node->position] : 0;
+  };
   for (LEdge* edge : graph.edges) {
-    if (rank[edge->source_node()->position] > rank[edge->target_node()->position]) {
-      _reverse_edge(graph, *edge);
-    }
+    if (rank_of(edge->source_node()) > rank_of(edge->target_node())) _reverse_edge(graph, *edge);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "core/graph/incident_maps.hpp"
 
+#include "core/base/faults.hpp"
+
 namespace quillan::vorn_layered {
 
 IncidentMap group_by(std::span<const std::int32_t> keys, std::int32_t lists, Arena& scratch) {
@@ -16,7 +18,16 @@ IncidentMap group_by(std::span<const std::int32_t> keys, std::int32_t lists, Are
   return {starts, items};
 }
 
+void require_known_ends(const LGraph& graph) {
+  for (const LEdge* edge : graph.edges) {
+    for (const LNode* node : {edge->source_node(), edge->target_node()}) {
+      if (node->position < 0) throw LookupFault(node->id.str());
+    }
+  }
+}
+
 IncidentMaps _incident_maps(LGraph& graph) {
+  require_known_ends(graph);
   const std::int32_t count = static_cast<std::int32_t>(graph.nodes.size());
   const std::span<std::int32_t> sources = graph.scratch.raw_array<std::int32_t>(graph.edges.size());
   const std::span<std::int32_t> targets = graph.scratch.raw_array<std::int32_t>(graph.edges.size());

@@ -27,9 +27,12 @@ struct IncidentMaps {
   IncidentMap outgoing;
 };
 
-// The arrays live in the frame of `graph.scratch` that is open when this is called.
-// REQUIRES: every segment's ends are in LGraph::nodes. Linear in nodes plus edges.
+// The arrays live in the frame of `graph.scratch` that is open when this is called. Throws
+// LookupFault for a segment with an end outside LGraph::nodes. Linear in nodes plus edges.
 IncidentMaps _incident_maps(LGraph& graph);
+
+// Throws what _incident_maps() throws, and does nothing else.
+void require_known_ends(const LGraph& graph);
 
 // Groups the indices of `keys` by key: list k holds, ascending, every i with keys[i] == k. A key
 // below 0 belongs to no list.

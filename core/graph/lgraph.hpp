@@ -52,8 +52,10 @@ struct LNode {
   std::span<LPort> in_ports;   // WEST, by index
   std::span<LPort> out_ports;  // EAST, by index
   std::int32_t layer = 0;
-  std::int32_t order = 0;     // position inside its layer
-  std::int32_t position = 0;  // place in LGraph::nodes
+  std::int32_t order = 0;  // position inside its layer
+  // Place in LGraph::nodes of the node with this id. A graph made by hand may have edges and layers
+  // that lead to nodes outside: -1 for those.
+  std::int32_t position = 0;
   NodeKind kind = NodeKind::NORMAL;
   bool has_origin_x = false;
   bool has_origin_y = false;
@@ -138,8 +140,9 @@ class LGraph {
   LGraph(const LGraph&) = delete;
   LGraph& operator=(const LGraph&) = delete;
 
-  std::vector<LNode*> nodes;    // real nodes in payload order, then dummies in order of creation
-  std::vector<LEdge*> edges;    // all current segments
+  std::vector<LNode*> nodes;  // real nodes in payload order, then dummies in order of creation
+  // All current segments. An end may be outside `nodes`; each phase says what it does then.
+  std::vector<LEdge*> edges;
   std::vector<Origin> origins;  // `chains` and `reversed_originals`, in order of first insertion
   Layers layers;
   LayoutOptions options;

@@ -32,9 +32,13 @@ void _normalise_layers(LGraph& graph);
 // changed.
 void insert_dummy_nodes(LGraph& graph);
 
-// Walks the nodes in topological order and sets each layer to the largest of its own and one past
-// that of every source of an edge that enters it.
-void push_behind_predecessors(LGraph& graph);
+// What becomes of the layer that a node has where it has predecessors.
+enum class OwnLayer : std::uint8_t { KEEP, DROP };
+
+// Walks the nodes in topological order and sets the layer of each node with predecessors to one
+// past the last of theirs; a kept layer of its own is a lower bound. An edge into a node outside
+// the graph is passed over. Linear.
+void push_behind_predecessors(LGraph& graph, OwnLayer keep);
 
 }  // namespace quillan::vorn_layered
 

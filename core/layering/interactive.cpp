@@ -32,7 +32,7 @@ void _layer_interactive(LGraph& graph) {
     }
     node->layer = layer;
   }
-  push_behind_predecessors(graph);
+  push_behind_predecessors(graph, OwnLayer::KEEP);
 }
 
 }  // namespace quillan::vorn_layered

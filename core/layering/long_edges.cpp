@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "core/base/faults.hpp"
 #include "core/layering/assign_layers.hpp"
@@ -15,13 +17,12 @@ std::int32_t long_span(const Origin& origin) {
   return span > 1 ? span : 0;
 }
 
-LNode* make_dummy(LGraph& graph, const LEdge& edge, std::int32_t layer) {
+LNode* make_dummy(LGraph& graph, const Text& chain_id, const LEdge& edge, std::int32_t layer) {
   const LNode& source = *edge.source_node();
   const LNode& target = *edge.target_node();
   const double span = static_cast<double>(target.layer - source.layer);
   const double fraction = static_cast<double>(layer - source.layer) / span;
-  LNode* dummy =
-      graph.add_node(graph.next_id(graph.origins[edge.origin].id, TextForm::kDummy), 0.0, 0.0);
+  LNode* dummy = graph.add_node(graph.next_id(chain_id, TextForm::kDummy), 0.0, 0.0);
   dummy->kind = NodeKind::LONG_EDGE;
   dummy->layer = layer;
   dummy->has_origin_x = source.has_origin_x && target.has_origin_x;
@@ -46,7 +47,7 @@ void split(LGraph& graph, Origin& origin, std::int32_t span, std::vector<LEdge*>
     LPort* downstream = edge.target;
     LNode* dummy = nullptr;
     if (step < span) {
-      dummy = make_dummy(graph, edge, start + step);
+      dummy = make_dummy(graph, origin.id, edge, start + step);
       downstream = &dummy->in_ports[0];
     }
     LEdge* segment = graph.make_segment(graph.next_id(origin.id, TextForm::kSegment), upstream,
@@ -57,6 +58,40 @@ void split(LGraph& graph, Origin& origin, std::int32_t span, std::vector<LEdge*>
   }
   origin.chain = segments;
 }
+
+// The edges that stay: those whose id is none of a split edge's. So a twin of the same id, which
+// has no chain of its own, leaves too.
+class Survivors {
+ public:
+  // `replaced` holds, by origin, the edge that was split or null.
+  Survivors(const LGraph& graph, std::span<const LEdge* const> replaced) : replaced_(replaced) {
+    const auto as_imported = [&](const LEdge* edge) {
+      return compare(edge->id, graph.origins[edge->origin].id) == 0;
+    };
+    by_origin_ = std::all_of(graph.edges.begin(), graph.edges.end(), as_imported);
+    for (std::size_t i = 0; i < replaced.size() && by_origin_; ++i) {
+      by_origin_ = replaced[i] == nullptr || (replaced[i]->origin == static_cast<std::int32_t>(i) &&
+                                              as_imported(replaced[i]));
+    }
+    if (by_origin_) return;
+    for (const LEdge* edge : replaced) {
+      if (edge != nullptr) ids_.push_back(edge->id.str());
+    }
+    std::sort(ids_.begin(), ids_.end());
+  }
+
+  [[nodiscard]] bool stays(const LEdge& edge) const {
+    if (by_origin_) return replaced_[edge.origin] == nullptr;
+    return !std::binary_search(ids_.begin(), ids_.end(), edge.id.str());
+  }
+
+ private:
+  std::span<const LEdge* const> replaced_;
+  // Import gives an edge, its origin and its chain one id. Then equal ids are equal origins, and no
+  // text needs to be written out.
+  bool by_origin_ = false;
+  std::vector<std::string> ids_;  // sorted; of the split edges otherwise
+};
 
 }  // namespace
 
@@ -89,12 +124,11 @@ void insert_dummy_nodes(LGraph& graph) {
     split(graph, origin, span, added);
   }
 
-  // Edges leave by id, so that a twin of the same id, which has no chain of its own, leaves too.
+  const Survivors survivors(graph, replaced);
   std::vector<LEdge*> kept;
   kept.reserve(graph.edges.size() + added.size());
   for (LEdge* edge : graph.edges) {
-    const LEdge* gone = replaced[edge->origin];
-    if (gone != edge && (gone == nullptr || compare(gone->id, edge->id) != 0)) kept.push_back(edge);
+    if (survivors.stays(*edge)) kept.push_back(edge);
   }
   kept.insert(kept.end(), added.begin(), added.end());
   graph.set_edges(std::move(kept));

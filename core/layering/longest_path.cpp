@@ -1,32 +1,37 @@
 #include <algorithm>
+#include <limits>
 
 #include "core/analysis.hpp"
 #include "core/layering/assign_layers.hpp"
 
 namespace quillan::vorn_layered {
 
-void push_behind_predecessors(LGraph& graph) {
+void push_behind_predecessors(LGraph& graph, OwnLayer keep) {
   const Arena::Frame frame(graph.scratch);
-  const Adjacency adjacency = _adjacency(graph);
-  const std::span<const std::int32_t> order = _topological_order(graph, adjacency);
-  // An edge from a node to itself is in no adjacency list, but it does push its node by one.
-  const std::span<bool> has_loop = graph.scratch.array<bool>(order.size(), false);
-  for (const LEdge* edge : graph.edges) {
-    if (edge->source_node() == edge->target_node()) has_loop[edge->source_node()->position] = true;
+  const std::span<const std::int32_t> order = _topological_order(graph, _adjacency(graph));
+  // Not by the lists of the order, which leave out edges from a node to itself and from a node
+  // outside the graph: both push their target.
+  const std::span<std::int32_t> targets = graph.scratch.raw_array<std::int32_t>(graph.edges.size());
+  for (std::size_t i = 0; i < targets.size(); ++i) {
+    targets[i] = graph.edges[i]->target_node()->position;
   }
+  const IncidentMap incoming =
+      group_by(targets, static_cast<std::int32_t>(graph.nodes.size()), graph.scratch);
   for (const std::int32_t position : order) {
+    const std::span<const std::int32_t> edges = incoming[position];
+    if (edges.empty()) continue;
     LNode& node = *graph.nodes[position];
-    std::int32_t bound = has_loop[position] ? node.layer + 1 : 0;
-    for (const std::int32_t source : adjacency.pred[position]) {
-      bound = std::max(bound, graph.nodes[source]->layer + 1);
+    std::int32_t bound = std::numeric_limits<std::int32_t>::min();
+    for (const std::int32_t edge : edges) {
+      bound = std::max(bound, graph.edges[edge]->source_node()->layer + 1);
     }
-    node.layer = std::max(node.layer, bound);
+    node.layer = keep == OwnLayer::KEEP ? std::max(node.layer, bound) : bound;
   }
 }
 
 void _layer_longest_path(LGraph& graph) {
   for (LNode* node : graph.nodes) node->layer = 0;
-  push_behind_predecessors(graph);
+  push_behind_predecessors(graph, OwnLayer::DROP);
 }
 
 }  // namespace quillan::vorn_layered

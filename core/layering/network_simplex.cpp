@@ -408,7 +408,7 @@ void _layer_network_simplex(LGraph& graph) {
   for (const LEdge* edge : graph.edges) {
     const std::int32_t tail = edge->source_node()->position;
     const std::int32_t head = edge->target_node()->position;
-    if (tail != head) pairs[used++] = {tail, head};
+    if (tail >= 0 && head >= 0 && tail != head) pairs[used++] = {tail, head};
   }
   if (count < 2 || used == 0) {
     for (LNode* node : graph.nodes) node->layer = 0;

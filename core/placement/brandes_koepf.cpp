@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "core/base/faults.hpp"
 #include "core/graph/spacing.hpp"
 #include "core/placement/place_nodes.hpp"
 
@@ -17,11 +18,14 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       separation(graph.scratch.array<double>(slot_count, 0.0)),
       opens_layer(graph.scratch.array<bool>(slot_count, false)),
       inner_source(graph.scratch.array<std::int32_t>(slot_count, -1)) {
+  require_known_ends(graph);
+  std::fill(slot_of.begin(), slot_of.end(), -1);
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     const LNode* previous = nullptr;
     for (std::int32_t slot = graph.layers.start(layer); slot < graph.layers.start(layer + 1);
          ++slot) {
       const LNode* node = graph.layers.flat()[slot];
+      if (node->position < 0) throw LookupFault(node->id.str());
       slot_of[node->position] = slot;
       opens_layer[slot] = previous == nullptr;
       if (previous != nullptr) {
@@ -31,12 +35,20 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       previous = node;
     }
   }
+  // A node that no layer holds is linked to nothing and kept from nothing.
+  std::int32_t unlayered = static_cast<std::int32_t>(graph.layers.flat().size());
+  for (std::int32_t& slot : slot_of) {
+    if (slot >= 0) continue;
+    slot = unlayered++;
+    opens_layer[slot] = true;
+  }
   collect_links();
 }
 
 void AlignmentGraph::collect_links() {
   Arena& scratch = graph.scratch;
-  const std::span<std::int32_t> layer_of = scratch.raw_array<std::int32_t>(slot_count);
+  constexpr std::int32_t kNoLayer = -2;  // and none that comes before or after another
+  const std::span<std::int32_t> layer_of = scratch.array<std::int32_t>(slot_count, kNoLayer);
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     for (std::int32_t slot = graph.layers.start(layer); slot < graph.layers.start(layer + 1);
          ++slot) {

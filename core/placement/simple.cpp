@@ -22,6 +22,7 @@ void stack_layers(LGraph& graph) {
 }
 
 void move_to_mean(const LGraph& graph, const IncidentMaps& maps, LNode& node) {
+  if (node.position < 0) return;  // outside the graph, where no segment ends
   double sum = 0.0;
   std::size_t count = 0;
   for (const IncidentMap* map : {&maps.incoming, &maps.outgoing}) {

@@ -39,6 +39,7 @@ GapSegments collect(LGraph& graph) {
     found.starts[gap] = used;
     std::size_t count = 0;
     for (const LNode* node : graph.layers[gap + 1]) {
+      if (node->position < 0) continue;  // outside the graph, where no segment ends
       for (const std::int32_t position : maps.incoming[node->position]) {
         LEdge* edge = graph.edges[position];
         if (edge->source_node()->layer != gap) continue;
