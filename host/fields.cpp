@@ -1,6 +1,6 @@
 #include "host/fields.hpp"
 
-#include "host/reader.hpp"
+#include "host/texts.hpp"
 
 namespace quillan::host {
 

@@ -63,7 +63,7 @@ Point read_point(const Fields& fields, PyObject* value) {
 }  // namespace
 
 GraphImage::GraphImage(const State& state, PyObject* record, LayerUse layer_use)
-    : state_(state), record_(record), layer_use_(layer_use), reader_(state, graph.arena) {
+    : state_(state), record_(record), layer_use_(layer_use), texts_(graph.arena) {
   if (check(PyObject_IsInstance(record, state.lgraph)) == 0) {
     PyErr_Format(PyExc_TypeError, "graph must be an LGraph, not %.200s", Py_TYPE(record)->tp_name);
     throw PythonError();
@@ -93,7 +93,7 @@ void GraphImage::read_nodes() {
 
 LNode* GraphImage::read_node(PyObject* record) {
   const Fields fields(state_, record);
-  LNode* node = graph.add_node(Text(reader_.keep(fields.text(Field::kId))),
+  LNode* node = graph.add_node(Text(texts_.keep(fields.text(Field::kId))),
                                fields.real(Field::kWidth), fields.real(Field::kHeight));
   node->kind = static_cast<NodeKind>(member_of(fields, Field::kKind, "NORMAL", "LONG_EDGE"));
   node->has_origin_x = fields.get(Field::kOriginX).get() != Py_None;
@@ -126,7 +126,7 @@ void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
                   in ? "an input port must have side WEST" : "an output port must have side EAST");
     }
     LPort& port = ports[i];
-    port.id = Text(reader_.keep(fields.text(Field::kId)));
+    port.id = Text(texts_.keep(fields.text(Field::kId)));
     port.offset = fields.real(Field::kOffset);
     port.index =
         static_cast<std::int32_t>(fields.integer(Field::kIndex, 0, vorn_layered::MAX_PORT_INDEX));
@@ -138,7 +138,7 @@ void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
 }
 
 std::int32_t GraphImage::origin_of(PyObject* text) {
-  const vorn_layered::TextSource* source = reader_.keep(text_form(text));
+  const vorn_layered::TextSource* source = texts_.keep(text_form(text));
   const std::int32_t next = static_cast<std::int32_t>(graph.origins.size());
   const auto [entry, added] = origins_.emplace(source->bytes, next);
   if (added) graph.origins.push_back({Text(source), {}, false, false, false});
@@ -174,7 +174,7 @@ LEdge* GraphImage::read_edge(PyObject* record) {
   LPort* const source = port_of(record, Field::kSource);
   LPort* const target = port_of(record, Field::kTarget);
   const Ref origin_id = fields.text(Field::kOriginId);
-  LEdge* edge = graph.make_segment(Text(reader_.keep(fields.text(Field::kId))), source, target,
+  LEdge* edge = graph.make_segment(Text(texts_.keep(fields.text(Field::kId))), source, target,
                                    origin_of(origin_id.get()));
   edge->position = -1;
   edge->reversed = fields.truth(Field::kReversed);

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "core/graph/lgraph.hpp"
-#include "host/reader.hpp"
 #include "host/state.hpp"
+#include "host/texts.hpp"
 
 namespace quillan::host {
 
@@ -57,7 +57,7 @@ class GraphImage {
   const State& state_;
   PyObject* record_;
   LayerUse layer_use_;
-  PythonReader reader_;
+  TextKeeper texts_;
   std::vector<Ref> kept_;  // every record that the maps below point to
   std::unordered_map<PyObject*, vorn_layered::LNode*> nodes_;
   std::unordered_map<PyObject*, vorn_layered::LPort*> ports_;

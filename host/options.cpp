@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/reader.hpp"
+#include "host/texts.hpp"
 
 namespace quillan::host {
 

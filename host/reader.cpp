@@ -13,29 +13,7 @@ namespace {
 
 PyObject* object(Handle handle) { return static_cast<PyObject*>(handle); }
 
-// UTF-8 with lone surrogates encoded like any code point.
-Ref encode(PyObject* text) {
-  return check(PyUnicode_AsEncodedString(text, "utf-8", "surrogatepass"));
-}
-
-std::string_view ascii_bytes(PyObject* text) {
-  return {static_cast<const char*>(PyUnicode_DATA(text)),
-          static_cast<std::size_t>(PyUnicode_GET_LENGTH(text))};
-}
-
-std::string_view bytes_of(PyObject* bytes) {
-  return {PyBytes_AS_STRING(bytes), static_cast<std::size_t>(PyBytes_GET_SIZE(bytes))};
-}
-
 }  // namespace
-
-Ref text_form(PyObject* value) {
-  if (PyUnicode_CheckExact(value)) return Ref::borrow(value);
-  if (PyUnicode_Check(value)) return check(PyUnicode_FromObject(value));
-  Ref text = check(PyObject_Str(value));
-  if (PyUnicode_CheckExact(text.get())) return text;
-  return check(PyUnicode_FromObject(text.get()));
-}
 
 bool PythonReader::is_mapping(PyObject* value) const {
   if (PyDict_Check(value)) return true;
@@ -55,27 +33,11 @@ ValueKind PythonReader::kind(Handle value) {
 
 bool PythonReader::truth(Handle value) { return check(PyObject_IsTrue(object(value))) != 0; }
 
-const TextSource* PythonReader::keep(Ref text) {
-  std::string_view bytes;
-  if (PyUnicode_IS_ASCII(text.get())) {
-    bytes = ascii_bytes(text.get());
-  } else {
-    Ref encoded = encode(text.get());
-    bytes = bytes_of(encoded.get());
-    kept_.push_back(std::move(encoded));
-  }
-  const TextSource* source = arena_.make<TextSource>(bytes, static_cast<const void*>(text.get()));
-  kept_.push_back(std::move(text));
-  return source;
-}
-
-const TextSource* PythonReader::text(Handle value) { return keep(text_form(object(value))); }
+const TextSource* PythonReader::text(Handle value) { return texts_.keep(text_form(object(value))); }
 
 std::string_view PythonReader::peek_text(Handle value) {
   peeked_ = text_form(object(value));
-  if (PyUnicode_IS_ASCII(peeked_.get())) return ascii_bytes(peeked_.get());
-  peeked_ = encode(peeked_.get());
-  return bytes_of(peeked_.get());
+  return bytes_of(peeked_.get(), encoded_);
 }
 
 double PythonReader::real(Handle value) {
@@ -199,7 +161,8 @@ std::string_view PythonReader::glance(Handle mapping, Key key) noexcept {
   if (!PyDict_CheckExact(object(mapping))) return {};
   PyObject* const value = find_at(places_[static_cast<std::size_t>(key)], object(mapping));
   const bool plain = value != nullptr && PyUnicode_CheckExact(value) && PyUnicode_IS_ASCII(value);
-  return plain ? ascii_bytes(value) : std::string_view();
+  Ref none;
+  return plain ? bytes_of(value, none) : std::string_view();
 }
 
 void PythonReader::prefetch(Handle far, Handle near) noexcept {

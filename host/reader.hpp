@@ -6,9 +6,9 @@
 #include <array>
 #include <vector>
 
-#include "core/base/arena.hpp"
 #include "core/exchange/value.hpp"
 #include "host/state.hpp"
+#include "host/texts.hpp"
 
 namespace quillan::host {
 
@@ -18,7 +18,7 @@ namespace quillan::host {
 class PythonReader final : public vorn_layered::ValueReader {
  public:
   // `arena` holds the texts and must live as long as what is made from them.
-  PythonReader(const State& state, vorn_layered::Arena& arena) : state_(state), arena_(arena) {}
+  PythonReader(const State& state, vorn_layered::Arena& arena) : state_(state), texts_(arena) {}
 
   vorn_layered::ValueKind kind(vorn_layered::Handle value) override;
   bool truth(vorn_layered::Handle value) override;
@@ -34,9 +34,6 @@ class PythonReader final : public vorn_layered::ValueReader {
   void release(vorn_layered::Handle value) noexcept override;
   std::string_view glance(vorn_layered::Handle mapping, vorn_layered::Key key) noexcept override;
   void prefetch(vorn_layered::Handle far, vorn_layered::Handle near) noexcept override;
-
-  // Keeps `text`, an exact str, and returns its source.
-  const vorn_layered::TextSource* keep(Ref text);
 
  private:
   // Where a key was last found. Dictionaries made alike keep their keys in the same places, and
@@ -58,14 +55,11 @@ class PythonReader final : public vorn_layered::ValueReader {
   static void learn(Place& place, PyObject* dict, const char* name);
 
   const State& state_;
-  vorn_layered::Arena& arena_;
-  std::vector<Ref> kept_;
+  TextKeeper texts_;
   Ref peeked_;  // what the last peek_text() made
+  Ref encoded_;
   std::array<Place, vorn_layered::KEY_COUNT> places_;
 };
-
-// The exact str that is the text form of `value`.
-Ref text_form(PyObject* value);
 
 // The handles of a tuple's items. Not of a list's, even of one made for the purpose: the caller's
 // own code may run while the items are read, can come by any list through the collector, and empty

@@ -74,10 +74,10 @@ PyObject* next_id(PyObject* module, PyObject* args) {
     if (PyArg_ParseTuple(args, "OU:next_id", &record, &prefix) == 0) return nullptr;
     const State& state = state_of(module);
     LGraph graph;
-    PythonReader reader(state, graph.arena);
+    TextKeeper texts(graph.arena);
     graph._counter = static_cast<std::uint32_t>(
         Fields(state, record).integer(Field::kCounter, 0, UINT32_MAX / 2));
-    const vorn_layered::Text id = graph.next_id(vorn_layered::Text(reader.keep(text_form(prefix))));
+    const vorn_layered::Text id = graph.next_id(vorn_layered::Text(texts.keep(text_form(prefix))));
     const Ref text = text_from_bytes(id.str());
     const Ref counter = check(PyLong_FromUnsignedLong(graph._counter));
     check(PyObject_SetAttr(record, state.field(Field::kCounter), counter.get()));

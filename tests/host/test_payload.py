@@ -2,6 +2,7 @@
 
 import collections
 import copy
+import enum
 import fractions
 import gc
 import random
@@ -47,6 +48,17 @@ class Values(unittest.TestCase):
         for value, real in (("0", 0.0), (" 1e2 ", 100.0), (True, 1.0), (-20, -20.0),
                             (fractions.Fraction(1, 4), 0.25), (2**53 + 1, 2.0**53)):
             self.assertEqual(node_of(width=value).width, real, value)
+
+    def test_ids_of_integers_are_decimal(self):
+        class Kind(int, enum.Enum):
+            BLUR = 7
+            FAR = -(10 ** 5000)
+
+        for value, text in ((Kind.BLUR, "7"), (True, "True"), (10 ** 5000 + 12, f"1{'0' * 4998}12"),
+                            (Kind.FAR, f"-1{'0' * 5000}")):
+            positions, routes = layout([{"id": value}, {"id": "to"}],
+                                       [{"source": text, "target": "to", "id": value}])
+            self.assertEqual(([*positions], [*routes]), ([text, "to"], [text]))
 
     def test_positions_go_by_presence(self):
         self.assertEqual((node_of().origin_x, node_of(x=None).origin_x), (None, None))
