@@ -5,7 +5,7 @@ namespace quillan::vorn_layered {
 namespace {
 
 // Replaces the edge positions of `map` by the positions of the nodes at the other ends.
-IncidentMap neighbours(const IncidentMap& map, std::span<const std::int32_t> ends, Arena& scratch) {
+Grouped neighbours(const Grouped& map, std::span<const std::int32_t> ends, Arena& scratch) {
   const std::span<std::int32_t> items = scratch.raw_array<std::int32_t>(map.items.size());
   for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends[map.items[i]];
   return {map.starts, items};
@@ -24,8 +24,8 @@ Adjacency _adjacency(LGraph& graph) {
     const bool outside = sources[i] < 0 || targets[i] < 0;
     if (outside || sources[i] == targets[i]) sources[i] = targets[i] = -1;
   }
-  const IncidentMap outgoing = group_by(sources, count, scratch);
-  const IncidentMap incoming = group_by(targets, count, scratch);
+  const Grouped outgoing = group_by(sources, count, scratch);
+  const Grouped incoming = group_by(targets, count, scratch);
   return {neighbours(outgoing, targets, scratch), neighbours(incoming, sources, scratch)};
 }
 

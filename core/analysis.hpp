@@ -14,8 +14,8 @@ namespace quillan::vorn_layered {
 // Successors and predecessors by node position, each list in `edges` order. A parallel edge stands
 // once per edge; an edge from a node to itself or with an end outside the graph is left out.
 struct Adjacency {
-  IncidentMap succ;
-  IncidentMap pred;
+  Grouped succ;
+  Grouped pred;
 };
 
 // Lives in the open frame of `graph.scratch`. Linear in nodes plus edges.

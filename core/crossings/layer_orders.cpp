@@ -76,8 +76,8 @@ std::span<const std::int32_t> LayerOrders::number_nodes() {
 
 void LayerOrders::collect(const EdgeSlots& ends) {
   Arena& scratch = graph_.scratch;
-  const IncidentMap below = group_by(ends.adjacent_source, slot_count(), scratch);
-  const IncidentMap above = group_by(ends.adjacent_target, slot_count(), scratch);
+  const Grouped below = group_by(ends.adjacent_source, slot_count(), scratch);
+  const Grouped above = group_by(ends.adjacent_target, slot_count(), scratch);
   const std::size_t count = below.items.size();
 
   Half& upper = halves_[static_cast<int>(Reference::UPPER)];
@@ -107,7 +107,7 @@ void LayerOrders::collect(const EdgeSlots& ends) {
   }
 }
 
-void LayerOrders::number_ends(const IncidentMap& above, const IncidentMap& below) {
+void LayerOrders::number_ends(const Grouped& above, const Grouped& below) {
   Arena& scratch = graph_.scratch;
   first_end_ = scratch.raw_array<std::int32_t>(slot_count() + 1);
   ends_ = scratch.raw_array<LowerEnd>(segments_.size());
@@ -160,7 +160,7 @@ void LayerOrders::sort_segments(const EdgeSlots& ends) {
     successors_ = {lower.starts, lower.slots};
     return;
   }
-  const IncidentMap leaving = group_by(ends.source, slot_count(), graph_.scratch);
+  const Grouped leaving = group_by(ends.source, slot_count(), graph_.scratch);
   const std::span<std::int32_t> items =
       graph_.scratch.raw_array<std::int32_t>(leaving.items.size());
   for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends.target[leaving.items[i]];

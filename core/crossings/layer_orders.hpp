@@ -172,7 +172,7 @@ class LayerOrders {
   struct EdgeSlots;
   std::span<const std::int32_t> number_nodes();
   void collect(const EdgeSlots& ends);
-  void number_ends(const IncidentMap& above, const IncidentMap& below);
+  void number_ends(const Grouped& above, const Grouped& below);
   void sort_segments(const EdgeSlots& ends);
 
   LGraph& graph_;
@@ -187,7 +187,7 @@ class LayerOrders {
   std::span<LowerEnd> ends_;
   std::span<std::int32_t> first_end_;  // per slot: the number of its first lower end
   std::int32_t highest_target_port_ = 0;
-  IncidentMap successors_;
+  Grouped successors_;
   Half halves_[2];
   std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;

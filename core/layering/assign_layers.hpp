@@ -3,7 +3,6 @@
 #ifndef QUILLAN_CORE_LAYERING_ASSIGN_LAYERS_HPP_
 #define QUILLAN_CORE_LAYERING_ASSIGN_LAYERS_HPP_
 
-#include "core/graph/incident_maps.hpp"
 #include "core/graph/lgraph.hpp"
 
 namespace quillan::vorn_layered {

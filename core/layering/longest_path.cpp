@@ -15,7 +15,7 @@ void push_behind_predecessors(LGraph& graph, OwnLayer keep) {
   for (std::size_t i = 0; i < targets.size(); ++i) {
     targets[i] = graph.edges[i]->target_node()->position;
   }
-  const IncidentMap incoming =
+  const Grouped incoming =
       group_by(targets, static_cast<std::int32_t>(graph.nodes.size()), graph.scratch);
   for (const std::int32_t position : order) {
     const std::span<const std::int32_t> edges = incoming[position];

@@ -12,14 +12,14 @@ namespace {
 
 constexpr std::int32_t kPivotCap = 300;
 
-IncidentMap edges_at_nodes(std::int32_t count, std::span<const _NetworkSimplex::Edge> edges,
-                           Arena& scratch) {
+Grouped edges_at_nodes(std::int32_t count, std::span<const _NetworkSimplex::Edge> edges,
+                       Arena& scratch) {
   const std::span<std::int32_t> ends = scratch.raw_array<std::int32_t>(edges.size() * 2);
   for (std::size_t i = 0; i < edges.size(); ++i) {
     ends[2 * i] = edges[i].tail;
     ends[2 * i + 1] = edges[i].head;
   }
-  const IncidentMap by_end = group_by(ends, count, scratch);
+  const Grouped by_end = group_by(ends, count, scratch);
   const std::span<std::int32_t> items = scratch.raw_array<std::int32_t>(ends.size());
   for (std::size_t i = 0; i < items.size(); ++i) items[i] = by_end.items[i] / 2;
   return {by_end.starts, items};

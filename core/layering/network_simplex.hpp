@@ -19,8 +19,8 @@
 #include <vector>
 
 #include "core/base/arena.hpp"
+#include "core/base/grouped.hpp"
 #include "core/base/index_set.hpp"
-#include "core/graph/incident_maps.hpp"
 #include "core/layering/tree_links.hpp"
 
 namespace quillan::vorn_layered {
@@ -75,7 +75,7 @@ class _NetworkSimplex {  // NOLINT(bugprone-reserved-identifier)
   std::int32_t count;
   std::span<const Edge> edges;
   std::span<std::int32_t> rank;
-  IncidentMap incident;                 // edges at each node, in edge order
+  Grouped incident;                     // edges at each node, in edge order
   std::span<bool> in_tree;              // per edge
   std::span<std::int32_t> parent_edge;  // per node; -1 at the root and outside the tree
   std::span<std::int32_t> lim;          // postorder number from 1

@@ -5,7 +5,7 @@
 
 namespace quillan::vorn_layered {
 
-TreeLinks::TreeLinks(const IncidentMap& incident, std::span<const RankEdge> edges, Arena& scratch)
+TreeLinks::TreeLinks(const Grouped& incident, std::span<const RankEdge> edges, Arena& scratch)
     : edges_(edges),
       starts_(incident.starts),
       tree_ends_(scratch.raw_array<std::int32_t>(incident.starts.size() - 1)),

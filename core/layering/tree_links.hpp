@@ -8,7 +8,7 @@
 #include <span>
 
 #include "core/base/arena.hpp"
-#include "core/graph/incident_maps.hpp"
+#include "core/base/grouped.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -33,7 +33,7 @@ class TreeLinks {
  public:
   // All edges are taken to be outside the tree. The arrays live in the open frame of `scratch`.
   // Linear.
-  TreeLinks(const IncidentMap& incident, std::span<const RankEdge> edges, Arena& scratch);
+  TreeLinks(const Grouped& incident, std::span<const RankEdge> edges, Arena& scratch);
 
   [[nodiscard]] std::span<const TreeLink> tree(std::int32_t node) const {
     return links_.subspan(starts_[node], tree_ends_[node] - starts_[node]);

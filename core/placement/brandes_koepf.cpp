@@ -68,7 +68,7 @@ void AlignmentGraph::collect_links() {
   }
 
   // Filling one side's lists while walking the other side's slots in order leaves them sorted.
-  const IncidentMap leaving = group_by(sources, slot_count, scratch);
+  const Grouped leaving = group_by(sources, slot_count, scratch);
   const std::span<std::int32_t> above_starts = scratch.array<std::int32_t>(slot_count + 1, 0);
   const std::span<std::int32_t> filled = scratch.raw_array<std::int32_t>(slot_count);
   for (const std::int32_t edge : leaving.items) ++above_starts[targets[edge] + 1];

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <vector>
 
-#include "core/graph/incident_maps.hpp"
+#include "core/base/grouped.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -156,7 +156,7 @@ class Replay {
 
   const BlockConstraints& constraints_;
   std::span<double> centers_;
-  IncidentMap members_;  // slots of each block, ascending
+  Grouped members_;  // slots of each block, ascending
   std::span<Block> blocks_;
   std::span<std::int32_t> queue_;
   std::vector<Push> pushes_;
@@ -173,7 +173,7 @@ bool compact_by_replay(const BlockConstraints& constraints, std::span<double> ce
 void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch) {
   const Arena::Frame frame(scratch);
-  const IncidentMap members = group_by(constraints.block_of, constraints.block_count, scratch);
+  const Grouped members = group_by(constraints.block_of, constraints.block_count, scratch);
   const std::int32_t slots = static_cast<std::int32_t>(constraints.block_of.size());
   std::fill(centers.begin(), centers.end(), 0.0);
   bool changed = true;

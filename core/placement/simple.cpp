@@ -25,7 +25,7 @@ void move_to_mean(const LGraph& graph, const IncidentMaps& maps, LNode& node) {
   if (node.position < 0) return;  // outside the graph, where no segment ends
   double sum = 0.0;
   std::size_t count = 0;
-  for (const IncidentMap* map : {&maps.incoming, &maps.outgoing}) {
+  for (const Grouped* map : {&maps.incoming, &maps.outgoing}) {
     const std::span<const std::int32_t> segments = (*map)[node.position];
     count += segments.size();
     for (const std::int32_t position : segments) {

@@ -1,0 +1,35 @@
+// Grouped: lists of integers, back to back in one array.
+//
+// Example:
+//   const std::array<std::int32_t, 4> layer_of = {1, 0, -1, 1};
+//   const Grouped members = group_by(layer_of, 2, arena);   // members[1] holds 0 and 3
+//   for (const std::int32_t item : members[1]) visit(item);
+
+#ifndef QUILLAN_CORE_BASE_GROUPED_HPP_
+#define QUILLAN_CORE_BASE_GROUPED_HPP_
+
+#include <cstdint>
+#include <span>
+
+#include "core/base/arena.hpp"
+
+namespace quillan::vorn_layered {
+
+struct Grouped {
+  std::span<const std::int32_t> starts;  // where each list begins, and the end of the last one
+  std::span<const std::int32_t> items;
+
+  [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(starts.size()) - 1; }
+  [[nodiscard]] std::span<const std::int32_t> operator[](std::int32_t list) const {
+    return items.subspan(starts[list], starts[list + 1] - starts[list]);
+  }
+};
+
+// Groups the indices of `keys` by key: list k of the `lists` lists holds, ascending, every i with
+// keys[i] == k. A key below 0 belongs to no list. The result lives as long as what is allocated
+// from `arena` now. Linear, by counting.
+Grouped group_by(std::span<const std::int32_t> keys, std::int32_t lists, Arena& arena);
+
+}  // namespace quillan::vorn_layered
+
+#endif  // QUILLAN_CORE_BASE_GROUPED_HPP_
