@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/base/prefetch.hpp"
+
 namespace quillan::host {
 
 using vorn_layered::Handle;
@@ -167,12 +169,12 @@ std::string_view PythonReader::glance(Handle mapping, Key key) noexcept {
 
 void PythonReader::prefetch(Handle far, Handle near) noexcept {
   constexpr std::size_t kLine = 64;
-  __builtin_prefetch(far);
+  vorn_layered::prefetch(far);
   if (!PyDict_CheckExact(object(near))) return;
   // The table of a dictionary with some ten keys.
   const char* const table =
       reinterpret_cast<const char*>(reinterpret_cast<PyDictObject*>(near)->ma_keys);
-  for (std::size_t line = 0; line < 4; ++line) __builtin_prefetch(table + line * kLine);
+  for (std::size_t line = 0; line < 4; ++line) vorn_layered::prefetch(table + line * kLine);
 }
 
 void PythonReader::release(Handle value) noexcept { Py_DECREF(object(value)); }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/base/faults.hpp"
+#include "core/base/prefetch.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -123,14 +124,14 @@ void look_ahead_from_edge(const Payload& payload, const GraphMembers& members, s
   look_ahead(payload.reader, i, members.edges.size(),
              [&](std::size_t at) { return edge_at(at).mapping; });
   if (i + AHEAD_TABLE >= members.edges.size()) return;
-  origins.prefetch(payload.reader, edge_at(i + AHEAD_CONTENT).mapping, Key::ID);
+  prefetch_text(origins, payload.reader, edge_at(i + AHEAD_CONTENT).mapping, Key::ID);
   const auto node_of = [&](std::int32_t number) { return graph.nodes[members.place_of[number]]; };
   const Payload::Edge& later = edge_at(i + AHEAD_TABLE);
-  if (later.source >= 0) __builtin_prefetch(&node_of(later.source)->out_ports);
-  if (later.target >= 0) __builtin_prefetch(&node_of(later.target)->in_ports);
+  if (later.source >= 0) prefetch(&node_of(later.source)->out_ports);
+  if (later.target >= 0) prefetch(&node_of(later.target)->in_ports);
   const Payload::Edge& soon = edge_at(i + AHEAD_CONTENT);
-  if (soon.source >= 0) __builtin_prefetch(node_of(soon.source)->out_ports.data());
-  if (soon.target >= 0) __builtin_prefetch(node_of(soon.target)->in_ports.data());
+  if (soon.source >= 0) prefetch(node_of(soon.source)->out_ports.data());
+  if (soon.target >= 0) prefetch(node_of(soon.target)->in_ports.data());
 }
 
 }  // namespace

@@ -5,45 +5,16 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 #include <vector>
 
+#include "core/base/text_index.hpp"
 #include "core/exchange/value.hpp"
 
 namespace quillan::vorn_layered {
 
-// Finds texts by their bytes: an open-addressed table of positions into a list the caller keeps.
-// Expected constant cost per look-up.
-class TextIndex {
- public:
-  // Room for `expected` texts before the table grows.
-  explicit TextIndex(std::size_t expected);
-
-  // The value kept for `bytes`, after setting it to `value` if there was none.
-  std::int32_t& find_or_add(std::string_view bytes, std::int32_t value);
-  // The value kept for `bytes`, or -1.
-  [[nodiscard]] std::int32_t find(std::string_view bytes) const;
-
-  // Starts to load what a look-up of the text under `key` will look at, where the table is large.
-  void prefetch(ValueReader& reader, Handle mapping, Key key) const;
-
- private:
-  // Slots are small, so that the table of a large payload stays in the cache; the texts themselves
-  // are looked at only where the tags agree.
-  struct Slot {
-    std::uint32_t tag = 0;    // of the hash
-    std::int32_t entry = -1;  // -1: the slot is free
-  };
-  struct Entry {
-    std::string_view bytes;
-    std::int32_t value;
-  };
-  [[nodiscard]] std::size_t probe(std::string_view bytes, std::uint64_t hash) const;
-  void grow();
-
-  std::vector<Slot> slots_;
-  std::vector<Entry> entries_;
-};
+// Starts to load what a look-up of the text that `mapping` has under `key` will look at, where the
+// index is large.
+void prefetch_text(const TextIndex& index, ValueReader& reader, Handle mapping, Key key);
 
 // The two lists of a call. Node `i` stands for all nodes of its id if `canonical[i] == i`; of nodes
 // with equal ids the last one does.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <new>
 #include <set>
 #include <span>
@@ -12,6 +14,7 @@
 #include "core/base/arena.hpp"
 #include "core/base/index_set.hpp"
 #include "core/base/text.hpp"
+#include "core/base/text_index.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {
@@ -51,6 +54,36 @@ TEST(Arena, BeginsInLentMemoryAndGoesOnInItsOwn) {
     EXPECT_FALSE(is_lent(second));
     EXPECT_EQ(std::count(first.begin(), first.end(), 1), 10);
     arena.clear();
+  }
+}
+
+// A text of two words with the hash of "samehash" twice. Undoes the mixing of words, so it must be
+// changed with it; the test that uses it would notice.
+std::string colliding_text(std::uint64_t first) {
+  const auto mix = [](std::uint64_t hash, std::uint64_t word) {
+    const std::uint64_t product = (hash ^ word) * 0x9E3779B97F4A7C15ULL;
+    return product ^ (product >> 32U);
+  };
+  std::uint64_t word = 0;
+  std::memcpy(&word, "samehash", 8);
+  const std::uint64_t words[2] = {first, mix(16, first) ^ mix(16, word) ^ word};
+  std::string text(16, ' ');
+  std::memcpy(text.data(), words, 16);
+  return text;
+}
+
+TEST(TextIndex, FindsTextsOfOneHash) {
+  constexpr std::int32_t kCount = 2000;
+  std::vector<std::string> texts;
+  for (std::int32_t i = 0; i < 2 * kCount; ++i) texts.push_back(colliding_text(i));
+  TextIndex index(kCount / 2);  // fewer than come
+  for (std::int32_t i = 0; i < kCount; ++i) {
+    ASSERT_EQ(TextIndex::hash(texts[i]), TextIndex::hash("samehashsamehash"));
+    ASSERT_EQ(index.find_or_add(texts[i], i), i);
+    ASSERT_EQ(index.find_or_add(texts[i], -2), i);
+  }
+  for (std::int32_t i = 0; i < 2 * kCount; ++i) {
+    ASSERT_EQ(index.find(texts[i]), i < kCount ? i : -1) << i;
   }
 }
 
