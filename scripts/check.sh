@@ -121,7 +121,8 @@ check_typing() {
   own=$(venv typing "$MYPY")
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
   "$own" -m mypy.stubtest quillan.core.vorn_layered
-  "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py bench/run.py
+  "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py \
+    bench/run.py bench/quality.py
   PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
 }
 
