@@ -52,6 +52,19 @@ class NodeKind(_enum.StrEnum):
 AUTO = "AUTO"
 
 
+class _DirectionField:
+    """A field that is set to a `Direction` or to the name of one, and read as a `Direction`."""
+
+    def __get__(self, options: object, owner: type | None = None) -> Direction:
+        return vars(options).get("direction", Direction.RIGHT) if options is not None else Direction.RIGHT
+
+    def __set__(self, options: object, value: object) -> None:
+        # A str that names no direction is left for the layout to refuse, like any other bad value.
+        if isinstance(value, str):
+            value = Direction.__members__.get(value, value)
+        vars(options)["direction"] = value
+
+
 @_dataclasses.dataclass
 class LayoutOptions:
     """What a caller can ask of a layout. Any subset of the fields may be given by keyword.
@@ -78,7 +91,7 @@ class LayoutOptions:
     Strategies are compared exactly; an unknown text takes the last choice of its phase.
     """
 
-    direction: Direction = Direction.RIGHT
+    direction: Direction = _DirectionField()
     interactive: bool = False
     cycle_breaking_strategy: str = AUTO
     layering_strategy: str = AUTO
@@ -92,11 +105,6 @@ class LayoutOptions:
     padding_left: float = 24.0
     padding_top: float = 24.0
     thoroughness: int = 7
-
-    def __post_init__(self) -> None:
-        # A text that names no direction is left for the layout to refuse, like any other bad value.
-        if isinstance(self.direction, str):
-            self.direction = Direction.__members__.get(self.direction, self.direction)
 
     def resolved(self) -> "LayoutOptions":
         """A new `LayoutOptions` in which every strategy that is "AUTO" is pinned to a value.

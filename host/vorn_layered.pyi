@@ -1,42 +1,17 @@
 from collections.abc import Iterable, Mapping
 from dataclasses import dataclass, field
 from enum import StrEnum
-from typing import Final, Literal, Required, SupportsFloat, SupportsIndex, SupportsInt
-from typing import TypeAlias, TypedDict, TypeVar
+from typing import Final, Literal, TypeAlias, TypeVar
 
-_Real: TypeAlias = SupportsFloat | SupportsIndex | str
-_Point: TypeAlias = tuple[float, float]
+from .vorn_layered_types import EdgeMapping, NodeMapping, Point, Positions, Routes
 
-# What the engine reads of a payload, for type checkers and editors only: nothing of this exists at
-# run time. Plain dicts and other mappings, which may hold more keys, are payloads as well.
-
-class _PortMapping(TypedDict, total=False):
-    id: object
-    offset: _Real
-
-_Ports: TypeAlias = int | Iterable[_PortMapping | Mapping[str, object] | _Real] | None
-
-class _NodeMapping(TypedDict, total=False):
-    id: Required[object]
-    width: _Real | None
-    height: _Real | None
-    x: _Real | None
-    y: _Real | None
-    input_ports: _Ports
-    output_ports: _Ports
-
-class _EdgeMapping(TypedDict, total=False):
-    id: object
-    source: object
-    target: object
-    source_port: SupportsInt | str | None
-    target_port: SupportsInt | str | None
-
-_Nodes: TypeAlias = Iterable[_NodeMapping | Mapping[str, object]]
-_Edges: TypeAlias = Iterable[_EdgeMapping | Mapping[str, object]]
+# Plain dicts and other mappings, which may hold more keys, are payloads as well.
+_Nodes: TypeAlias = Iterable[NodeMapping | Mapping[str, object]]
+_Edges: TypeAlias = Iterable[EdgeMapping | Mapping[str, object]]
 _AnyNode = TypeVar("_AnyNode", bound=Mapping[str, object])
 _AnyEdge = TypeVar("_AnyEdge", bound=Mapping[str, object])
 
+_DirectionName: TypeAlias = Literal["RIGHT", "LEFT", "DOWN", "UP"]
 # Any text is taken; these are the ones that mean something, for an editor to offer.
 _CycleBreaking: TypeAlias = Literal["AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"] | str
 _Layering: TypeAlias = Literal["AUTO", "NETWORK_SIMPLEX", "LONGEST_PATH", "INTERACTIVE"] | str
@@ -64,9 +39,13 @@ class NodeKind(StrEnum):
 
 AUTO: Final = "AUTO"
 
+class _DirectionField:
+    def __get__(self, options: object, owner: type | None = None) -> Direction: ...
+    def __set__(self, options: object, value: Direction | _DirectionName) -> None: ...
+
 @dataclass
 class LayoutOptions:
-    direction: Direction = Direction.RIGHT
+    direction: _DirectionField = ...
     interactive: bool = False
     cycle_breaking_strategy: str = "AUTO"
     layering_strategy: str = "AUTO"
@@ -82,7 +61,7 @@ class LayoutOptions:
     thoroughness: int = 7
     def __init__(
         self,
-        direction: Direction | Literal["RIGHT", "LEFT", "DOWN", "UP"] = Direction.RIGHT,
+        direction: Direction | _DirectionName = Direction.RIGHT,
         interactive: bool = False,
         cycle_breaking_strategy: _CycleBreaking = "AUTO",
         layering_strategy: _Layering = "AUTO",
@@ -97,7 +76,6 @@ class LayoutOptions:
         padding_top: float = 24.0,
         thoroughness: int = 7,
     ) -> None: ...
-    def __post_init__(self) -> None: ...
     def resolved(self) -> LayoutOptions: ...
 
 @dataclass(eq=False)
@@ -139,7 +117,7 @@ class LEdge:
     target: LPort
     origin_id: str
     reversed: bool = False
-    bend_points: list[_Point] = field(default_factory=list)
+    bend_points: list[Point] = field(default_factory=list)
     @property
     def source_node(self) -> LNode: ...
     @property
@@ -164,8 +142,8 @@ DEFAULT_NODE_HEIGHT: Final = 56.0
 
 def build_graph(nodes: _Nodes, edges: _Edges, options: LayoutOptions | None = None) -> LGraph: ...
 def graph_extent(graph: LGraph) -> tuple[float, float]: ...
-def node_positions(graph: LGraph) -> dict[str, _Point]: ...
-def edge_routes(graph: LGraph) -> dict[str, list[_Point]]: ...
+def node_positions(graph: LGraph) -> Positions: ...
+def edge_routes(graph: LGraph) -> Routes: ...
 def weakly_connected_components(
     nodes: Iterable[_AnyNode], edges: Iterable[_AnyEdge]
 ) -> list[tuple[list[_AnyNode], list[_AnyEdge]]]: ...
@@ -186,4 +164,4 @@ def layout(
     options: LayoutOptions | None = None,
     *,
     component_gap: float = 80.0,
-) -> tuple[dict[str, _Point], dict[str, list[_Point]]]: ...
+) -> tuple[Positions, Routes]: ...

@@ -14,7 +14,7 @@ declare -A CHECK_PACKAGES=(
   [fuzz]="clang-14 libclang-rt-14-dev libgtest-dev"
 )
 readonly CLANG=clang++-14
-readonly MYPY=mypy==2.4.1
+readonly CHECKERS=(mypy==2.4.1 "pyright[nodejs]==1.1.414")
 
 check_format() {
   run_format --check
@@ -83,7 +83,7 @@ check_cppcheck() {
     --suppress=missingReturn --error-exitcode=1 --file-list=<(cpp_sources)
 }
 
-# A wheel holds the module, its stub and the typing marker and nothing else: a file of another
+# A wheel holds the module, its stub, its types and the typing marker and nothing else: a file of another
 # owner's `quillan` or `quillan.core` in it would cover theirs.
 check_packaging() {
   local work=$ROOT/build/check/packaging builder own from
@@ -101,7 +101,7 @@ check_packaging() {
   # Far from the source tree, whose modules and stubs must play no part.
   "$PYTHON" -m venv "$work/venv"
   own=$work/venv/bin/python
-  "$own" -m pip install --quiet . "$MYPY"
+  "$own" -m pip install --quiet . "${CHECKERS[@]}"
   cd "$work"
   PYTHON=$own unit_tests "$ROOT/tests" -s "$ROOT/tests/host"
   PYTHON=$own unit_tests "" -s "$ROOT/tests/typing"
@@ -112,17 +112,18 @@ only_own_files() {
   local names
   names=$(sed -E 's/^[^/]*\.dist-info\/.*/dist-info/; s/\.(cpython|abi3)[^/]*\.so$/.so/' "$1")
   diff <(printf '%s\n' "$names" | LC_ALL=C sort -u) <(printf '%s\n' dist-info \
-    quillan/core/py.typed quillan/core/vorn_layered.pyi quillan/core/vorn_layered.so)
+    quillan/core/py.typed quillan/core/vorn_layered.pyi quillan/core/vorn_layered.so \
+    quillan/core/vorn_layered_types.py)
 }
 
 check_typing() {
   build_release_module
   local own
-  own=$(venv typing "$MYPY")
+  own=$(venv typing "${CHECKERS[@]}")
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
-  "$own" -m mypy.stubtest quillan.core.vorn_layered
+  "$own" -m mypy.stubtest --allowlist tests/typing/stubtest_allowlist.txt quillan.core.vorn_layered
   "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py \
-    bench/run.py bench/quality.py
+    bench/run.py bench/quality.py host/write_stub.py
   PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
 }
 

@@ -137,6 +137,7 @@ class Vocabulary(unittest.TestCase):
     def test_resolved(self):
         options = LayoutOptions(interactive=True, layering_strategy="NETWORK_SIMPLEX")
         options.direction = "UP"
+        self.assertIs(options.direction, Direction.UP)
         pinned = options.resolved()
         self.assertEqual(options, LayoutOptions("UP", True, layering_strategy="NETWORK_SIMPLEX"))
         self.assertEqual(pinned, dataclasses.replace(options, cycle_breaking_strategy="INTERACTIVE",

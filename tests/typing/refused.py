@@ -2,13 +2,9 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING
-
 from quillan.core import vorn_layered
 from quillan.core.vorn_layered import LayoutOptions, LEdge, LGraph, LNode, LPort, PortSide, layout
-
-if TYPE_CHECKING:
-    from quillan.core.vorn_layered import _EdgeMapping, _NodeMapping, _PortMapping
+from quillan.core.vorn_layered_types import EdgeMapping, NodeMapping, PortMapping
 
 layout([])  # error: call-arg
 layout(3, [])  # error: arg-type
@@ -21,17 +17,23 @@ layout([], [], component_gap="80")  # error: arg-type
 layout([], [], gap=80.0)  # error: call-arg
 wrong: dict[int, float] = layout([], [])[0]  # error: assignment
 
-nameless: _NodeMapping = {"width": 3}  # error: typeddict-item
-misspelt: _NodeMapping = {"id": 1, "widht": 3}  # error: typeddict-unknown-key
-shapeless: _NodeMapping = {"id": 1, "height": [3]}  # error: typeddict-item
-portless: _NodeMapping = {"id": 1, "input_ports": 2.0}  # error: typeddict-item
-loose: _PortMapping = {"offset": None}  # error: typeddict-item
-tangled: _EdgeMapping = {"source": 1, "target": 2, "port": 0}  # error: typeddict-unknown-key
+nameless: NodeMapping = {"width": 3}  # error: typeddict-item
+misspelt: NodeMapping = {"id": 1, "widht": 3}  # error: typeddict-unknown-key
+shapeless: NodeMapping = {"id": 1, "width": [1]}  # error: typeddict-item
+portless: NodeMapping = {"id": 1, "input_ports": 2.0}  # error: typeddict-item
+named: NodeMapping = {"id": 1, "input_ports": ["image", "mask"]}  # error: list-item
+counted: NodeMapping = {"id": 1, "input_ports": "2"}  # error: typeddict-item
+twisted: NodeMapping = {"id": 1, "input_ports": [{"ofset": 3}]}  # error: list-item
+loose: PortMapping = {"offset": None}  # error: typeddict-item
+tangled: EdgeMapping = {"source": 1, "target": 2, "port": 0}  # error: typeddict-unknown-key
+endless: EdgeMapping = {"source": 1}  # error: typeddict-item
+nodes: list[NodeMapping] = [{"id": 1}, {"width": 2}]  # error: typeddict-item
 
 LayoutOptions(direction="SIDEWAYS")  # error: arg-type
 LayoutOptions(spacing=3)  # error: call-arg
 LayoutOptions(padding_top="3")  # error: arg-type
 LayoutOptions().direction = 3  # error: assignment
+LayoutOptions().direction = "down"  # error: assignment
 LayoutOptions() < LayoutOptions()  # error: operator
 
 LNode()  # error: call-arg
@@ -42,4 +44,4 @@ LGraph().nodes.append("a")  # error: arg-type
 LGraph().node_by_id("a").width  # error: union-attr
 vorn_layered.run_phases([])  # error: arg-type
 vorn_layered.Layout  # error: attr-defined
-vorn_layered.AUTO = "GREEDY"  # error: misc
+vorn_layered.AUTO = "GREEDY"  # error: misc, to mypy alone
