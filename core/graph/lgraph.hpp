@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "core/base/arena.hpp"
+#include "core/base/strict_numbers.hpp"
 #include "core/base/text.hpp"
 #include "core/graph/options.hpp"
 #include "core/graph/vocabulary.hpp"
