@@ -176,6 +176,13 @@ def layering_strategy() -> Panels:
                 spacing_node_node_between_layers=TIGHT)
 
 
+def minimum_length() -> Panels:
+    """Sources as early as possible, and where their edges are shortest."""
+    fed = graph("A>B>C>D>E P>C Q>D R>D S>E")
+    return each(fed, "layering_strategy", "LONGEST_PATH", "MINIMUM_LENGTH",
+                spacing_node_node_between_layers=TIGHT)
+
+
 def crossing_strategy() -> Panels:
     """The same layers in three orders."""
     comb = graph("A B C D E F B>D B>F A>F A>E C>E",
@@ -324,7 +331,7 @@ def dummies() -> Panels:
 
 SMALL: tuple[Callable[[], Panels], ...] = (
     direction, interactive, interactive_crossing, interactive_again, cycle_breaking_strategy,
-    layering_strategy, crossing_strategy, placement_strategy, edge_routing, thoroughness,
+    layering_strategy, minimum_length, crossing_strategy, placement_strategy, edge_routing, thoroughness,
     spacing_node_node, spacing_node_node_between_layers, spacing_edge_edge, spacing_edge_node,
     padding_left, padding_top, component_gap, ports, dummies,
 )

@@ -107,7 +107,8 @@ class Draw {
     options.direction = static_cast<Direction>(below(4));
     options.interactive = chance(30);
     options.cycle_breaking_strategy = pick({"AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"});
-    options.layering_strategy = pick({"AUTO", "NETWORK_SIMPLEX", "LONGEST_PATH", "INTERACTIVE"});
+    options.layering_strategy =
+        pick({"AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"});
     options.crossing_strategy = pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE"});
     options.placement_strategy = pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE", ""});
     options.edge_routing = pick({"ORTHOGONAL", "ORTHOGONAL", "POLYLINE"});

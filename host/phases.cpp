@@ -264,12 +264,14 @@ Phase 2: give every node a layer from 0, split long edges by dummies, and fill `
 
 Wants the acyclic graph that phase 1 leaves. `graph.options.layering_strategy` chooses;
 "NETWORK_SIMPLEX", which makes the total length of the edges small, is taken up to
-NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond. Afterwards every segment of an edge in
+NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes it as small as it
+can be at any size. Afterwards every segment of an edge in
 `graph.chains` joins a layer to the next.
 
 Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
 then left as it was. MemoryError where the split would take more than 2**23 dummies. Linear in
-nodes, edges and dummies, n log n for "INTERACTIVE", and up to 300 pivots for network simplex.
+nodes, edges and dummies, n log n for "INTERACTIVE", up to 300 pivots for "NETWORK_SIMPLEX", and for
+"MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and edge.
 (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993, section 2.)
 )doc"},
     {"insert_dummy_nodes",

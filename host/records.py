@@ -75,8 +75,8 @@ class LayoutOptions:
     interactive: keep the arrangement that the nodes' `x` and `y` show: it turns the three automatic
         strategies into "INTERACTIVE".
     cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
-    layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "LONGEST_PATH" or
-        "INTERACTIVE".
+    layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "MINIMUM_LENGTH"
+        (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
     crossing_strategy: "LAYER_SWEEP", "INTERACTIVE" or "NONE".
     placement_strategy: "SIMPLE" or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
     edge_routing: "ORTHOGONAL" or "POLYLINE".

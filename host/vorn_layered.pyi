@@ -14,7 +14,8 @@ _AnyEdge = TypeVar("_AnyEdge", bound=Mapping[str, object])
 _DirectionName: TypeAlias = Literal["RIGHT", "LEFT", "DOWN", "UP"]
 # Any text is taken; these are the ones that mean something, for an editor to offer.
 _CycleBreaking: TypeAlias = Literal["AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"] | str
-_Layering: TypeAlias = Literal["AUTO", "NETWORK_SIMPLEX", "LONGEST_PATH", "INTERACTIVE"] | str
+_Layering: TypeAlias = (
+    Literal["AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"] | str)
 _Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE"] | str
 _Placement: TypeAlias = Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE"] | str
 _Routing: TypeAlias = Literal["ORTHOGONAL", "POLYLINE"] | str

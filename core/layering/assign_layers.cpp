@@ -13,6 +13,8 @@ void assign_layers(LGraph& graph) {
   } else if (strategy == "NETWORK_SIMPLEX" &&
              graph.nodes.size() <= static_cast<std::size_t>(NETWORK_SIMPLEX_NODE_LIMIT)) {
     _layer_network_simplex(graph);
+  } else if (strategy == "MINIMUM_LENGTH") {
+    layer_minimum_length(graph);
   } else {
     _layer_longest_path(graph);
   }

@@ -19,8 +19,12 @@ void _layer_longest_path(LGraph& graph);
 // a walk in topological order then pushes every node behind its predecessors. n log n.
 void _layer_interactive(LGraph& graph);
 
-// The layering of least total span, by network simplex.
+// A layering of small total span, by network simplex with a cap on its pivots.
 void _layer_network_simplex(LGraph& graph);
+
+// A layering of least total span for a graph of any size, see LeastLength. Among several, the one
+// that its pivots lead to from the longest paths.
+void layer_minimum_length(LGraph& graph);
 
 // Shifts all layers so that the smallest is 0.
 void _normalise_layers(LGraph& graph);

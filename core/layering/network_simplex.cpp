@@ -12,19 +12,6 @@ namespace {
 
 constexpr std::int32_t kPivotCap = 300;
 
-Grouped edges_at_nodes(std::int32_t count, std::span<const _NetworkSimplex::Edge> edges,
-                       Arena& scratch) {
-  const std::span<std::int32_t> ends = scratch.raw_array<std::int32_t>(edges.size() * 2);
-  for (std::size_t i = 0; i < edges.size(); ++i) {
-    ends[2 * i] = edges[i].tail;
-    ends[2 * i + 1] = edges[i].head;
-  }
-  const Grouped by_end = group_by(ends, count, scratch);
-  const std::span<std::int32_t> items = scratch.raw_array<std::int32_t>(ends.size());
-  for (std::size_t i = 0; i < items.size(); ++i) items[i] = by_end.items[i] / 2;
-  return {by_end.starts, items};
-}
-
 // The edges at the border of a growing tree whose members all move together. An edge that leaves
 // the tree loses slack as the tree moves up, one that enters it gains slack, so each kind keeps its
 // order in a heap of its own while the tree moves.
@@ -92,24 +79,11 @@ class Border {
 
 _NetworkSimplex::_NetworkSimplex(std::int32_t node_count, std::span<const Edge> all_edges,
                                  std::span<const std::int32_t> initial_ranks, Arena& scratch)
-    : count(node_count),
-      edges(all_edges),
-      rank(scratch.raw_array<std::int32_t>(count)),
-      incident(edges_at_nodes(count, all_edges, scratch)),
-      in_tree(scratch.array<bool>(edges.size(), false)),
-      parent_edge(scratch.array<std::int32_t>(count, -1)),
+    : SimplexTree(node_count, 0, all_edges, initial_ranks, scratch),
       lim(scratch.array<std::int32_t>(count, 0)),
       low(scratch.array<std::int32_t>(count, 0)),
-      cut(scratch.array<std::int32_t>(edges.size(), 0)),
       _visited(scratch.array<bool>(count, false)),
-      scratch_(scratch),
-      links_(incident, all_edges, scratch),
-      negative_(static_cast<std::int32_t>(edges.size()), scratch),
-      size_(scratch.array<std::int32_t>(count, 1)),
-      side_(scratch.array<std::int32_t>(count, 0)),
-      climb_(scratch.array<std::int32_t>(count, 0)) {
-  std::copy(initial_ranks.begin(), initial_ranks.end(), rank.begin());
-}
+      scratch_(scratch) {}
 
 std::vector<std::int32_t> _NetworkSimplex::_tight_tree() {
   std::fill(in_tree.begin(), in_tree.end(), false);
@@ -133,12 +107,12 @@ std::vector<std::int32_t> _NetworkSimplex::_tight_tree() {
   return members;
 }
 
-// The passes as stated, for ranks that are not feasible: only a graph with a cycle has such. A
-// shift may then lose members, and nothing but the count of passes ends the loop.
+// For ranks that are not feasible, which only a graph with a cycle has. What is tight goes first
+// here, before an edge of less slack than none, so the border's order will not do. Every pass adds
+// a node to the tree, since a shift keeps the edges inside it tight. Costs nodes times edges.
 void _NetworkSimplex::shift_in_passes() {
-  for (std::int32_t guard = 0; guard <= count + 1; ++guard) {
+  while (true) {
     const std::vector<std::int32_t> members = _tight_tree();
-    if (static_cast<std::int32_t>(members.size()) == count) return;
     std::int32_t best = -1;
     for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size());
          ++position) {
@@ -149,37 +123,35 @@ void _NetworkSimplex::shift_in_passes() {
     const std::int32_t delta = _visited[edges[best].tail] ? slack(best) : -slack(best);
     for (const std::int32_t node : members) rank[node] += delta;
   }
-  closed_ = false;
 }
 
-// Stated as growing the tight tree anew after every shift. Only the set of its members decides the
+// Defined as growing the tight tree anew after every shift. Only the set of its members decides the
 // shifts, and a shift never loses a member, so the set can be grown; the tree itself, whose shape
 // does depend on the search, is the one that the last search finds.
+void _NetworkSimplex::shift_by_border() {
+  const Arena::Frame frame(scratch_);
+  const std::span<bool> member = scratch_.array<bool>(count, false);
+  Border border(*this, member);
+  border.join(0);
+  for (Border::Choice best = border.best(); best.position >= 0; best = border.best()) {
+    if (best.slack == 0) {
+      const Edge& edge = edges[best.position];
+      border.join(best.leaves ? edge.head : edge.tail);
+    } else {
+      border.move(best.leaves ? best.slack : -best.slack);
+    }
+  }
+  for (std::int32_t node = 0; node < count; ++node) {
+    if (member[node]) rank[node] += border.shift();
+  }
+}
+
 void _NetworkSimplex::_feasible_tree() {
-  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
-    if (slack(position) < 0) {
-      shift_in_passes();
-      return;
-    }
-  }
-  {
-    const Arena::Frame frame(scratch_);
-    const std::span<bool> member = scratch_.array<bool>(count, false);
-    Border border(*this, member);
-    border.join(0);
-    for (Border::Choice best = border.best(); best.position >= 0; best = border.best()) {
-      if (best.slack == 0) {
-        const Edge& edge = edges[best.position];
-        border.join(best.leaves ? edge.head : edge.tail);
-      } else {
-        border.move(best.leaves ? best.slack : -best.slack);
-      }
-    }
-    for (std::int32_t node = 0; node < count; ++node) {
-      if (member[node]) rank[node] += border.shift();
-    }
-  }
+  std::int32_t position = static_cast<std::int32_t>(edges.size());
+  while (position > 0 && slack(position - 1) >= 0) --position;
+  position == 0 ? shift_by_border() : shift_in_passes();
   _tight_tree();
+  link_tree();
 }
 
 void _NetworkSimplex::_number_tree() {
@@ -221,15 +193,6 @@ void _NetworkSimplex::_number_tree() {
   }
 }
 
-void _NetworkSimplex::set_cut(std::int32_t position, std::int32_t value) {
-  cut[position] = value;
-  if (value < 0 && in_tree[position]) {
-    negative_.insert(position);
-  } else {
-    negative_.erase(position);
-  }
-}
-
 void _NetworkSimplex::_compute_cut_values() {
   const Arena::Frame frame(scratch_);
   const std::span<std::int32_t> surplus = scratch_.array<std::int32_t>(count, 0);
@@ -237,162 +200,72 @@ void _NetworkSimplex::_compute_cut_values() {
     --surplus[edge.tail];
     ++surplus[edge.head];
   }
-  // In lim order a node comes after its whole subtree, whose edges with both ends inside cancel.
   const std::span<std::int32_t> by_lim = scratch_.raw_array<std::int32_t>(count);
   for (std::int32_t node = 0; node < count; ++node) by_lim[lim[node] - 1] = node;
-  for (const std::int32_t node : by_lim) {
-    if (parent_edge[node] >= 0) surplus[parent(node)] += surplus[node];
-  }
-  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
-    if (!in_tree[position]) {
-      set_cut(position, 0);
-      continue;
-    }
-    const std::int32_t child = child_of(position);
-    set_cut(position, child == edges[position].head ? surplus[child] : -surplus[child]);
-  }
+  set_all_cuts(surplus, by_lim);
+  examined_ = -1;
 }
 
-void _NetworkSimplex::find_smaller_side(std::int32_t leaving) {
-  if (examined_ == leaving) return;
+const _NetworkSimplex::Side& _NetworkSimplex::side_of(std::int32_t leaving) {
+  if (examined_ != leaving) examined_side_ = smaller_side(leaving);
   examined_ = leaving;
-  const std::int32_t child = child_of(leaving);
-  small_is_subtree_ = 2 * size_[child] <= size_[0];
-  const std::int32_t start = small_is_subtree_ ? child : other_end(leaving, child);
-  small_stamp_ = ++stamp_;
-  small_.assign(1, start);
-  side_[start] = small_stamp_;
-  for (std::size_t cursor = 0; cursor < small_.size(); ++cursor) {
-    for (const TreeLink& link : links_.tree(small_[cursor])) {
-      if (side_[link.other] == small_stamp_ || link.position() == leaving) continue;
-      side_[link.other] = small_stamp_;
-      small_.push_back(link.other);
-    }
-  }
+  return examined_side_;
 }
 
 std::int32_t _NetworkSimplex::_enter_edge(std::int32_t leaving) {
-  find_smaller_side(leaving);
-  // An edge against the leaving one runs from the side of its head to the side of its tail. No tree
-  // edge but the leaving one crosses the cut.
-  const bool subtree_has_head = child_of(leaving) == edges[leaving].head;
-  const bool small_has_head = small_is_subtree_ == subtree_has_head;
+  const Side& side = side_of(leaving);
   std::int32_t best = -1;
   std::int32_t best_slack = 0;
-  for (const std::int32_t node : small_) {
-    for (const TreeLink& link : links_.rest(node)) {
-      if (link.leaves() != small_has_head || side_[link.other] == small_stamp_) continue;
-      const std::int32_t position = link.position();
-      const std::int32_t current = slack(position);
-      if (best < 0 || current < best_slack || (current == best_slack && position < best)) {
-        best = position;
-        best_slack = current;
-      }
+  for_each_crossing(side, [&](const TreeLink& link) {
+    // Against the leaving edge means from the side of its head to the side of its tail.
+    if (link.leaves() != side.has_head) return;
+    const std::int32_t position = link.position();
+    const std::int32_t current = slack(position);
+    if (best < 0 || current < best_slack || (current == best_slack && position < best)) {
+      best = position;
+      best_slack = current;
     }
-  }
+  });
   return best;
 }
 
-std::int32_t _NetworkSimplex::lowest_common_ancestor(std::int32_t a, std::int32_t b) {
-  // Both climb in turn; the first to stand where the other has been has found the ancestor.
-  const std::int32_t stamp = ++stamp_;
-  while (true) {
-    if (a >= 0) {
-      if (climb_[a] == stamp) return a;
-      climb_[a] = stamp;
-      a = parent_edge[a] >= 0 ? parent(a) : -1;
-    }
-    std::swap(a, b);
-  }
+void _NetworkSimplex::pivot(std::int32_t leaving, std::int32_t entering) {
+  const Side& side = side_of(leaving);
+  const std::int32_t distance = slack(entering);
+  // Moving one side up is moving the other side down and then the whole tree up.
+  const std::int32_t shift = side.has_head ? distance : -distance;
+  if (!side.is_subtree) raised_ -= shift;
+  for (const std::int32_t node : side.nodes) rank[node] += shift;
+  replace(leaving, entering, side, cut[leaving], -cut[leaving]);
+  examined_ = -1;
 }
 
-// Walks the tree path in the direction in which the cycle of the entering edge runs through it.
-// With the leaving edge's cut value c, an edge that points along the walk loses c and one that
-// points against it gains c: taking the edge away separates the same parts as before, except that
-// one whole side of the old cut has changed places.
-void _NetworkSimplex::update_cuts_on_path(std::int32_t from, std::int32_t to,
-                                          std::int32_t leaving_cut) {
-  const std::int32_t top = lowest_common_ancestor(from, to);
-  for (std::int32_t node = from; node != top; node = parent(node)) {
-    const std::int32_t position = parent_edge[node];
-    const bool along = edges[position].tail == node;
-    set_cut(position, cut[position] + (along ? -leaving_cut : leaving_cut));
+void _NetworkSimplex::settle() {
+  for (std::int32_t node = 0; raised_ != 0 && node < count; ++node) {
+    if (_visited[node]) rank[node] += raised_;
   }
-  for (std::int32_t node = to; node != top; node = parent(node)) {
-    const std::int32_t position = parent_edge[node];
-    const bool along = edges[position].head == node;
-    set_cut(position, cut[position] + (along ? -leaving_cut : leaving_cut));
-  }
-}
-
-void _NetworkSimplex::add_to_sizes(std::int32_t from, std::int32_t change) {
-  for (std::int32_t node = from;; node = parent(node)) {
-    size_[node] += change;
-    if (parent_edge[node] < 0) return;
-  }
-}
-
-// Hangs the subtree that ended at `old_top` onto `entering`, whose end in it is `from`.
-void _NetworkSimplex::reroot(std::int32_t from, std::int32_t old_top, std::int32_t entering) {
-  const std::int32_t total = size_[old_top];
-  add_to_sizes(parent(old_top), -total);
-  std::int32_t below = 0;  // the size that the node before on the path had
-  for (std::int32_t node = from, edge = entering;;) {
-    const std::int32_t up = parent_edge[node];
-    const std::int32_t next = other_end(up, node);
-    parent_edge[node] = edge;
-    below = std::exchange(size_[node], total - below);
-    if (node == old_top) break;
-    edge = up;
-    node = next;
-  }
-  add_to_sizes(parent(from), total);
+  raised_ = 0;
+  _number_tree();
 }
 
 void _NetworkSimplex::_exchange(std::int32_t leaving, std::int32_t entering) {
-  find_smaller_side(leaving);
-  const std::int32_t child = child_of(leaving);
-  const bool subtree_has_head = child == edges[leaving].head;
-  const std::int32_t shift = subtree_has_head ? slack(entering) : -slack(entering);
-  // Moving one side up is moving the other side down and then the whole tree up.
-  const std::int32_t small_shift = small_is_subtree_ ? shift : -shift;
-  if (!small_is_subtree_) raised_ += shift;
-  for (const std::int32_t node : small_) rank[node] += small_shift;
-
-  const std::int32_t leaving_cut = cut[leaving];
-  update_cuts_on_path(edges[entering].head, edges[leaving].tail, leaving_cut);
-  update_cuts_on_path(edges[leaving].head, edges[entering].tail, leaving_cut);
-  in_tree[leaving] = false;
-  in_tree[entering] = true;
-  links_.take_from_tree(leaving);
-  links_.add_to_tree(entering);
-  set_cut(leaving, 0);
-  set_cut(entering, -leaving_cut);
-  reroot(subtree_has_head ? edges[entering].tail : edges[entering].head, child, entering);
-  examined_ = -1;
+  pivot(leaving, entering);
+  settle();
 }
 
 std::vector<std::int32_t> _NetworkSimplex::solve() {
   _feasible_tree();
   _number_tree();
   _compute_cut_values();
-  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
-    if (in_tree[position]) links_.add_to_tree(position);
-  }
-  // An edge out of the tree has no path in it to pivot along; the ranks stay as they are.
-  const std::int32_t limit = closed_ ? std::min(4 * count, kPivotCap) : 0;
-  for (std::int32_t pivot = 0; pivot < limit; ++pivot) {
+  const std::int32_t limit = std::min(4 * count, kPivotCap);
+  for (std::int32_t round = 0; round < limit; ++round) {
     const std::int32_t leaving = _leave_edge();
     if (leaving < 0) break;
     const std::int32_t entering = _enter_edge(leaving);
     if (entering < 0) break;
-    _exchange(leaving, entering);
+    pivot(leaving, entering);
   }
-  for (std::int32_t node = 0; node < count; ++node) {
-    if (_visited[node]) rank[node] += raised_;
-  }
-  raised_ = 0;
-  _number_tree();
+  settle();
   const std::int32_t smallest = *std::min_element(rank.begin(), rank.end());
   std::vector<std::int32_t> result(rank.begin(), rank.end());
   for (std::int32_t& value : result) value -= smallest;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/simplex/least_length.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {
@@ -12,6 +13,7 @@ namespace {
 
 using Flags = std::vector<bool>;
 using Edges = std::vector<_NetworkSimplex::Edge>;
+using Weighted = LeastLength<std::int32_t>::Edge;
 
 Flags flags(std::span<const bool> items) { return {items.begin(), items.end()}; }
 
@@ -146,12 +148,7 @@ struct Naive {
   }
 };
 
-// Solves both ways, compares all that can be seen, and returns the number of pivots.
-std::int32_t expect_same(const Edges& edges, const Numbers& ranks) {
-  Arena arena;
-  _NetworkSimplex simplex(static_cast<std::int32_t>(ranks.size()), edges, ranks, arena);
-  Naive naive{edges, ranks};
-  EXPECT_EQ(simplex.solve(), naive.solve());
+void expect_equal_state(const _NetworkSimplex& simplex, const Naive& naive) {
   EXPECT_EQ(list(simplex.rank), naive.rank);
   EXPECT_EQ(flags(simplex.in_tree), naive.in_tree);
   EXPECT_EQ(list(simplex.parent_edge), naive.parent_edge);
@@ -159,6 +156,15 @@ std::int32_t expect_same(const Edges& edges, const Numbers& ranks) {
   EXPECT_EQ(list(simplex.low), naive.low);
   EXPECT_EQ(list(simplex.cut), naive.cut);
   EXPECT_EQ(flags(simplex._visited), naive.visited);
+}
+
+// Solves both ways, compares all that can be seen, and returns the number of pivots.
+std::int32_t expect_same(const Edges& edges, const Numbers& ranks) {
+  Arena arena;
+  _NetworkSimplex simplex(static_cast<std::int32_t>(ranks.size()), edges, ranks, arena);
+  Naive naive{edges, ranks};
+  EXPECT_EQ(simplex.solve(), naive.solve());
+  expect_equal_state(simplex, naive);
   return naive.pivots;
 }
 
@@ -186,12 +192,21 @@ void draw(Random& random, std::int32_t count, std::int32_t edge_count, Edges& ed
   }
 }
 
-TEST(NetworkSimplex, WorkedExampleEndsWithItsTree) {
+TEST(NetworkSimplex, WorkedExampleStepByStep) {
   const Edges edges = {{3, 5}, {0, 4}, {1, 2}, {0, 3}, {1, 4}, {4, 5}, {2, 3}};
   const Numbers ranks = {0, 0, 1, 2, 1, 3};
   Arena arena;
   _NetworkSimplex simplex(6, edges, ranks, arena);
-  EXPECT_EQ(simplex.solve(), (Numbers{1, 0, 1, 2, 2, 3}));
+  simplex._feasible_tree();
+  EXPECT_EQ(flags(simplex.in_tree), (Flags{true, true, true, false, true, false, true}));
+  simplex._number_tree();
+  simplex._compute_cut_values();
+  ASSERT_EQ(simplex._leave_edge(), 4);
+  ASSERT_EQ(simplex._enter_edge(4), 3);
+  EXPECT_EQ(simplex.slack(3), 1);
+  simplex._exchange(4, 3);
+  EXPECT_EQ(simplex._leave_edge(), -1);
+  EXPECT_EQ(list(simplex.rank), (Numbers{0, -1, 0, 1, 1, 2}));
   EXPECT_EQ(flags(simplex.in_tree), (Flags{true, true, true, true, false, false, true}));
   EXPECT_EQ(list(simplex.cut), (Numbers{2, 1, 2, 1, 0, 0, 2}));
   EXPECT_EQ(list(simplex.lim), (Numbers{6, 3, 4, 5, 1, 2}));
@@ -233,6 +248,106 @@ TEST(NetworkSimplex, EqualsPivotingFromScratch) {
     most = std::max(most, expect_same(edges, ranks));
   }
   EXPECT_EQ(most, 300) << "no graph reached the cap";
+}
+
+// Every step of the public procedure, against the procedure as it is defined.
+TEST(NetworkSimplex, EveryStepLeavesTheDefinedState) {
+  Random random(5);
+  Edges edges;
+  Numbers ranks;
+  for (int round = 0; round < 300 && !HasFailure(); ++round) {
+    const std::int32_t count = random.between(2, 20);
+    draw(random, count, random.between(1, count * 2), edges, ranks);
+    Arena arena;
+    _NetworkSimplex simplex(count, edges, ranks, arena);
+    Naive naive{edges, ranks};
+    simplex._feasible_tree();
+    simplex._number_tree();
+    simplex._compute_cut_values();
+    naive.feasible_tree();
+    naive.number_tree();
+    naive.compute_cuts();
+    for (bool more = true; more;) {
+      expect_equal_state(simplex, naive);
+      const std::int32_t leaving = simplex._leave_edge();
+      const std::int32_t entering = leaving < 0 ? -1 : simplex._enter_edge(leaving);
+      more = entering >= 0;
+      if (more) simplex._exchange(leaving, entering);
+      ASSERT_EQ(naive.pivot(), more);
+    }
+  }
+}
+
+// What `ranks` cost, or -1 where an edge is shorter than it may be.
+template <typename Ranks>
+std::int64_t cost(std::span<const Weighted> edges, const Ranks& ranks) {
+  std::int64_t sum = 0;
+  for (const Weighted& edge : edges) {
+    const std::int64_t slack = ranks[edge.head] - ranks[edge.tail] - edge.length();
+    if (slack < 0 && !edge.may_shorten()) return -1;
+    sum += slack * (slack < 0 ? -edge.squeeze() : edge.stretch());
+  }
+  return sum;
+}
+
+// Against all ranks that a small graph can have.
+TEST(LeastLength, FindsTheLeastCost) {
+  Random random(6);
+  for (int round = 0; round < 400; ++round) {
+    const std::int32_t count = random.between(1, 4);
+    std::vector<Weighted> edges;
+    Numbers ranks(count);
+    for (std::int32_t node = 1; node < count; ++node) ranks[node] = ranks[node - 1] + 3;
+    for (std::int32_t i = count == 1 ? 0 : random.between(1, 8); i > 0; --i) {
+      const std::int32_t tail = random.below(count - 1);
+      const std::int32_t head = random.between(tail + 1, count - 1);
+      const std::int32_t weight = random.below(4);
+      edges.push_back(random.chance(60)
+                          ? Weighted::near(tail, head, random.between(-2, 2), weight)
+                          : Weighted::at_least(tail, head, random.between(-1, 3), weight));
+    }
+    Arena arena;
+    LeastLength<std::int32_t> solver(count, edges, ranks, arena);
+    solver.solve();
+    std::int64_t least = cost(edges, ranks);
+    constexpr std::int32_t kRange = 19;  // of all sums of lengths
+    std::int32_t combinations = 1;
+    for (std::int32_t node = 1; node < count; ++node) combinations *= kRange;
+    for (std::int32_t code = 0; code < combinations; ++code) {
+      Numbers tried(count);
+      for (std::int32_t node = 1, rest = code; node < count; ++node, rest /= kRange) {
+        tried[node] = rest % kRange - kRange / 2;
+      }
+      const std::int64_t found = cost(edges, tried);
+      if (found >= 0) least = std::min(least, found);
+    }
+    ASSERT_EQ(cost(edges, solver.rank), least) << "round " << round;
+  }
+}
+
+TEST(LeastLength, SpansWhatNetworkSimplexDoesWithoutACap) {
+  Random random(7);
+  int compared = 0;
+  Edges edges;
+  Numbers ranks;
+  for (int round = 0; round < 200; ++round) {
+    const std::int32_t count = random.between(2, 60);
+    draw(random, count, random.between(count, count * 3), edges, ranks);
+    std::vector<Weighted> weighted;
+    for (const auto [tail, head] : edges) weighted.push_back(Weighted::at_least(tail, head, 1, 1));
+    Arena arena;
+    LeastLength<std::int32_t> solver(count, weighted, ranks, arena);
+    solver.solve();
+    Naive naive{edges, ranks};
+    naive.solve();
+    while (naive.pivot()) continue;
+    if (std::find(naive.visited.begin(), naive.visited.end(), false) != naive.visited.end()) {
+      continue;  // it moves only what hangs together with the first node
+    }
+    ++compared;
+    ASSERT_EQ(cost(weighted, solver.rank), cost(weighted, naive.rank)) << "round " << round;
+  }
+  EXPECT_GT(compared, 50);
 }
 
 }  // namespace
