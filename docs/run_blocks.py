@@ -2,13 +2,16 @@
 
     PYTHONPATH=build/release/python python3 docs/run_blocks.py [FILE.md ...]
 
-Python blocks of one file run in order in one namespace, with examples/ importable and the root of
-the checkout as working directory; a block with `>>>` is compared with the output it shows. Of a
-console block each `$` command must name programs, files, subcommands and options that exist;
-nothing in it is run. Links and pictures must lead to a file, links to a heading to that heading.
+Python blocks of one file run in order in one namespace, as a reader would run them who has the
+module and nothing else of this repository: in an empty folder, from which nothing here can be
+imported. A block with `>>>` is compared with the output it shows. Of a console block each `$`
+command must name programs, files, subcommands and options that exist; nothing in it is run. Links
+and pictures must lead to a file, links to a heading to that heading.
 
-A comment right before a block, `<!-- needs NAME -->`, skips it where the module NAME can't be
-imported, and says so. Exit status 1 if anything fails, or if there was no block to run.
+A comment right before a block says what it needs beyond that: `<!-- needs NAME ... -->` skips it
+where one of the modules can't be imported, and says so; `<!-- copies FILE ... -->`, for text that
+tells the reader to copy these files, puts them into the folder first. Exit status 1 if anything
+fails, or if there was no block to run.
 """
 
 from __future__ import annotations
@@ -23,6 +26,7 @@ import re
 import shlex
 import shutil
 import sys
+import tempfile
 import traceback
 from collections.abc import Callable, Iterator
 from dataclasses import dataclass
@@ -32,7 +36,7 @@ from typing import Any
 
 ROOT = Path(__file__).resolve().parents[1]
 KINDS = ("python", "console", "text")  # another word after ``` is a mistake, not a block to skip
-NEEDS = re.compile(r"<!-- needs (\w+) -->")
+COMMENT = re.compile(r"<!-- (needs|copies) (.*) -->")
 LINK = re.compile(r"\]\(([^)\s]+)\)")
 
 
@@ -42,33 +46,43 @@ class Wrong(Exception):
 
 @dataclass(frozen=True)
 class Block:
-    """A fenced block: its language, its text, where the text starts, and what it needs."""
+    """A fenced block: its language, its text, where the text starts, and the comments before it."""
 
     kind: str
     text: str
     line: int  # of the first line of the text, from 1
-    needs: str | None
+    needs: tuple[str, ...]  # modules
+    copies: tuple[str, ...]  # files of the repository
 
 
 def blocks_of(document: str) -> Iterator[Block]:
     """The fenced blocks of a Markdown text. A fence that is never closed is an error."""
     opened: tuple[str, int] | None = None
-    needs: str | None = None
+    said: dict[str, tuple[str, ...]] = {}
     lines = document.splitlines()
     for number, line in enumerate(lines, 1):
         if line.startswith("```"):
             if opened is None:
                 opened = (line[3:].strip(), number + 1)
-                comment = NEEDS.fullmatch(lines[number - 2].strip()) if number > 1 else None
-                needs = comment[1] if comment else None
+                said = comments_before(lines[:number - 1])
             else:
                 kind, start = opened
                 if kind not in KINDS:
                     raise Wrong(f"line {start - 1}: a block is one of {', '.join(KINDS)}")
-                yield Block(kind, "\n".join(lines[start - 1:number - 1]) + "\n", start, needs)
+                yield Block(kind, "\n".join(lines[start - 1:number - 1]) + "\n", start,
+                            said.get("needs", ()), said.get("copies", ()))
                 opened = None
     if opened is not None:
         raise Wrong(f"line {opened[1] - 1}: the block has no end")
+
+
+def comments_before(lines: list[str]) -> dict[str, tuple[str, ...]]:
+    """What the comments at the end of these lines say, by their first words."""
+    said: dict[str, tuple[str, ...]] = {}
+    while lines and (comment := COMMENT.fullmatch(lines[-1].strip())):
+        said[comment[1]] = tuple(comment[2].split())
+        lines = lines[:-1]
+    return said
 
 
 # ---- Python blocks
@@ -76,6 +90,8 @@ def blocks_of(document: str) -> Iterator[Block]:
 
 def run_python(block: Block, name: str, namespace: dict[str, Any]) -> None:
     """Run a block, or compare it with the output it shows."""
+    for file in block.copies:
+        shutil.copy(ROOT / file, Path.cwd())
     if ">>> " in block.text:
         run_session(block, name, namespace)
         return
@@ -229,8 +245,9 @@ class Run:
             return
         for block in blocks:
             where = f"{name}:{block.line}"
-            if block.needs is not None and importlib.util.find_spec(block.needs) is None:
-                print(f"skipped {where}: there is no module {block.needs}")
+            missing = [name for name in block.needs if importlib.util.find_spec(name) is None]
+            if missing:
+                print(f"skipped {where}: there is no module {', '.join(missing)}")
                 self.skipped += 1
                 continue
             if block.kind == "python":
@@ -257,11 +274,12 @@ def main(arguments: list[str]) -> int:
     paths = [Path(argument).resolve() for argument in arguments] or \
         [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
     os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")
-    sys.path.insert(0, str(ROOT / "examples"))
-    os.chdir(ROOT)
     run = Run()
     for path in paths:
-        run.document(path)
+        with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
+            # In place of the folder of this file, as for a script of the reader's own.
+            sys.path[0] = folder
+            run.document(path)
     print(f"{run.done['python']} Python blocks and {run.done['console']} console blocks, "
           f"{run.failed} failures, {run.skipped} skipped")
     if not run.done["python"]:

@@ -53,6 +53,7 @@ int execute(PyObject* module) {
     make_names(state);
     check(PyModule_AddFunctions(module, RECORD_FUNCTIONS));
     define_records(module, state);
+    check(PyModule_AddStringConstant(module, "__version__", QUILLAN_VERSION));
     add_real(module, "DEFAULT_NODE_WIDTH", vorn_layered::DEFAULT_NODE_WIDTH);
     add_real(module, "DEFAULT_NODE_HEIGHT", vorn_layered::DEFAULT_NODE_HEIGHT);
     check(PyModule_AddFunctions(module, BUILD_FUNCTIONS));

@@ -5,6 +5,8 @@ from typing import Final, Literal, TypeAlias, TypeVar
 
 from .vorn_layered_types import EdgeMapping, NodeMapping, Point, Positions, Routes
 
+__version__: str
+
 # Plain dicts and other mappings, which may hold more keys, are payloads as well.
 _Nodes: TypeAlias = Iterable[NodeMapping | Mapping[str, object]]
 _Edges: TypeAlias = Iterable[EdgeMapping | Mapping[str, object]]

@@ -97,6 +97,13 @@ check_packaging() {
   diff -r "$work/from-tree/files" "$work/from-sdist/files"
   (cd "$work/from-tree/files" && find . -type f | sed 's/^..//') >"$work/files.txt"
   only_own_files "$work/files.txt"
+  index_page_is_whole "$work"/from-tree/files/*.dist-info/METADATA
+  mkdir "$work/sdist"
+  tar -xzf "$work"/from-sdist/*.tar.gz -C "$work/sdist" --strip-components=1
+  if [[ -e .git ]]; then
+    diff <(git ls-files | LC_ALL=C sort) \
+      <(cd "$work/sdist" && find . -type f ! -name PKG-INFO | sed 's/^..//' | LC_ALL=C sort)
+  fi
 
   # Far from the source tree, whose modules and stubs must play no part.
   "$PYTHON" -m venv "$work/venv"
@@ -105,6 +112,24 @@ check_packaging() {
   cd "$work"
   PYTHON=$own unit_tests "$ROOT/tests" -s "$ROOT/tests/host"
   PYTHON=$own unit_tests "" -s "$ROOT/tests/typing"
+  one_version "$own"
+  "$own" "$work/sdist/docs/run_blocks.py" "$work/sdist/README.md"
+}
+
+# index_page_is_whole METADATA: what an index shows links to nothing that only the repository has.
+index_page_is_whole() {
+  grep -q '^# quillan' "$1" || die "the package has no README"
+  ! grep -nP '\]\((?!https?://|#)' "$1" || die "the README of the package has links that lead nowhere"
+}
+
+# one_version PYTHON: the installed module, its package and the newest entry of the changes agree.
+one_version() {
+  local version
+  version=$("$1" -c 'import quillan.core.vorn_layered as m; print(m.__version__)')
+  [[ $("$1" -c 'import importlib.metadata as m; print(m.version("quillan-vorn-layered"))') == \
+    "$version" ]] || die "the package is not of version $version"
+  [[ $(sed -n 's/^## \([^ ,]*\).*/\1/p' "$ROOT/CHANGELOG.md" | head -n 1) == "$version" ]] ||
+    die "CHANGELOG.md does not begin with $version"
 }
 
 # only_own_files LIST: as the wheel must hold them.
@@ -142,6 +167,7 @@ check_docs() {
   mapfile -t pins < <(lines_of tests/editor/requirements.txt)
   own=$(venv editor "${pins[@]}")
   export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
+  "$own" -m doctest scripts/index_readme.py
   "$own" docs/run_blocks.py
   "$own" examples/option_pictures.py --check
 }
