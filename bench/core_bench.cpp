@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <fstream>
 #include <iostream>
 #include <numeric>
@@ -13,11 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "bench/plain_payload.hpp"
+#include "core/component_graphs.hpp"
 #include "core/components.hpp"
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/cycles/break_cycles.hpp"
-#include "core/exchange/build_graph.hpp"
 #include "core/layering/assign_layers.hpp"
 #include "core/placement/place_nodes.hpp"
 #include "core/routing/route_edges.hpp"
@@ -60,24 +60,73 @@ struct Counts {
   std::size_t segments = 0;
 };
 
-// Lays out one payload from scratch, phase by phase as layout() does; only the packing of the
-// components is left out. Every phase therefore starts from what the earlier ones have just made.
+// A payload as its file has it: node rows, and edge rows with the ids of their ends beside them.
+struct PlainPayload {
+  struct Ends {
+    const TextSource* source;
+    const TextSource* target;
+  };
+  std::vector<NodeRow> nodes;
+  std::vector<EdgeRow> edges;
+  std::vector<Ends> ends;
+  std::deque<std::string> bytes;
+  std::deque<TextSource> texts;
+};
+
+const TextSource* read_text(std::istream& file, PlainPayload& plain) {
+  file >> plain.bytes.emplace_back();
+  return &plain.texts.emplace_back(TextSource{plain.bytes.back()});
+}
+
+// The file is text: the numbers of nodes and of edges, then for each node its id, width, height, x,
+// y, input and output ports, then for each edge its id, source, target, source and target port, all
+// separated by white space.
+void read_payload(std::istream& file, PlainPayload& plain) {
+  std::size_t node_count = 0;
+  std::size_t edge_count = 0;
+  file >> node_count >> edge_count;
+  while (file && plain.nodes.size() < node_count) {
+    NodeRow& row = plain.nodes.emplace_back();
+    row.id = read_text(file, plain);
+    file >> row.width >> row.height >> row.x.emplace() >> row.y.emplace();
+    file >> row.input_ports.count >> row.output_ports.count;
+  }
+  while (file && plain.edges.size() < edge_count) {
+    EdgeRow& row = plain.edges.emplace_back();
+    row.id = read_text(file, plain);
+    const TextSource* const source = read_text(file, plain);
+    plain.ends.push_back({source, read_text(file, plain)});
+    file >> row.source_port >> row.target_port;
+  }
+  if (!file) throw std::runtime_error("the payload ends early or a number in it is malformed");
+}
+
+// Has the engine match the ids, as a host does once per call.
+void fill(const PlainPayload& plain, Payload& payload) {
+  for (const NodeRow& row : plain.nodes) payload.add_node(row.id) = row;
+  for (std::size_t i = 0; i < plain.edges.size(); ++i) {
+    EdgeRow& edge = payload.add_edge(plain.ends[i].source->bytes, plain.ends[i].target->bytes);
+    edge.id = plain.edges[i].id;
+    edge.source_port = plain.edges[i].source_port;
+    edge.target_port = plain.edges[i].target_port;
+  }
+}
+
+// Lays out one payload as layout() does, with a look at the clock between the phases. Every phase
+// therefore starts from what the earlier ones have just made.
 Counts lay_out(const PlainPayload& plain, Laps& laps) {
   Counts counts;
-  PlainReader reader;
-  Arena texts;
+  const LayoutOptions options;
   LayoutResult result;
-  LGraph graph(LayoutOptions().resolved());
-  graph.texts = &texts;
   laps.start();
-  const Payload payload(plain.nodes, plain.edges, reader);
-  const Components components = weakly_connected_components(payload);
-  std::vector<std::int32_t> place_of(payload.nodes.size());
-  result.positions.reserve(components.nodes.size());
-  result.routes.routes.reserve(components.edges.size());
-  for (std::size_t i = 0; i < components.size(); ++i) {
-    graph.clear();
-    build_graph(payload, {components.member_nodes(i), components.member_edges(i), place_of}, graph);
+  Arena arena;
+  Payload payload(plain.nodes.size(), plain.edges.size());
+  fill(plain, payload);
+  const Components components = weakly_connected_components(payload, arena);
+  ComponentGraphs graphs(payload, components, options, arena);
+  Packing packing(options, DEFAULT_COMPONENT_GAP);
+  for (std::int32_t i = 0; i < components.size(); ++i) {
+    LGraph& graph = graphs.build(i);
     const std::size_t real_nodes = graph.nodes.size();
     laps.lap(IMPORT);
     break_cycles(graph);
@@ -90,9 +139,7 @@ Counts lay_out(const PlainPayload& plain, Laps& laps) {
     laps.lap(PLACEMENT);
     route_edges(graph);
     laps.lap(ROUTING);
-    const double flow_extent = graph_extent(graph).flow;
-    node_positions(graph, flow_extent, {}, result.positions);
-    edge_routes(graph, flow_extent, {}, result.routes);
+    packing.append(graph, result);
     laps.lap(EXPORT);
     counts.nodes += graph.nodes.size();
     counts.dummies += graph.nodes.size() - real_nodes;

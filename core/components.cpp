@@ -1,6 +1,7 @@
 #include "core/components.hpp"
 
 #include <numeric>
+#include <utility>
 
 namespace quillan::vorn_layered {
 
@@ -8,7 +9,8 @@ namespace {
 
 class DisjointSets {
  public:
-  explicit DisjointSets(std::size_t count) : parent_(count), size_(count, 1) {
+  DisjointSets(std::size_t count, Arena& arena)
+      : parent_(arena.raw_array<std::int32_t>(count)), size_(arena.array<std::int32_t>(count, 1)) {
     std::iota(parent_.begin(), parent_.end(), 0);
   }
 
@@ -30,52 +32,59 @@ class DisjointSets {
   }
 
  private:
-  std::vector<std::int32_t> parent_;
-  std::vector<std::int32_t> size_;
+  std::span<std::int32_t> parent_;
+  std::span<std::int32_t> size_;
 };
 
-// Moves `keys` (a component per item, -1 for none) into lists by component, in item order.
-void group(const std::vector<std::int32_t>& keys, std::size_t lists,
-           std::vector<std::int32_t>& starts, std::vector<std::int32_t>& items) {
-  starts.assign(lists + 1, 0);
-  for (const std::int32_t key : keys) {
-    if (key >= 0) ++starts[key];
+// Lists the items of `count` components, given each item's component or -1.
+Components collect(std::span<const std::int32_t> component_of_node,
+                   std::span<const std::int32_t> component_of_edge, std::int32_t count,
+                   Arena& arena) {
+  const Grouped nodes = group_by(component_of_node, count, arena);
+  const std::span<std::int32_t> place_of = arena.raw_array<std::int32_t>(component_of_node.size());
+  for (std::int32_t component = 0; component < count; ++component) {
+    std::int32_t place = 0;
+    for (const std::int32_t node : nodes[component]) place_of[node] = place++;
   }
-  std::partial_sum(starts.begin(), starts.end(), starts.begin());
-  items.resize(starts.back());
-  for (std::size_t i = keys.size(); i-- > 0;) {
-    if (keys[i] >= 0) items[--starts[keys[i]]] = static_cast<std::int32_t>(i);
-  }
+  return {nodes, group_by(component_of_edge, count, arena), place_of};
 }
 
 }  // namespace
 
-Components weakly_connected_components(const Payload& payload) {
-  DisjointSets sets(payload.nodes.size());
-  for (const Payload::Edge& edge : payload.edges) {
+Components weakly_connected_components(const Payload& payload, Arena& arena) {
+  const std::size_t node_count = payload.nodes.size();
+  DisjointSets sets(node_count, arena);
+  for (const EdgeRow& edge : payload.edges) {
     if (edge.source >= 0 && edge.target >= 0) sets.join(edge.source, edge.target);
   }
+  for (std::size_t i = 0; i < node_count; ++i) {
+    if (payload.nodes[i].twin >= 0) sets.join(static_cast<std::int32_t>(i), payload.nodes[i].twin);
+  }
 
-  // Numbered at the first node of each component, an outdated twin of a repeated id included.
-  std::vector<std::int32_t> number(payload.nodes.size(), -1);
-  std::vector<std::int32_t> component_of(payload.nodes.size(), -1);
+  // Numbered at the first node of each component, one whose twin takes its place included.
+  const std::span<std::int32_t> number = arena.array<std::int32_t>(node_count, -1);
+  const std::span<std::int32_t> component_of = arena.raw_array<std::int32_t>(node_count);
   std::int32_t count = 0;
-  for (const Payload::Node& node : payload.nodes) {
-    std::int32_t& component = number[sets.find(node.canonical)];
+  for (std::size_t i = 0; i < node_count; ++i) {
+    std::int32_t& component = number[sets.find(static_cast<std::int32_t>(i))];
     if (component < 0) component = count++;
-    component_of[node.canonical] = component;
+    component_of[i] = payload.nodes[i].twin < 0 ? component : -1;
   }
 
-  std::vector<std::int32_t> component_of_edge(payload.edges.size(), -1);
+  const std::span<std::int32_t> component_of_edge =
+      arena.raw_array<std::int32_t>(payload.edges.size());
   for (std::size_t i = 0; i < payload.edges.size(); ++i) {
-    const Payload::Edge& edge = payload.edges[i];
-    if (edge.source >= 0 && edge.target >= 0) component_of_edge[i] = component_of[edge.source];
+    const EdgeRow& edge = payload.edges[i];
+    const bool known = edge.source >= 0 && edge.target >= 0;
+    component_of_edge[i] = known ? component_of[edge.source] : -1;
   }
+  return collect(component_of, component_of_edge, count, arena);
+}
 
-  Components result;
-  group(component_of, count, result.node_starts, result.nodes);
-  group(component_of_edge, count, result.edge_starts, result.edges);
-  return result;
+Components undivided(const Payload& payload, Arena& arena) {
+  const std::span<std::int32_t> nodes = arena.array<std::int32_t>(payload.nodes.size(), 0);
+  const std::span<std::int32_t> edges = arena.array<std::int32_t>(payload.edges.size(), 0);
+  return collect(nodes, edges, 1, arena);
 }
 
 }  // namespace quillan::vorn_layered

@@ -5,11 +5,12 @@
 #include "core/vorn_layered.hpp"
 #include "host/functions.hpp"
 #include "host/options.hpp"
-#include "host/reader.hpp"
+#include "host/payload_reader.hpp"
 
 namespace quillan::host {
 
 using vorn_layered::Arena;
+using vorn_layered::Components;
 using vorn_layered::LayoutResult;
 using vorn_layered::Point;
 
@@ -87,13 +88,15 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
     }
     const State& state = state_of(module);
     const vorn_layered::LayoutOptions read = read_options(state, options);
-    const Ref node_items = check(PySequence_Tuple(nodes));
-    const Ref edge_items = check(PySequence_Tuple(edges));
-    Arena texts;
-    PythonReader reader(state, texts);
-    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
-                                        reader);
-    const LayoutResult result = vorn_layered::layout(payload, read, component_gap, texts);
+    Arena arena;
+    PayloadReader reader(state, nodes, edges, arena);
+    const Components components =
+        vorn_layered::weakly_connected_components(reader.payload(), arena);
+    for (std::int32_t i = 0; i < components.size(); ++i) {
+      reader.read(components[i], read.direction);
+    }
+    const LayoutResult result =
+        vorn_layered::layout(reader.payload(), components, read, component_gap, arena);
     const CollectorPause pause;
     const Ref positions = position_map(result);
     const Ref routes = route_map(result);

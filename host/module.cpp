@@ -16,8 +16,6 @@ void make_names(State& state) {
   for (std::size_t i = 0; i < FIELD_TEXTS.size(); ++i) {
     state.fields[i] = check(PyUnicode_InternFromString(FIELD_TEXTS[i])).release();
   }
-  state.absent =
-      check(PyObject_CallNoArgs(reinterpret_cast<PyObject*>(&PyBaseObject_Type))).release();
   const Ref abstract = check(PyImport_ImportModule("collections.abc"));
   state.mapping = check(PyObject_GetAttrString(abstract.get(), "Mapping")).release();
 }

@@ -13,7 +13,7 @@
 #include "host/functions.hpp"
 #include "host/graph_image.hpp"
 #include "host/options.hpp"
-#include "host/reader.hpp"
+#include "host/payload_reader.hpp"
 
 namespace quillan::host {
 
@@ -74,13 +74,12 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
     const Ref given = options == Py_None ? check(PyObject_CallNoArgs(state.layout_options))
                                          : Ref::borrow(options);
     const Ref resolved = resolved_options(state, given.get());
-    const Ref node_items = check(PySequence_Tuple(nodes));
-    const Ref edge_items = check(PySequence_Tuple(edges));
     LGraph graph(read_options(state, resolved.get()));
-    PythonReader reader(state, graph.arena);
-    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
-                                        reader);
-    vorn_layered::build_graph(payload, graph);
+    PayloadReader reader(state, nodes, edges, graph.arena);
+    Arena arena;
+    const vorn_layered::Components whole = vorn_layered::undivided(reader.payload(), arena);
+    reader.read(whole[0], graph.options.direction);
+    vorn_layered::build_graph(reader.payload(), whole[0], graph);
     return new_graph_record(state, graph, resolved.get()).release();
   });
 }
@@ -130,13 +129,14 @@ PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
   });
 }
 
-Ref members_of(PyObject* items, std::span<const std::int32_t> positions) {
-  Ref members = check(PyList_New(static_cast<Py_ssize_t>(positions.size())));
+// The caller's mappings at these positions, as a list.
+template <typename MappingAt>
+Ref members(std::span<const std::int32_t> positions, MappingAt mapping_at) {
+  Ref list = check(PyList_New(static_cast<Py_ssize_t>(positions.size())));
   for (std::size_t i = 0; i < positions.size(); ++i) {
-    PyList_SET_ITEM(members.get(), static_cast<Py_ssize_t>(i),
-                    Py_NewRef(PyTuple_GET_ITEM(items, positions[i])));
+    PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), Py_NewRef(mapping_at(positions[i])));
   }
-  return members;
+  return list;
 }
 
 PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject* kwargs) {
@@ -148,18 +148,17 @@ PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject
                                     const_cast<char**>(keywords), &nodes, &edges) == 0) {
       return nullptr;
     }
-    const Ref node_items = check(PySequence_Tuple(nodes));
-    const Ref edge_items = check(PySequence_Tuple(edges));
-    Arena texts;
-    PythonReader reader(state_of(module), texts);
-    const vorn_layered::Payload payload(items_of(node_items.get()), items_of(edge_items.get()),
-                                        reader);
-    const vorn_layered::Components found = vorn_layered::weakly_connected_components(payload);
+    Arena arena;
+    const PayloadReader reader(state_of(module), nodes, edges, arena);
+    const vorn_layered::Components found =
+        vorn_layered::weakly_connected_components(reader.payload(), arena);
+    const auto node = [&](std::int32_t number) { return reader.node(number); };
+    const auto edge = [&](std::int32_t number) { return reader.edge(number); };
     Ref result = check(PyList_New(static_cast<Py_ssize_t>(found.size())));
-    for (std::size_t i = 0; i < found.size(); ++i) {
-      const Ref member_nodes = members_of(node_items.get(), found.member_nodes(i));
-      const Ref member_edges = members_of(edge_items.get(), found.member_edges(i));
-      PyList_SET_ITEM(result.get(), static_cast<Py_ssize_t>(i),
+    for (std::int32_t i = 0; i < found.size(); ++i) {
+      const Ref member_nodes = members(found.nodes[i], node);
+      const Ref member_edges = members(found.edges[i], edge);
+      PyList_SET_ITEM(result.get(), i,
                       check(PyTuple_Pack(2, member_nodes.get(), member_edges.get())).release());
     }
     return result.release();

@@ -4,14 +4,29 @@
 #define QUILLAN_HOST_STATE_HPP_
 
 #include <array>
+#include <cstdint>
 
-#include "core/exchange/value.hpp"
 #include "host/python.hpp"
 
 namespace quillan::host {
 
-// The text of a Key.
-inline constexpr std::array<const char*, vorn_layered::KEY_COUNT> KEY_TEXTS = {
+// The keys of a payload's mappings.
+enum class Key : std::uint8_t {
+  ID,
+  WIDTH,
+  HEIGHT,
+  X,
+  Y,
+  INPUT_PORTS,
+  OUTPUT_PORTS,
+  OFFSET,
+  SOURCE,
+  TARGET,
+  SOURCE_PORT,
+  TARGET_PORT,
+  COUNT,
+};
+inline constexpr std::array<const char*, static_cast<std::size_t>(Key::COUNT)> KEY_TEXTS = {
     "id",           "width",  "height", "x",      "y",           "input_ports",
     "output_ports", "offset", "source", "target", "source_port", "target_port"};
 
@@ -45,7 +60,6 @@ enum class Field : std::uint8_t {
   kReversedOriginals,
   kLayers,
   kCounter,
-  kGet,
   kCount,
 };
 inline constexpr std::array<const char*, static_cast<std::size_t>(Field::kCount)> FIELD_TEXTS = {
@@ -62,14 +76,12 @@ inline constexpr std::array<const char*, static_cast<std::size_t>(Field::kCount)
     "bend_points", "nodes",
     "edges",       "options",
     "chains",      "reversed_originals",
-    "layers",      "_counter",
-    "get"};
+    "layers",      "_counter"};
 
 struct State {
-  PyObject* keys[vorn_layered::KEY_COUNT];                    // interned
+  PyObject* keys[static_cast<std::size_t>(Key::COUNT)];       // interned
   PyObject* fields[static_cast<std::size_t>(Field::kCount)];  // interned
   PyObject* mapping;                                          // collections.abc.Mapping
-  PyObject* absent;  // what a look-up gives for a key that is not there
   // The records, as the module's own Python source defines them.
   PyObject* direction;
   PyObject* port_side;
@@ -80,9 +92,7 @@ struct State {
   PyObject* ledge;
   PyObject* lgraph;
 
-  [[nodiscard]] PyObject* key(vorn_layered::Key key) const {
-    return keys[static_cast<std::size_t>(key)];
-  }
+  [[nodiscard]] PyObject* key(Key key) const { return keys[static_cast<std::size_t>(key)]; }
   [[nodiscard]] PyObject* field(Field field) const {
     return fields[static_cast<std::size_t>(field)];
   }
@@ -95,8 +105,8 @@ struct State {
     for (PyObject*& name : fields) {
       if (const int status = visit(name)) return status;
     }
-    for (PyObject** object : {&mapping, &absent, &direction, &port_side, &node_kind,
-                              &layout_options, &lport, &lnode, &ledge, &lgraph}) {
+    for (PyObject** object : {&mapping, &direction, &port_side, &node_kind, &layout_options, &lport,
+                              &lnode, &ledge, &lgraph}) {
       if (const int status = visit(*object)) return status;
     }
     return 0;

@@ -1,53 +1,38 @@
 #include "core/exchange/payload.hpp"
 
-#include <string_view>
+#include <string>
+
+#include "core/base/faults.hpp"
 
 namespace quillan::vorn_layered {
 
-void prefetch_text(const TextIndex& index, ValueReader& reader, Handle mapping, Key key) {
-  if (index.is_large()) index.prefetch(reader.glance(mapping, key));
+Payload::Payload(std::size_t node_count, std::size_t edge_count) : by_id_(node_count) {
+  nodes.reserve(node_count);
+  edges.reserve(edge_count);
 }
 
-Payload::Payload(std::span<const Handle> node_items, std::span<const Handle> edge_items,
-                 ValueReader& host)
-    : reader(host) {
-  TextIndex by_id(node_items.size());
-  nodes.reserve(node_items.size());
-  bool repeated = false;  // whether two nodes have one id
-  for (std::size_t i = 0; i < node_items.size(); ++i) {
-    look_ahead(host, i, node_items.size(), [&](std::size_t at) { return node_items[at]; });
-    if (i + AHEAD_CONTENT < node_items.size()) {
-      prefetch_text(by_id, host, node_items[i + AHEAD_CONTENT], Key::ID);
-    }
-    host.check_mapping(node_items[i]);
-    const TextSource* id = Value(host, host.require(node_items[i], Key::ID)).text();
-    const std::int32_t number = static_cast<std::int32_t>(i);
-    nodes.push_back({node_items[i], id, number});
-    std::int32_t& canonical = by_id.find_or_add(id->bytes, number);
-    repeated = repeated || canonical != number;
-    canonical = number;
-  }
-  if (repeated) {
-    for (Node& node : nodes) node.canonical = by_id.find(node.id->bytes);
-  }
+NodeRow& Payload::add_node(const TextSource* id) {
+  const std::int32_t number = static_cast<std::int32_t>(nodes.size());
+  std::int32_t& last = by_id_.find_or_add(id->bytes, number);
+  if (last != number) nodes[last].twin = number;
+  last = number;
+  NodeRow& node = nodes.emplace_back();
+  node.id = id;
+  return node;
+}
 
-  const auto end_of = [&](Handle mapping, Key key) {
-    const Value value(host, host.get(mapping, key));
-    return by_id.find(value.absent() ? std::string_view() : value.peek_text());
-  };
-  edges.reserve(edge_items.size());
-  for (std::size_t i = 0; i < edge_items.size(); ++i) {
-    look_ahead(host, i, edge_items.size(), [&](std::size_t at) { return edge_items[at]; });
-    if (i + AHEAD_CONTENT < edge_items.size()) {
-      prefetch_text(by_id, host, edge_items[i + AHEAD_CONTENT], Key::SOURCE);
-      prefetch_text(by_id, host, edge_items[i + AHEAD_CONTENT], Key::TARGET);
-    }
-    const Handle item = edge_items[i];
-    host.check_mapping(item);
-    const std::int32_t source = end_of(item, Key::SOURCE);
-    const std::int32_t target = end_of(item, Key::TARGET);
-    edges.push_back({item, source, target});
-  }
+EdgeRow& Payload::add_edge(std::string_view source, std::string_view target) {
+  EdgeRow& edge = edges.emplace_back();
+  edge.source = by_id_.find(source);
+  edge.target = by_id_.find(target);
+  return edge;
+}
+
+void check_port_count(std::int64_t count, std::int64_t others) {
+  if (count <= MAX_PORTS_PER_SIDE && count <= MAX_PORTS_PER_GRAPH - others) return;
+  throw SizeFault("too many ports: at most " + std::to_string(MAX_PORTS_PER_SIDE) +
+                  " on a side of a node and " + std::to_string(MAX_PORTS_PER_GRAPH) +
+                  " in a graph");
 }
 
 }  // namespace quillan::vorn_layered

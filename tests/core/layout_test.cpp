@@ -8,8 +8,8 @@
 
 #include "core/vorn_layered.hpp"
 #include "tests/core/laws.hpp"
+#include "tests/core/payload_case.hpp"
 #include "tests/core/random_graphs.hpp"
-#include "tests/core/variant_reader.hpp"
 
 namespace quillan::vorn_layered::testing {
 namespace {
@@ -42,10 +42,6 @@ Bits bits_of(const LayoutResult& result, bool transposed = false) {
   return bits;
 }
 
-Mapping link(const Variant& source, const Variant& target) {
-  return {{Key::SOURCE, source}, {Key::TARGET, target}};
-}
-
 // The segments of a caller's edge follow one another from one of its ports to the other.
 void expect_chain(const Origin& origin, const LEdge& before_phases) {
   LPort* const source = origin.reversed ? before_phases.target : before_phases.source;
@@ -75,23 +71,24 @@ TEST(Laws, HoldForEveryGraphAfterAllPhases) {
 }
 
 // For `transposed`, the same payload with the axes exchanged.
-void draw_payload(Random& random, bool transposed, List& nodes, List& edges) {
-  const auto along = [transposed](Key key, Key other) { return transposed ? other : key; };
+void draw_payload(Random& random, bool transposed, PayloadCase& made) {
   const std::int32_t count = random.between(1, 25);
   for (std::int32_t i = 0; i < count; ++i) {
-    nodes.emplace_back(Mapping{{Key::ID, i},
-                               {along(Key::WIDTH, Key::HEIGHT), random.between(100, 2000) / 7.0},
-                               {along(Key::HEIGHT, Key::WIDTH), random.between(100, 2000) / 7.0},
-                               {along(Key::X, Key::Y), random.below(5) * 100.0},
-                               {along(Key::Y, Key::X), random.below(5) * 100.0},
-                               {Key::INPUT_PORTS, random.below(4)},
-                               {Key::OUTPUT_PORTS, random.below(4)}});
+    NodeRow& node = made.node(i);
+    node.width = random.between(100, 2000) / 7.0;
+    node.height = random.between(100, 2000) / 7.0;
+    node.x = random.below(5) * 100.0;
+    node.y = random.below(5) * 100.0;
+    node.input_ports.count = random.below(4);
+    node.output_ports.count = random.below(4);
+    if (!transposed) continue;
+    std::swap(node.width, node.height);
+    std::swap(node.x, node.y);
   }
   for (std::int32_t i = random.below(count * 2); i > 0; --i) {
-    Mapping edge = link(random.below(count), random.below(count));
-    edge.emplace_back(Key::SOURCE_PORT, random.below(3));
-    edge.emplace_back(Key::TARGET_PORT, random.below(3));
-    edges.emplace_back(std::move(edge));
+    EdgeRow& edge = made.edge(random.below(count), random.below(count));
+    edge.source_port = random.below(3);
+    edge.target_port = random.below(3);
   }
 }
 
@@ -101,32 +98,24 @@ TEST(Laws, TwoCallsGiveEqualBitsAndDownIsRightTransposed) {
     for (int run = 0; run < 3; ++run) {
       const bool transposed = run == 2;
       Random random(seed);
-      List nodes;
-      List edges;
-      draw_payload(random, transposed, nodes, edges);
+      PayloadCase made;
+      draw_payload(random, transposed, made);
       LayoutOptions options = random_options(random);
       options.direction = transposed ? Direction::DOWN : Direction::RIGHT;
-      PayloadCase made(std::move(nodes), std::move(edges));
-      Arena texts;
-      const Bits bits = bits_of(layout(made.payload, options, 12.3, texts), transposed);
+      const Bits bits = bits_of(made.lay_out(options, 12.3), transposed);
       if (run == 0) first = bits;
       ASSERT_EQ(bits, first) << "seed " << seed << ", run " << run;
     }
   }
 }
 
-// `count` nodes, and an edge from `sources(i)` to node i wherever that is a node.
-template <typename Sources>
-void expect_result(std::int32_t count, std::size_t routes, const Sources& sources) {
-  List nodes;
-  List edges;
-  for (std::int32_t i = 0; i < count; ++i) {
-    nodes.emplace_back(Mapping{{Key::ID, i}});
-    edges.emplace_back(link(sources(i), i));
-  }
-  PayloadCase made(std::move(nodes), std::move(edges));
-  Arena texts;
-  const LayoutResult result = layout(made.payload, LayoutOptions(), 80.0, texts);
+// `count` nodes, and an edge from `source_of(i)` to node i wherever that is a node.
+template <typename SourceOf>
+void expect_result(std::int32_t count, std::size_t routes, const SourceOf& source_of) {
+  PayloadCase made(static_cast<std::size_t>(count));
+  for (std::int32_t i = 0; i < count; ++i) made.node(i);
+  for (std::int32_t i = 0; i < count; ++i) made.edge(source_of(i), i);
+  const LayoutResult result = made.lay_out(LayoutOptions());
   EXPECT_EQ(result.positions.size(), static_cast<std::size_t>(count));
   EXPECT_EQ(result.routes.routes.size(), routes);
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/vorn_layered.hpp"
-#include "tests/core/variant_reader.hpp"
+#include "tests/core/payload_case.hpp"
 
 namespace {
 
@@ -61,17 +61,20 @@ namespace quillan::vorn_layered::testing {
 namespace {
 
 // Two components with cycles, long edges, parallel edges and ports of every kind.
-void fill(List& nodes, List& edges) {
+void fill(PayloadCase& made) {
+  made.ports = {{nullptr, 10.0}, {nullptr, 20.0}};
   for (int i = 0; i < 70; ++i) {
-    nodes.emplace_back(Mapping{{Key::ID, i},
-                               {Key::X, i % 7 * 100},
-                               {Key::Y, i % 5 * 50},
-                               {Key::INPUT_PORTS, List{10.0, 20.0}},
-                               {Key::OUTPUT_PORTS, i % 4}});
+    NodeRow& node = made.node(i);
+    node.x = i % 7 * 100;
+    node.y = i % 5 * 50;
+    node.input_ports = {2, true, 0};
+    node.output_ports.count = i % 4;
+  }
+  for (int i = 0; i < 70; ++i) {
     for (const int step : {1, 5, 9}) {
       const int other = i % 35 < step ? i : i - step;  // within the half that i is in
       const bool back = i % 6 == 0;
-      edges.emplace_back(Mapping{{Key::SOURCE, back ? i : other}, {Key::TARGET, back ? other : i}});
+      made.edge(back ? i : other, back ? other : i);
     }
   }
 }
@@ -92,51 +95,40 @@ struct Outcome {
   std::int64_t kept = 0;  // allocations that were not given back
 };
 
-Outcome attempt(const List& nodes, const List& edges, const LayoutOptions& options,
-                std::int64_t until_failure, bool lasting, const std::vector<double>& expected) {
-  const std::vector<Handle> node_items = VariantReader::handles(nodes);
-  const std::vector<Handle> edge_items = VariantReader::handles(edges);
+Outcome attempt(const LayoutOptions& options, std::int64_t until_failure, bool lasting,
+                const std::vector<double>& expected) {
   Outcome outcome;
   const std::int64_t live = allocations.live;
-  {
-    VariantReader reader;
-    Arena texts;
-    allocations.failed = false;
-    allocations.lasting = lasting;
-    allocations.until_failure = until_failure;
-    try {
-      const Payload payload(node_items, edge_items, reader);
-      const LayoutResult result = layout(payload, options, 80.0, texts);
-      allocations.until_failure = -1;
-      outcome.correct = numbers_of(result) == expected;
-    } catch (const std::bad_alloc&) {
-      allocations.until_failure = -1;
-      outcome.thrown = true;
-    }
-    outcome.failed = allocations.failed;
+  allocations.failed = false;
+  allocations.lasting = lasting;
+  allocations.until_failure = until_failure;
+  try {
+    PayloadCase made;
+    fill(made);
+    const LayoutResult result = made.lay_out(options);
+    allocations.until_failure = -1;
+    outcome.correct = numbers_of(result) == expected;
+  } catch (const std::bad_alloc&) {
+    allocations.until_failure = -1;
+    outcome.thrown = true;
   }
+  outcome.failed = allocations.failed;
   outcome.kept = allocations.live - live;
   return outcome;
 }
 
 TEST(OutOfMemory, EveryFailedAllocationComesOutAndNothingIsKept) {
-  List nodes;
-  List edges;
-  fill(nodes, edges);
   for (const bool interactive : {false, true}) {
     LayoutOptions options;
     options.interactive = interactive;
     options.placement_strategy = interactive ? "SIMPLE" : "BRANDES_KOEPF";
-    std::vector<double> expected;
-    {
-      PayloadCase made(nodes, edges);
-      Arena texts;
-      expected = numbers_of(layout(made.payload, options, 80.0, texts));
-    }
+    PayloadCase made;
+    fill(made);
+    const std::vector<double> expected = numbers_of(made.lay_out(options));
     for (const bool lasting : {false, true}) {
       std::int64_t refused = 0;
       while (true) {
-        const Outcome outcome = attempt(nodes, edges, options, refused, lasting, expected);
+        const Outcome outcome = attempt(options, refused, lasting, expected);
         ASSERT_EQ(outcome.kept, 0) << "allocation " << refused;
         // A request that may be refused, as a sort's for its buffer, is the only one to be
         // survived.

@@ -4,8 +4,8 @@ import collections
 import copy
 import enum
 import fractions
+import functools
 import gc
-import random
 import types
 import unittest
 from collections.abc import Mapping
@@ -176,53 +176,28 @@ class Containers(unittest.TestCase):
             self.assertEqual([*map(len, nodes + edges)], sizes, "nothing is added")
             self.assertIs(weakly_connected_components(nodes, edges)[0][0][1], nodes[1])
 
-    def test_dicts_of_any_shape(self):
-        """Keys in any place, missing, deleted, and equal to the engine's own without being them."""
-        class Key(str):
-            pass
+    def test_values_are_not_made_up(self):
+        class Keen(collections.UserDict):
+            def __missing__(self, key):
+                self[key] = 7
+                return 7
 
-        rng = random.Random(5)
-        fields = ["id", "width", "height", "x", "y", "input_ports", "output_ports", "label"]
-        for _ in range(200):
-            nodes = []
-            for number in range(rng.randint(1, 40)):
-                if rng.random() < 0.1:
-                    rng.shuffle(fields)
-                kind = rng.choice((str, str, Key, lambda text: "".join(list(text))))
-                node = {kind(field): number if field == "id" else rng.randint(1, 3) for field in fields}
-                for field in rng.sample(fields, rng.randint(0, 3)):
-                    if field != "id":
-                        del node[field]
-                nodes.append(node)
-            read, expected = ([
-                (n.id, n.width, n.height, n.origin_x, n.origin_y, len(n.in_ports), len(n.out_ports))
-                for n in build_graph(items, []).nodes] for items in (nodes, map(ReadOnly, nodes)))
-            self.assertEqual(read, expected)
+        class Own(dict):
+            def __missing__(self, key):
+                return 7
 
-    def test_large_payloads_of_any_kind(self):
-        """What is looked at ahead of its turn may be of another kind than what was read so far."""
-        class Key(str):
-            pass
-
-        rng = random.Random(6)
-        kinds = (str, str, str, int, Key, "\u00e9{}".format, lambda number: None)
-        count = 9000
-        nodes = [{"id": rng.choice(kinds[:-1])(number)} for number in range(count)]
-        edges = [{"id": rng.choice(kinds)(number), "source": nodes[number]["id"],
-                  "target": nodes[min(number + rng.randint(1, 3), count - 1)]["id"]}
-                 for number in range(count)]
-        for edge in rng.sample(edges, count // 5):
-            del edge[rng.choice(("id", "source", "target"))]
-
-        def wrapped(items):
-            return [ReadOnly(item) if rng.random() < 0.1 else item for item in items]
-
-        read, expected = ([
-            (edge.id, edge.source.node.id, edge.target.node.id) for edge in graph.edges
-        ] for graph in (build_graph(wrapped(nodes), wrapped(edges)),
-                        build_graph(map(ReadOnly, nodes), map(ReadOnly, edges))))
-        self.assertGreater(len(read), count // 2)
-        self.assertEqual(read, expected)
+        for kind in (Keen, Own, functools.partial(collections.defaultdict, lambda: 7),
+                     lambda *entries: collections.ChainMap(collections.defaultdict(int, *entries))):
+            without = kind()
+            for call in (layout, build_graph, weakly_connected_components):
+                self.assertRaisesRegex(KeyError, "^'id'$", call, [without], [])
+            node, edge, port = kind({"id": 7, "input_ports": [kind()]}), kind(), kind()
+            node["output_ports"] = [port]
+            made = build_graph([node], [edge, {"source": 7}]).nodes[0]
+            self.assertEqual((made.width, made.height, made.origin_x), (140.0, 56.0, None))
+            self.assertEqual([(each.id, each.offset) for each in made.ports],
+                             [("7:in:0", 28.0), ("7:out:0", 28.0)])
+            self.assertEqual([*map(len, (without, node, edge, port))], [0, 3, 0, 0])
 
     def test_any_iterable(self):
         for nodes, edges in ((tuple(PAIR), iter(WIRE)), (collections.deque(PAIR), map(dict, WIRE)),
@@ -231,11 +206,14 @@ class Containers(unittest.TestCase):
 
     def test_call_inside_a_call(self):
         class Nosy(dict):
-            def get(self, key, default=None):
-                assert layout(PAIR, WIRE) == PAIR_RESULT
-                return super().get(key, default)
+            def __getitem__(self, key):
+                calls.append(layout(PAIR, WIRE) == PAIR_RESULT)
+                return super().__getitem__(key)
+
+        calls = []
 
         self.assertEqual(layout(map(Nosy, PAIR), map(Nosy, WIRE)), PAIR_RESULT)
+        self.assertEqual(calls, [True] * 5)
 
     def test_containers_are_out_of_reach(self):
         """The caller's code can come by lists through the collector, the engine's own too."""
@@ -264,6 +242,51 @@ class Containers(unittest.TestCase):
         self.assertEqual((positions, routes), ({"a": (24.0, 116.0), "b": (24.0, 0.0)},
                                                {"wire": [(94.0, 116.0), (94.0, 56.0)]}))
         self.assertEqual(payload, (PAIR, WIRE))
+
+
+class Reading(unittest.TestCase):
+    """What is read at all, and in which order."""
+
+    def test_what_nothing_depends_on_is_not_read(self):
+        class Untouchable:
+            def __bool__(self):
+                raise AssertionError("read")
+
+            __str__ = __float__ = __int__ = __iter__ = __bool__
+
+        bad = Untouchable()
+        twins = [{"id": "a", "width": bad, "output_ports": bad}, *PAIR]
+        skipped = [{"source": "a", "target": end, "id": bad, "source_port": bad} for end in "ax"]
+        unasked = {**WIRE[0], "source_port": bad, "target_port": bad, "width": bad}
+        self.assertEqual(layout(twins, [*skipped, unasked]), PAIR_RESULT)
+        # The first edge has made a port, so that the second asks for one of those there are.
+        self.assertRaises(OverflowError, layout, PAIR, [*WIRE, {**WIRE[0], "source_port": INFINITE}])
+
+    def test_order(self):
+        class Watched(Mapping):
+            def __init__(self, **entries):
+                self.entries = entries
+
+            def __contains__(self, key):
+                log.append(f"{self.entries['id']}.{key}")
+                return key in self.entries
+
+            def __getitem__(self, key):
+                return self.entries[key]
+
+            __len__ = __iter__ = None
+
+        log = []
+        nodes = [Watched(id=name) for name in "abc"]
+        edges = [Watched(id="e", source="b", target="c"), Watched(id="f", source="c", target="a")]
+        layout([*nodes[:2], {"id": "d", "input_ports": [Watched(id="p")]}, nodes[2]], edges)
+        rest = ("width", "height", "x", "y", "input_ports", "output_ports")
+        self.assertEqual(log, ["a.id", "b.id", "c.id", "e.source", "e.target", "f.source",
+                               "f.target", *(f"{node}.{key}" for node in "abc" for key in rest),
+                               "e.id", "f.id", "p.id", "p.offset"])
+        for direction, message in (("RIGHT", "'x'"), ("UP", "'y'")):
+            with self.assertRaisesRegex(ValueError, message):
+                layout([{"id": 1, "x": "x", "y": "y"}], [], LayoutOptions(direction))
 
 
 class Failures(unittest.TestCase):

@@ -60,8 +60,8 @@ class Shifting(dict):
         super().__init__(entries)
         self.neighbours = neighbours
 
-    def get(self, key, default=None):
-        value = super().get(key, default)
+    def __getitem__(self, key):
+        value = super().__getitem__(key)
         self.neighbours.clear()
         self.clear()
         self["id"] = object()

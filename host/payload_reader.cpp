@@ -1,0 +1,217 @@
+#include "host/payload_reader.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <utility>
+
+namespace quillan::host {
+
+using vorn_layered::Arena;
+using vorn_layered::Component;
+using vorn_layered::Direction;
+using vorn_layered::EdgeRow;
+using vorn_layered::NodeRow;
+using vorn_layered::PortRow;
+using vorn_layered::PortSpec;
+using vorn_layered::TextSource;
+
+namespace {
+
+std::size_t size_of(const Ref& tuple) {
+  return static_cast<std::size_t>(PyTuple_GET_SIZE(tuple.get()));
+}
+
+// Whether there is a value, and one that is true.
+bool is_true(const Ref& value) { return value && check(PyObject_IsTrue(value.get())) != 0; }
+
+bool is_null(const Ref& value) { return !value || value.get() == Py_None; }
+
+double real(PyObject* value) {
+  if (PyFloat_CheckExact(value)) return PyFloat_AS_DOUBLE(value);
+  if (PyLong_CheckExact(value)) {
+    const double real = PyLong_AsDouble(value);
+    if (real == -1.0 && PyErr_Occurred()) throw PythonError();
+    return real;
+  }
+  return PyFloat_AS_DOUBLE(check(PyNumber_Float(value)).get());
+}
+
+std::optional<double> position(const Ref& value) {
+  return is_null(value) ? std::nullopt : std::optional(real(value.get()));
+}
+
+// The nearest integer of the type to an int.
+template <typename Integer>
+Integer clamped(PyObject* integer) {
+  int overflow = 0;
+  const long long value = PyLong_AsLongLongAndOverflow(integer, &overflow);
+  if (overflow > 0) return std::numeric_limits<Integer>::max();
+  if (overflow < 0) return std::numeric_limits<Integer>::min();
+  return static_cast<Integer>(std::clamp<long long>(value, std::numeric_limits<Integer>::min(),
+                                                    std::numeric_limits<Integer>::max()));
+}
+
+// A port index: 0 for a value that has no integer. An infinite one is a failure like any other.
+std::int32_t index(PyObject* value) {
+  if (PyLong_Check(value)) return clamped<std::int32_t>(value);
+  const Ref integer = Ref::steal(PyNumber_Long(value));
+  if (integer) return clamped<std::int32_t>(integer.get());
+  if (!PyErr_ExceptionMatches(PyExc_ValueError) && !PyErr_ExceptionMatches(PyExc_TypeError)) {
+    throw PythonError();
+  }
+  PyErr_Clear();
+  return 0;
+}
+
+// The text form of an end of an edge for as long as it takes to look it up.
+struct End {
+  explicit End(const Ref& value) {
+    if (!value) return;
+    text = text_form(value.get());
+    bytes = bytes_of(text.get(), encoded);
+  }
+  Ref text;
+  Ref encoded;
+  std::string_view bytes;
+};
+
+}  // namespace
+
+PayloadReader::PayloadReader(const State& state, PyObject* nodes, PyObject* edges, Arena& arena)
+    : state_(state),
+      texts_(arena),
+      nodes_(check(PySequence_Tuple(nodes))),
+      edges_(check(PySequence_Tuple(edges))),
+      payload_(size_of(nodes_), size_of(edges_)),
+      sides_(size_of(nodes_)) {
+  for (std::size_t i = 0; i < size_of(nodes_); ++i) {
+    payload_.add_node(read_id(node(static_cast<std::int32_t>(i))));
+  }
+  for (std::size_t i = 0; i < size_of(edges_); ++i) {
+    PyObject* const mapping = edge(static_cast<std::int32_t>(i));
+    check_mapping(mapping);
+    const End source(get(mapping, Key::SOURCE));
+    const End target(get(mapping, Key::TARGET));
+    payload_.add_edge(source.bytes, target.bytes);
+  }
+}
+
+bool PayloadReader::is_mapping(PyObject* value) const {
+  if (PyDict_Check(value)) return true;
+  if (PyFloat_CheckExact(value) || PyLong_CheckExact(value) || PyUnicode_CheckExact(value)) {
+    return false;
+  }
+  return check(PyObject_IsInstance(value, state_.mapping)) != 0;
+}
+
+void PayloadReader::check_mapping(PyObject* value) const {
+  if (is_mapping(value)) return;
+  PyErr_Format(PyExc_TypeError, "nodes and edges must be mappings, not %.200s",
+               Py_TYPE(value)->tp_name);
+  throw PythonError();
+}
+
+// The value of a key, or null where the mapping does not have it. A mapping that makes up values is
+// not made to: whether it has the key is asked first.
+Ref PayloadReader::get(PyObject* mapping, Key key) const {
+  PyObject* const name = state_.key(key);
+  if (!PyDict_CheckExact(mapping)) {
+    if (check(PySequence_Contains(mapping, name)) == 0) return {};
+    return check(PyObject_GetItem(mapping, name));
+  }
+  Ref value = Ref::borrow(PyDict_GetItemWithError(mapping, name));
+  if (!value && PyErr_Occurred() != nullptr) throw PythonError();
+  return value;
+}
+
+const TextSource* PayloadReader::read_id(PyObject* mapping) {
+  check_mapping(mapping);
+  const Ref id = get(mapping, Key::ID);
+  if (!id) {
+    PyErr_SetObject(PyExc_KeyError, state_.key(Key::ID));
+    throw PythonError();
+  }
+  return texts_.keep(text_form(id.get()));
+}
+
+void PayloadReader::read(const Component& component, Direction direction) {
+  port_count_ = 0;
+  for (const std::int32_t number : component.nodes) read_node(number, direction);
+  for (const std::int32_t number : component.edges) read_edge(number);
+}
+
+void PayloadReader::read_node(std::int32_t number, Direction direction) {
+  PyObject* const mapping = node(number);
+  NodeRow& row = payload_.nodes[number];
+  if (const Ref width = get(mapping, Key::WIDTH); is_true(width)) row.width = real(width.get());
+  if (const Ref height = get(mapping, Key::HEIGHT); is_true(height)) {
+    row.height = real(height.get());
+  }
+  const Ref x = get(mapping, Key::X);
+  const Ref y = get(mapping, Key::Y);
+  // The position along the flow comes first: where both are unusable, it is the one that fails.
+  if (is_transposed(direction)) row.y = position(y);
+  row.x = position(x);
+  if (!is_transposed(direction)) row.y = position(y);
+  row.input_ports = read_ports(get(mapping, Key::INPUT_PORTS).get());
+  row.output_ports = read_ports(get(mapping, Key::OUTPUT_PORTS).get());
+  sides_[number] = {row.input_ports.count > 0, row.output_ports.count > 0};
+}
+
+PortSpec PayloadReader::read_ports(PyObject* spec) {
+  if (spec == nullptr || spec == Py_None) return {};
+  if (!PyLong_Check(spec)) return walk_ports(spec);
+  const std::int32_t count = clamped<std::int32_t>(spec);
+  if (count <= 0) return {};
+  vorn_layered::check_port_count(count, port_count_);
+  port_count_ += count;
+  return {count};
+}
+
+PortSpec PayloadReader::walk_ports(PyObject* items) {
+  PortSpec spec{0, true, payload_.ports.size()};
+  const auto visit = [&](PyObject* item) {
+    // At every item, for there may be no end to them.
+    vorn_layered::check_port_count(++spec.count, port_count_);
+    payload_.ports.push_back(read_port(item));
+  };
+  if (PyList_CheckExact(items)) {
+    // The list may shrink or grow while its items are converted.
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items); ++i) {
+      visit(Ref::borrow(PyList_GET_ITEM(items, i)).get());
+    }
+  } else {
+    const Ref iterator = check(PyObject_GetIter(items));
+    while (const Ref item = Ref::steal(PyIter_Next(iterator.get()))) visit(item.get());
+    if (PyErr_Occurred() != nullptr) throw PythonError();
+  }
+  port_count_ += spec.count;
+  return spec;
+}
+
+PortRow PayloadReader::read_port(PyObject* item) {
+  if (!is_mapping(item)) return {nullptr, real(item)};
+  PortRow port;
+  if (const Ref id = get(item, Key::ID); is_true(id)) port.id = texts_.keep(text_form(id.get()));
+  if (const Ref offset = get(item, Key::OFFSET)) port.offset = real(offset.get());
+  return port;
+}
+
+void PayloadReader::read_edge(std::int32_t number) {
+  EdgeRow& row = payload_.edges[number];
+  if (row.is_left_out()) return;
+  PyObject* const mapping = edge(number);
+  if (const Ref id = get(mapping, Key::ID); is_true(id)) row.id = texts_.keep(text_form(id.get()));
+  row.source_port = read_index(mapping, Key::SOURCE_PORT, sides_[row.source].output);
+  row.target_port = read_index(mapping, Key::TARGET_PORT, sides_[row.target].input);
+}
+
+// The index that an edge asks for, which gets a port at a side that had none.
+std::int32_t PayloadReader::read_index(PyObject* mapping, Key key, bool& has_ports) const {
+  if (!std::exchange(has_ports, true)) return 0;
+  const Ref value = get(mapping, key);
+  return is_null(value) ? 0 : index(value.get());
+}
+
+}  // namespace quillan::host
