@@ -3,8 +3,6 @@
 #include <bit>
 #include <cstring>
 
-#include "core/base/prefetch.hpp"
-
 namespace quillan::vorn_layered {
 
 namespace {
@@ -95,15 +93,6 @@ std::int32_t TextIndex::find(std::string_view bytes) const {
   }
   const std::int32_t entry = slots_[at].entry;
   return entry < 0 ? -1 : entries_[entry].value;
-}
-
-bool TextIndex::is_large() const {
-  constexpr std::size_t kCached = (std::size_t{1} << 17U) / sizeof(Slot);
-  return slots_.size() > kCached;
-}
-
-void TextIndex::prefetch(std::string_view bytes) const {
-  vorn_layered::prefetch(&slots_[first_slot(hash(bytes))]);
 }
 
 }  // namespace quillan::vorn_layered

@@ -37,11 +37,6 @@ class TextIndex {
   // The value kept for `bytes`, or -1.
   [[nodiscard]] std::int32_t find(std::string_view bytes) const;
 
-  // Whether the table is so large that it pays to call prefetch() ahead of a look-up.
-  [[nodiscard]] bool is_large() const;
-  // Starts to load what a look-up of `bytes` will look at first.
-  void prefetch(std::string_view bytes) const;
-
   // What chooses the slots of a text. Differs between machines of different byte order, so nothing
   // but cost may depend on it.
   static std::uint64_t hash(std::string_view bytes);
