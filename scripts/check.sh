@@ -147,7 +147,7 @@ check_typing() {
   own=$(venv typing "${CHECKERS[@]}")
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
   "$own" -m mypy.stubtest --allowlist tests/typing/stubtest_allowlist.txt quillan.core.vorn_layered
-  "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py \
+  "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py examples/check_payload.py \
     bench/run.py bench/quality.py host/write_stub.py
   PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
 }
