@@ -1,12 +1,13 @@
 #include "core/placement/compaction.hpp"
 
 #include <algorithm>
-#include <cmath>
+#include <bit>
 #include <limits>
 #include <tuple>
 #include <vector>
 
 #include "core/base/grouped.hpp"
+#include "core/base/index_set.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -17,6 +18,12 @@ constexpr double kNever = -std::numeric_limits<double>::infinity();
 // Pushes that reach the top together lie within a few tolerances of it; a longer staircase of them
 // is left to the sweeps.
 constexpr int kMaxClusterSteps = 4;
+constexpr std::int32_t kUnknown = 0;  // in place of a sweep
+
+// The largest number below a positive one.
+double next_below(double value) {
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) - 1);
+}
 
 // Why one walk in topological order gives what the sweeps give.
 //
@@ -35,7 +42,13 @@ constexpr int kMaxClusterSteps = 4;
 // accepted, and nothing else is accepted after it. The outcome is that of the cluster alone, in
 // order of moments, from 0.0.
 //
-// Where the check fails, or the constraints have a cycle, the sweeps themselves are run.
+// Absurd numbers, infinities among them, swallow what is added to them, so that an earlier value of
+// s may push as much as the final one, and the moment when the top is first pushed is not known.
+// But there no number below the top is within the tolerance of it, so that it is the outcome
+// whenever it is pushed. The moment is missed only if negative numbers as absurd lead back to usual
+// ones, and those to a cluster of different pushes.
+//
+// Where the checks fail, or the constraints have a cycle, the sweeps themselves are run.
 class Replay {
  public:
   Replay(const BlockConstraints& constraints, std::span<double> centers, Arena& scratch)
@@ -71,7 +84,7 @@ class Replay {
  private:
   struct Block {
     double earlier;        // bounds every value held before the final one; kNever if there was none
-    std::int32_t acts;     // the sweep in which the final value is first pushed on
+    std::int32_t acts;     // the sweep in which the final value is first pushed on, or kUnknown
     std::int32_t waiting;  // constraints on this block whose source is not done
   };
 
@@ -92,23 +105,28 @@ class Replay {
     double early = kNever;
     for (const std::int32_t slot : members_[block]) {
       if (constraints_.opens_layer[slot]) continue;
-      const std::int32_t source = constraints_.block_of[slot - 1];
       const double separation = constraints_.separation[slot];
+      const std::int32_t source = constraints_.block_of[slot - 1];
       const double value = centers_[source] + separation;
       pushes_.push_back({value, blocks_[source].acts, source, slot});
-      top = std::max(top, value);
+      top = std::max(top, value);  // passes over what is not a number, as do all comparisons below
       early = std::max(early, blocks_[source].earlier + separation);
     }
     centers_[block] = 0.0;
     if (!(0.0 < top - kTolerance)) return true;  // every push falls short, whenever it is made
 
+    if (early == top && top - kTolerance == top) {
+      centers_[block] = top;
+      blocks_[block].acts = kUnknown;
+      blocks_[block].earlier = next_below(top);
+      return true;
+    }
     double below = kNever;  // the largest final push outside the cluster
     double bottom = top;
     if (!find_cluster(bottom, below)) return false;
     if (!(early < bottom - kTolerance)) return false;
     blocks_[block].earlier = std::max({0.0, early, below});
-    settle(block, bottom, top);
-    return true;
+    return settle(block, bottom, top);
   }
 
   // Lowers `bottom` to the smallest push of the cluster and sets `below`.
@@ -130,8 +148,12 @@ class Replay {
     return false;
   }
 
-  // Applies the pushes of the cluster in order of their moments.
-  void settle(std::int32_t block, double bottom, double top) {
+  // Applies the pushes of the cluster in order of their moments; false if it must know one that is
+  // unknown.
+  bool settle(std::int32_t block, double bottom, double top) {
+    const bool unknown = std::any_of(pushes_.begin(), pushes_.end(), [=](const Push& push) {
+      return push.value >= bottom && push.sweep == kUnknown;
+    });
     if (bottom == top) {
       // All of them ask for the same value: the first one sets it.
       Push first{top, INT32_MAX, 0, 0};
@@ -139,14 +161,17 @@ class Replay {
         if (push.value == top && push < first) first = push;
       }
       take(block, first);
-      return;
+      if (unknown) blocks_[block].acts = kUnknown;
+      return true;
     }
+    if (unknown) return false;
     std::sort(pushes_.begin(), pushes_.end());
     for (const Push& push : pushes_) {
       if (push.value < bottom || !(centers_[block] < push.value - kTolerance)) continue;
       blocks_[block].earlier = std::max(blocks_[block].earlier, centers_[block]);
       take(block, push);
     }
+    return true;
   }
 
   void take(std::int32_t block, const Push& push) {
@@ -176,11 +201,14 @@ void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> ce
   const Grouped members = group_by(constraints.block_of, constraints.block_count, scratch);
   const std::int32_t slots = static_cast<std::int32_t>(constraints.block_of.size());
   std::fill(centers.begin(), centers.end(), 0.0);
-  bool changed = true;
-  for (std::int64_t sweep = 0; changed && sweep < std::int64_t{constraints.block_count} + 2;
-       ++sweep) {
-    changed = false;
-    for (std::int32_t source = 0; source < constraints.block_count; ++source) {
+  // A block whose center has not risen since its last visit pushes nothing that was not pushed.
+  IndexSet risen(constraints.block_count, scratch);
+  for (std::int32_t block = 0; block < constraints.block_count; ++block) risen.insert(block);
+  for (std::int64_t sweep = 0; sweep < std::int64_t{constraints.block_count} + 2; ++sweep) {
+    std::int32_t source = risen.next(0);
+    if (source < 0) return;
+    for (; source >= 0; source = risen.next(source + 1)) {
+      risen.erase(source);
       for (const std::int32_t slot : members[source]) {
         const std::int32_t next = slot + 1;
         if (next == slots || constraints.opens_layer[next]) continue;
@@ -188,7 +216,7 @@ void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> ce
         const double needed = centers[source] + constraints.separation[next];
         if (centers[target] < needed - kTolerance) {
           centers[target] = needed;
-          changed = true;
+          risen.insert(target);
         }
       }
     }
@@ -197,13 +225,7 @@ void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> ce
 
 void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers,
                      Arena& scratch) {
-  // A separation that is not finite voids the reasoning behind the replay.
-  bool finite = true;
-  for (std::size_t slot = 0; slot < constraints.separation.size(); ++slot) {
-    if (!constraints.opens_layer[slot])
-      finite = finite && std::isfinite(constraints.separation[slot]);
-  }
-  if (finite && compact_by_replay(constraints, centers, scratch)) return;
+  if (compact_by_replay(constraints, centers, scratch)) return;
   compact_by_sweeps(constraints, centers, scratch);
 }
 

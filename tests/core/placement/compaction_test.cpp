@@ -119,19 +119,27 @@ TEST(Compaction, ReplayEqualsSweepsOnRandomBlocks) {
   record("fallbacks_cyclic", fallbacks(signed_decimal, true, 4000));
 }
 
-TEST(Compaction, SeparationsThatAreNotFiniteAreLeftToTheSweeps) {
-  Random random(16);
-  for (int round = 0; round < 500; ++round) {
-    Arena arena;
-    Blocks blocks = draw_blocks(signed_decimal, false, random);
-    for (double& value : blocks.separation) {
-      if (random.chance(15)) value = random.pick({HUGE_VAL, -HUGE_VAL, std::nan("")});
-    }
-    const BlockConstraints view = blocks.view(arena);
-    Reals centers(blocks.count);
-    _compact_blocks(view, centers, arena);
-    ASSERT_TRUE(same_bits(centers, naive_sweeps(view)));
-  }
+double absurd(Random& random) {
+  return random.pick({HUGE_VAL, -HUGE_VAL, std::nan(""), 1e308, -1e308, 1e22, -1e22, 3e18, -3e18,
+                      1e17, -1e17, 1e10, -1e10, 2e7, 5e-324, 1e-9, 1e-10});
+}
+
+TEST(Compaction, AbsurdNumbersLeaveNothingToTheSweeps) {
+  const Draw few = [](Random& random) {
+    return random.chance(5) ? absurd(random) : random.below(80) / 7.0;
+  };
+  const Draw many = [](Random& random) {
+    return random.chance(50) ? absurd(random) : random.below(80) / 7.0;
+  };
+  EXPECT_EQ(fallbacks(few, false, 20000), 0);
+  EXPECT_EQ(fallbacks(many, false, 20000), 0);
+  EXPECT_EQ(fallbacks(absurd, false, 6000), 0);
+  // Back from numbers that swallow others to pushes whose order decides.
+  const Draw there_and_back = [](Random& random) {
+    if (random.chance(30)) return random.pick({1e17, -1e17});
+    return 16.0 * random.below(3) + random.between(-6, 6) * 2.5e-10;
+  };
+  record("fallbacks_there_and_back", fallbacks(there_and_back, false, 20000));
 }
 
 // All four alignments of random graphs, their crossings reduced or not.
