@@ -39,21 +39,54 @@ Ref Fields::text(Field field) const {
   return text_form(value.get());
 }
 
-Ref Fields::list_items(Field field) const {
-  const Ref value = get(field);
-  if (!PyList_Check(value.get())) wrong_type(field, "a list", value.get());
-  return check(PyList_AsTuple(value.get()));
+std::vector<Ref> sequence_items(PyObject* sequence) {
+  std::vector<Ref> items;
+  if (PyList_CheckExact(sequence) || PyTuple_CheckExact(sequence)) {
+    const Py_ssize_t size = PySequence_Fast_GET_SIZE(sequence);
+    items.reserve(static_cast<std::size_t>(size));
+    for (Py_ssize_t i = 0; i < size; ++i) {
+      items.push_back(Ref::borrow(PySequence_Fast_GET_ITEM(sequence, i)));
+    }
+    return items;
+  }
+  const Ref iterator = check(PyObject_GetIter(sequence));
+  while (Ref item = Ref::steal(PyIter_Next(iterator.get()))) items.push_back(std::move(item));
+  if (PyErr_Occurred()) throw PythonError();
+  return items;
 }
 
-Ref Fields::dict_items(Field field) const {
-  const Ref value = get(field);
+std::vector<Ref> Fields::items_of(Field field, PyObject* sequence) const {
+  if (PySequence_Check(sequence) == 0) wrong_type(field, "a list", sequence);
+  return sequence_items(sequence);
+}
+
+std::vector<Ref> Fields::pairs(Field field) const {
+  const Ref map = dict(field);
+  std::vector<Ref> pairs;
+  Py_ssize_t position = 0;
+  PyObject* key = nullptr;
+  PyObject* value = nullptr;
+  while (PyDict_Next(map.get(), &position, &key, &value) != 0) {
+    pairs.push_back(Ref::borrow(key));
+    pairs.push_back(Ref::borrow(value));
+  }
+  return pairs;
+}
+
+Ref Fields::key_text(Field field, PyObject* key) const {
+  if (!PyUnicode_Check(key)) wrong_type(field, "a dict with str keys", key);
+  return text_form(key);
+}
+
+Ref Fields::dict(Field field) const {
+  Ref value = get(field);
   if (!PyDict_Check(value.get())) wrong_type(field, "a dict", value.get());
-  return check(PyList_AsTuple(check(PyDict_Items(value.get())).get()));
+  return value;
 }
 
 Ref Fields::instance(Field field, PyObject* type) const {
   Ref value = get(field);
-  if (check(PyObject_IsInstance(value.get(), type)) == 0) {
+  if (!is_instance(value.get(), type)) {
     wrong_type(field, reinterpret_cast<PyTypeObject*>(type)->tp_name, value.get());
   }
   return value;
@@ -78,8 +111,8 @@ void Fields::wrong_type(Field field, const char* expected, PyObject* value) cons
   fail(PyExc_TypeError, "%U", detail.get());
 }
 
-void require_instance(PyObject* value, PyObject* type, const char* where) {
-  if (check(PyObject_IsInstance(value, type)) != 0) return;
+void require_record(PyObject* value, PyObject* type, const char* where) {
+  if (is_instance(value, type)) return;
   PyErr_Format(PyExc_TypeError, "%s must hold %.200s records, not %.200s", where,
                reinterpret_cast<PyTypeObject*>(type)->tp_name, Py_TYPE(value)->tp_name);
   throw PythonError();

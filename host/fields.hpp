@@ -4,6 +4,7 @@
 #define QUILLAN_HOST_FIELDS_HPP_
 
 #include <cstdint>
+#include <vector>
 
 #include "host/state.hpp"
 
@@ -23,10 +24,15 @@ class Fields {
     return check(PyObject_IsTrue(get(field).get())) != 0;
   }
   [[nodiscard]] Ref text(Field field) const;  // an exact str
-  // The items of a list, and the (key, value) pairs of a dict, as tuples: later code may change the
-  // originals.
-  [[nodiscard]] Ref list_items(Field field) const;
-  [[nodiscard]] Ref dict_items(Field field) const;
+  // The items of a list or another sequence, and the keys and values of a dict in turn, as they are
+  // now: later code may change the originals.
+  [[nodiscard]] std::vector<Ref> items(Field field) const {
+    return items_of(field, get(field).get());
+  }
+  [[nodiscard]] std::vector<Ref> items_of(Field field, PyObject* sequence) const;
+  [[nodiscard]] std::vector<Ref> pairs(Field field) const;
+  [[nodiscard]] Ref key_text(Field field, PyObject* key) const;  // an exact str
+  [[nodiscard]] Ref dict(Field field) const;
   [[nodiscard]] Ref instance(Field field, PyObject* type) const;
 
   // Fails with "LNode 'a': MESSAGE"; `format` may name one object.
@@ -38,8 +44,17 @@ class Fields {
   PyObject* record_;
 };
 
+// Whether `value` is an object of the class `type` or of one derived from it. Asks no code of the
+// caller's, as isinstance() would.
+inline bool is_instance(PyObject* value, PyObject* type) {
+  return PyObject_TypeCheck(value, reinterpret_cast<PyTypeObject*>(type)) != 0;
+}
+
 // Fails unless `value` is an instance of `type`; `where` says what it should have been.
-void require_instance(PyObject* value, PyObject* type, const char* where);
+void require_record(PyObject* value, PyObject* type, const char* where);
+
+// The items of a list, a tuple or another sequence. REQUIRES: PySequence_Check().
+std::vector<Ref> sequence_items(PyObject* sequence);
 
 }  // namespace quillan::host
 

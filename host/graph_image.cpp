@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "host/fields.hpp"
 #include "host/options.hpp"
 
 namespace quillan::host {
@@ -11,33 +10,14 @@ using vorn_layered::LEdge;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
 using vorn_layered::NodeKind;
-using vorn_layered::Origin;
 using vorn_layered::Point;
 using vorn_layered::PortSide;
 using vorn_layered::Text;
 
 namespace {
 
-Py_ssize_t size_of(const Ref& items) { return PyTuple_GET_SIZE(items.get()); }
-PyObject* item_of(const Ref& items, Py_ssize_t index) {
-  return PyTuple_GET_ITEM(items.get(), index);
-}
-
-// Calls `visit` with each key and value of pairs from Fields::dict_items().
-template <typename Visit>
-void for_each_pair(const Ref& pairs, Visit visit) {
-  for (Py_ssize_t i = 0; i < size_of(pairs); ++i) {
-    PyObject* const pair = item_of(pairs, i);
-    visit(PyTuple_GET_ITEM(pair, 0), PyTuple_GET_ITEM(pair, 1));
-  }
-}
-
-// The index of `value` among the members of an enumeration, which are their own names as text.
-int member_of(const Fields& fields, Field field, const char* first, const char* second) {
-  const Ref text = fields.text(field);
-  if (PyUnicode_CompareWithASCIIString(text.get(), first) == 0) return 0;
-  if (PyUnicode_CompareWithASCIIString(text.get(), second) == 0) return 1;
-  fields.fail(PyExc_ValueError, "%R is no value of the enumeration", text.get());
+bool is_text(PyObject* value, const char* text) {
+  return PyUnicode_Check(value) && PyUnicode_CompareWithASCIIString(value, text) == 0;
 }
 
 Point read_point(const Fields& fields, PyObject* value) {
@@ -45,11 +25,11 @@ Point read_point(const Fields& fields, PyObject* value) {
     fields.fail(PyExc_TypeError, "bend_points must hold pairs of real numbers, not %R", value);
   };
   if (!PyTuple_Check(value) && !PyList_Check(value)) refuse();
-  const Ref pair = check(PySequence_Tuple(value));
-  if (PyTuple_GET_SIZE(pair.get()) != 2) refuse();
+  const std::vector<Ref> pair = sequence_items(value);
+  if (pair.size() != 2) refuse();
   std::array<double, 2> numbers{};
   for (std::size_t axis = 0; axis < 2; ++axis) {
-    numbers[axis] = PyFloat_AsDouble(PyTuple_GET_ITEM(pair.get(), static_cast<Py_ssize_t>(axis)));
+    numbers[axis] = PyFloat_AsDouble(pair[axis].get());
     if (numbers[axis] != -1.0 || PyErr_Occurred() == nullptr) continue;
     if (PyErr_ExceptionMatches(PyExc_TypeError) || PyErr_ExceptionMatches(PyExc_OverflowError)) {
       PyErr_Clear();
@@ -62,216 +42,231 @@ Point read_point(const Fields& fields, PyObject* value) {
 
 }  // namespace
 
-GraphImage::GraphImage(const State& state, PyObject* record, LayerUse layer_use)
-    : state_(state), record_(record), layer_use_(layer_use), texts_(graph.arena) {
-  if (check(PyObject_IsInstance(record, state.lgraph)) == 0) {
-    PyErr_Format(PyExc_TypeError, "graph must be an LGraph, not %.200s", Py_TYPE(record)->tp_name);
+GraphImage::GraphImage(const State& state, Ref record, const GraphUse& use)
+    : state_(state), record_(std::move(record)), use_(use.first), texts_(graph.arena) {
+  if (!is_instance(record_.get(), state.lgraph)) {
+    PyErr_Format(PyExc_TypeError, "graph must be an LGraph, not %.200s",
+                 Py_TYPE(record_.get())->tp_name);
     throw PythonError();
   }
-  const Fields fields(state, record);
-  graph.options = read_options(state, fields.instance(Field::kOptions, state.layout_options).get());
-  graph._counter = static_cast<std::uint32_t>(fields.integer(Field::kCounter, 0, UINT32_MAX / 2));
-  read_nodes();
-  read_chains();
-  read_edges();
-  read_reversed_originals();
-  if (layer_use == LayerUse::kRead || layer_use == LayerUse::kReadAndWrite) read_layers();
+  const Fields fields(state, record_.get());
+  if ((use_.reads & LAYERS) != 0) {
+    for (const Ref& layer : fields.items(Field::kLayers)) {
+      layer_items_.push_back(fields.items_of(Field::kLayers, layer.get()));
+    }
+  }
+  // The strategy decides what else is read, of the options too.
+  const Ref options = fields.instance(Field::kOptions, state.layout_options);
+  read_options(state, options.get(), use_.options, graph.options);
+  const Use rest = use.then(graph.options, layer_items_.size());
+  read_options(state, options.get(), rest.options & ~use_.options, graph.options);
+  use_ = use_ | rest;
+  read_parts();
+}
+
+void GraphImage::read_parts() {
+  if ((use_.reads & COUNTER) != 0) {
+    const Fields fields(state_, record_.get());
+    graph._counter = static_cast<std::uint32_t>(fields.integer(Field::kCounter, 0, UINT32_MAX / 2));
+  }
+  if ((use_.reads & NODES) != 0) read_nodes();
+  if ((use_.reads & (CHAINS | UNSPLIT_CHAINS)) != 0) read_chains();
+  if ((use_.reads & EDGES) != 0) read_edges();
+  if ((use_.reads & FLIPS) != 0) read_reversed_originals();
+  if ((use_.reads & LAYERS) != 0) read_layers();
 }
 
 void GraphImage::read_nodes() {
-  const Ref items = Fields(state_, record_).list_items(Field::kNodes);
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    PyObject* const record = item_of(items, i);
-    require_instance(record, state_.lnode, "LGraph.nodes");
-    if (!nodes_.emplace(record, nullptr).second) {
-      Fields(state_, record).fail(PyExc_ValueError, "stands twice in LGraph.nodes");
+  for (Ref& item : Fields(state_, record_.get()).items(Field::kNodes)) {
+    require_record(item.get(), state_.lnode, "LGraph.nodes");
+    LNode* const node = graph.add_node(Text(), 0.0, 0.0);
+    if (!node_indexes_.emplace(item.get(), nodes_.size()).second) {
+      Fields(state_, item.get()).fail(PyExc_ValueError, "stands twice in LGraph.nodes");
     }
-    kept_.push_back(Ref::borrow(record));
-    nodes_[record] = read_node(record);
+    nodes_.push_back({node, std::move(item), false, 0.0, 0.0});
+    read_node(nodes_.back().record.get(), *node, true);
+    nodes_.back().x = node->x;
+    nodes_.back().y = node->y;
   }
+  inside_ = nodes_.size();
 }
 
-LNode* GraphImage::read_node(PyObject* record) {
+void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
   const Fields fields(state_, record);
-  LNode* node = graph.add_node(Text(texts_.keep(fields.text(Field::kId))),
-                               fields.real(Field::kWidth), fields.real(Field::kHeight));
-  node->kind = static_cast<NodeKind>(member_of(fields, Field::kKind, "NORMAL", "LONG_EDGE"));
-  node->has_origin_x = fields.get(Field::kOriginX).get() != Py_None;
-  node->has_origin_y = fields.get(Field::kOriginY).get() != Py_None;
-  if (node->has_origin_x) node->origin_x = fields.real(Field::kOriginX);
-  if (node->has_origin_y) node->origin_y = fields.real(Field::kOriginY);
-  node->layer = static_cast<std::int32_t>(fields.integer(Field::kLayer, 0, kMaxLayer));
-  node->order = static_cast<std::int32_t>(fields.integer(Field::kOrder, INT32_MIN, INT32_MAX));
-  node->x = fields.real(Field::kX);
-  node->y = fields.real(Field::kY);
-  read_ports(record, *node, PortSide::WEST);
-  read_ports(record, *node, PortSide::EAST);
-  return node;
-}
-
-void GraphImage::read_ports(PyObject* record, LNode& node, PortSide side) {
-  const bool in = side == PortSide::WEST;
-  const Ref items = Fields(state_, record).list_items(in ? Field::kInPorts : Field::kOutPorts);
-  const std::span<LPort> ports =
-      graph.add_ports(node, side, static_cast<std::int32_t>(size_of(items)));
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    PyObject* const port_record = item_of(items, i);
-    require_instance(port_record, state_.lport, in ? "LNode.in_ports" : "LNode.out_ports");
-    const Fields fields(state_, port_record);
-    if (fields.get(Field::kNode).get() != record) {
-      fields.fail(PyExc_ValueError, "its node is not the one that lists it");
-    }
-    if (member_of(fields, Field::kSide, "WEST", "EAST") != static_cast<int>(side)) {
-      fields.fail(PyExc_ValueError,
-                  in ? "an input port must have side WEST" : "an output port must have side EAST");
-    }
-    LPort& port = ports[i];
-    port.id = Text(texts_.keep(fields.text(Field::kId)));
-    port.offset = fields.real(Field::kOffset);
-    port.index =
-        static_cast<std::int32_t>(fields.integer(Field::kIndex, 0, vorn_layered::MAX_PORT_INDEX));
-    if (!ports_.emplace(port_record, &port).second) {
-      fields.fail(PyExc_ValueError, "stands twice among the ports of the graph");
-    }
-    kept_.push_back(Ref::borrow(port_record));
+  if ((use_.reads & NODE_IDS) != 0) node.id = Text(texts_.keep(fields.text(Field::kId)));
+  if ((use_.reads & WIDTHS) != 0) node.width = fields.real(Field::kWidth);
+  if ((use_.reads & HEIGHTS) != 0) node.height = fields.real(Field::kHeight);
+  if ((use_.reads & KINDS) != 0) {
+    const bool real = is_text(fields.get(Field::kKind).get(), "NORMAL");
+    node.kind = real ? NodeKind::NORMAL : NodeKind::LONG_EDGE;
+  }
+  if ((use_.reads & ORIGINS) != 0) {
+    node.has_origin_x = fields.get(Field::kOriginX).get() != Py_None;
+    node.has_origin_y = fields.get(Field::kOriginY).get() != Py_None;
+    if (node.has_origin_x) node.origin_x = fields.real(Field::kOriginX);
+    if (node.has_origin_y) node.origin_y = fields.real(Field::kOriginY);
+  }
+  const bool overwritten = inside && (use_.writes & LAYER_NUMBERS) != 0;
+  if ((use_.reads & LAYER_NUMBERS) != 0 && !overwritten) {
+    // Layers are listed from 0 on; everything else works with any.
+    const std::int64_t least = (use_.writes & LAYERS) != 0 && inside ? 0 : -kMaxLayer;
+    node.layer = static_cast<std::int32_t>(fields.integer(Field::kLayer, least, kMaxLayer));
+  }
+  node.order = UNWRITTEN_ORDER;
+  if ((use_.reads & ORDERS) != 0) {
+    node.order = static_cast<std::int32_t>(fields.integer(Field::kOrder, INT32_MIN + 1, INT32_MAX));
+  }
+  if ((use_.reads & PLACES) != 0) {
+    node.x = fields.real(Field::kX);
+    node.y = fields.real(Field::kY);
   }
 }
 
-std::int32_t GraphImage::origin_of(PyObject* text) {
-  const vorn_layered::TextSource* source = texts_.keep(text_form(text));
+// The image of a node met at the end of an edge or in a layer.
+std::size_t GraphImage::node_index(PyObject* record) {
+  const auto [found, added] = node_indexes_.emplace(record, nodes_.size());
+  if (!added) return found->second;
+  LNode* const node = graph.arena.make<LNode>();
+  nodes_.push_back({node, Ref::borrow(record), false, 0.0, 0.0});
+  const std::size_t index = nodes_.size() - 1;
+  read_node(record, *node, false);
+  node->position = position_of(node->id);
+  nodes_[index].x = node->x;
+  nodes_[index].y = node->y;
+  return index;
+}
+
+std::int32_t GraphImage::position_of(const Text& id) {
+  if ((use_.reads & NODE_IDS) == 0) return -1;
+  if (positions_.empty()) {
+    for (const LNode* node : graph.nodes) positions_[node->id.str()] = node->position;
+  }
+  const auto found = positions_.find(id.str());
+  return found != positions_.end() ? found->second : -1;
+}
+
+std::int32_t GraphImage::origin_of(Ref text) {
+  const vorn_layered::TextSource* source = texts_.keep(std::move(text));
   const std::int32_t next = static_cast<std::int32_t>(graph.origins.size());
   const auto [entry, added] = origins_.emplace(source->bytes, next);
   if (added) graph.origins.push_back({Text(source), {}, false, false, false});
   return entry->second;
 }
 
-LPort* GraphImage::port_of(PyObject* edge, Field field) {
-  const Fields fields(state_, edge);
-  const Ref port = fields.instance(field, state_.lport);
-  const auto found = ports_.find(port.get());
-  if (found == ports_.end()) {
-    const Ref id = Fields(state_, port.get()).get(Field::kId);
-    fields.fail(PyExc_ValueError, "its port %R belongs to no node of the graph", id.get());
+LPort* GraphImage::read_port(const Fields& edge, Field field) {
+  Ref record = edge.instance(field, state_.lport);
+  const auto [found, added] = port_indexes_.emplace(record.get(), ports_.size());
+  if (!added) return ports_[found->second].port;
+  LPort* const port = graph.arena.make<LPort>();
+  ports_.push_back({port, std::move(record)});
+  const Fields fields(state_, ports_.back().record.get());
+  const Ref owner = fields.instance(Field::kNode, state_.lnode);
+  port->node = nodes_[node_index(owner.get())].node;
+  if ((use_.reads & PORT_INDEXES) != 0) {
+    port->index =
+        static_cast<std::int32_t>(fields.integer(Field::kIndex, 0, vorn_layered::MAX_PORT_INDEX));
   }
-  return found->second;
+  if ((use_.reads & PORT_OFFSETS) != 0) port->offset = fields.real(Field::kOffset);
+  if ((use_.reads & PORT_SIDES) != 0) {
+    const bool west = is_text(fields.get(Field::kSide).get(), "WEST");
+    port->side = west ? PortSide::WEST : PortSide::EAST;
+  }
+  return port;
+}
+
+LEdge* GraphImage::read_edge(PyObject* record, const char* where, bool ends) {
+  require_record(record, state_.ledge, where);
+  const auto [found, added] = edge_indexes_.emplace(record, edges_.size());
+  if (!added) return edges_[found->second].edge;
+  LEdge* const edge = graph.make_segment(Text(), nullptr, nullptr, -1);
+  edge->bend_points = {&unwritten_, 0};
+  edges_.push_back({edge, Ref::borrow(record)});
+  const Fields fields(state_, record);
+  if (ends) {
+    edge->source = read_port(fields, Field::kSource);
+    edge->target = read_port(fields, Field::kTarget);
+  }
+  if ((use_.reads & EDGE_IDS) != 0) edge->id = Text(texts_.keep(fields.text(Field::kId)));
+  if ((use_.reads & ORIGIN_IDS) != 0) edge->origin = origin_of(fields.text(Field::kOriginId));
+  if ((use_.reads & BENDS) != 0) read_bend_points(record, *edge);
+  return edge;
 }
 
 void GraphImage::read_bend_points(PyObject* record, LEdge& edge) {
   const Fields fields(state_, record);
-  const Ref items = fields.list_items(Field::kBendPoints);
-  edge.bend_points = graph.arena.array<Point>(static_cast<std::size_t>(size_of(items)), Point{});
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    edge.bend_points[i] = read_point(fields, item_of(items, i));
+  const std::vector<Ref> items = fields.items(Field::kBendPoints);
+  edge.bend_points = graph.arena.array<Point>(items.size(), Point{});
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    edge.bend_points[i] = read_point(fields, items[i].get());
   }
 }
 
-LEdge* GraphImage::read_edge(PyObject* record) {
-  require_instance(record, state_.ledge, "LGraph.edges and LGraph.chains");
-  const auto [entry, added] = edges_.emplace(record, nullptr);
-  if (!added) return entry->second;
-  kept_.push_back(Ref::borrow(record));
-  const Fields fields(state_, record);
-  LPort* const source = port_of(record, Field::kSource);
-  LPort* const target = port_of(record, Field::kTarget);
-  const Ref origin_id = fields.text(Field::kOriginId);
-  LEdge* edge = graph.make_segment(Text(texts_.keep(fields.text(Field::kId))), source, target,
-                                   origin_of(origin_id.get()));
-  edge->position = -1;
-  edge->reversed = fields.truth(Field::kReversed);
-  read_bend_points(record, *edge);
-  edges_[record] = edge;
-  return edge;
-}
-
 void GraphImage::read_edges() {
-  const Ref items = Fields(state_, record_).list_items(Field::kEdges);
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    LEdge* edge = read_edge(item_of(items, i));
-    if (edge->position >= 0) {
-      Fields(state_, item_of(items, i)).fail(PyExc_ValueError, "stands twice in LGraph.edges");
-    }
-    edge->position = static_cast<std::int32_t>(i);
-    graph.edges.push_back(edge);
+  for (const Ref& item : Fields(state_, record_.get()).items(Field::kEdges)) {
+    graph.edges.push_back(read_edge(item.get(), "LGraph.edges", (use_.reads & ENDS) != 0));
   }
 }
 
 void GraphImage::read_chains() {
-  const Fields fields(state_, record_);
-  const Ref chains = fields.dict_items(Field::kChains);
+  const Fields fields(state_, record_.get());
+  const std::vector<Ref> pairs = fields.pairs(Field::kChains);
   // Keys first, so that the origins stand in the order of the mapping.
-  for_each_pair(chains, [&](PyObject* key, PyObject* value) {
-    if (!PyUnicode_Check(key)) fields.wrong_type(Field::kChains, "a dict with str keys", key);
-    if (!PyList_Check(value)) fields.wrong_type(Field::kChains, "a dict of lists", value);
-    graph.origins[origin_of(key)].has_chain = true;
-  });
-  for_each_pair(chains, [&](PyObject* key, PyObject* value) { read_chain(key, value); });
-}
-
-void GraphImage::read_chain(PyObject* key, PyObject* list) {
-  const Ref items = check(PyList_AsTuple(list));
-  const std::int32_t origin = origin_of(key);
-  const std::size_t known = edges_.size();
-  const std::span<LEdge*> chain =
-      graph.arena.array<LEdge*>(static_cast<std::size_t>(size_of(items)), nullptr);
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    chain[i] = read_edge(item_of(items, i));
-    if (chain[i]->origin != origin) {
-      Fields(state_, item_of(items, i))
-          .fail(PyExc_ValueError, "stands in the chain of %R, which is not its origin_id", key);
+  for (std::size_t i = 0; i < pairs.size(); i += 2) {
+    origin_of(fields.key_text(Field::kChains, pairs[i].get()));
+  }
+  for (std::size_t i = 0; i < pairs.size(); i += 2) {
+    const std::vector<Ref> items = fields.items_of(Field::kChains, pairs[i + 1].get());
+    if ((use_.reads & CHAINS) == 0 && items.size() != 1) continue;
+    const std::int32_t origin = origin_of(fields.key_text(Field::kChains, pairs[i].get()));
+    const std::span<LEdge*> chain = graph.arena.array<LEdge*>(items.size(), nullptr);
+    for (std::size_t k = 0; k < items.size(); ++k) {
+      chain[k] = read_edge(items[k].get(), "LGraph.chains", true);
     }
+    graph.origins[origin].chain = chain;
+    graph.origins[origin].has_chain = true;
+    if (chain.size() == 1) unsplit_.push_back(origin);
   }
-  // Chains come before the other edges, and each edge is in the chain of its origin_id only.
-  if (edges_.size() - known != chain.size()) {
-    Fields(state_, record_).fail(PyExc_ValueError, "the chain of %R holds an edge twice", key);
-  }
-  graph.origins[origin].chain = chain;
 }
 
 void GraphImage::read_reversed_originals() {
-  const Fields fields(state_, record_);
-  const Ref reversed = fields.dict_items(Field::kReversedOriginals);
-  for_each_pair(reversed, [&](PyObject* key, PyObject* value) {
-    if (!PyUnicode_Check(key)) {
-      fields.wrong_type(Field::kReversedOriginals, "a dict with str keys", key);
-    }
-    Origin& origin = graph.origins[origin_of(key)];
-    origin.has_reversed = true;
-    origin.reversed = check(PyObject_IsTrue(value)) != 0;
-  });
+  const Fields fields(state_, record_.get());
+  const std::vector<Ref> pairs = fields.pairs(Field::kReversedOriginals);
+  for (std::size_t i = 0; i < pairs.size(); i += 2) {
+    const std::int32_t index =
+        origin_of(fields.key_text(Field::kReversedOriginals, pairs[i].get()));
+    const bool reversed = check(PyObject_IsTrue(pairs[i + 1].get())) != 0;
+    graph.origins[index].has_reversed = true;
+    graph.origins[index].reversed = reversed;
+  }
 }
 
 void GraphImage::read_layers() {
-  const Fields fields(state_, record_);
-  const Ref lists = fields.list_items(Field::kLayers);
-  if (size_of(lists) == 0) return;
   std::vector<bool> seen(graph.nodes.size(), false);
-  for (Py_ssize_t i = 0; i < size_of(lists); ++i) read_layer(item_of(lists, i), seen);
-  for (const LNode* node : graph.nodes) {
-    if (seen[node->position]) continue;
-    fields.fail(PyExc_ValueError, "layers lack node %R; rebuild_layers() regroups the nodes",
-                static_cast<PyObject*>(const_cast<void*>(node->id.host())));
-  }
-}
-
-void GraphImage::read_layer(PyObject* list, std::vector<bool>& seen) {
-  const Fields fields(state_, record_);
-  if (!PyList_Check(list)) fields.wrong_type(Field::kLayers, "a list of lists", list);
-  const Ref items = check(PyList_AsTuple(list));
   std::vector<LNode*> members;
-  for (Py_ssize_t i = 0; i < size_of(items); ++i) {
-    PyObject* const record = item_of(items, i);
-    require_instance(record, state_.lnode, "LGraph.layers");
-    const auto found = nodes_.find(record);
-    if (found == nodes_.end()) {
-      Fields(state_, record).fail(PyExc_ValueError, "stands in LGraph.layers, not in LGraph.nodes");
+  for (const std::vector<Ref>& layer : layer_items_) {
+    members.clear();
+    for (const Ref& item : layer) {
+      require_record(item.get(), state_.lnode, "LGraph.layers");
+      Node& entry = nodes_[node_index(item.get())];
+      const std::int32_t position = entry.node->position;
+      if (entry.layered || (position >= 0 && seen[position])) {
+        Fields(state_, item.get()).fail(PyExc_ValueError, "stands twice in LGraph.layers");
+      }
+      entry.layered = true;
+      if (position >= 0) seen[position] = true;
+      members.push_back(entry.node);
     }
-    if (seen[found->second->position]) {
-      Fields(state_, record).fail(PyExc_ValueError, "stands twice in LGraph.layers");
-    }
-    seen[found->second->position] = true;
-    members.push_back(found->second);
+    graph.layers.push_back(members);
   }
-  graph.layers.push_back(members);
+  if ((use_.writes & PLACES) == 0) return;
+  // Moving the whole drawing moves those nodes too that stand in no layer.
+  for (std::size_t i = 0; i < inside_; ++i) {
+    Node& entry = nodes_[i];
+    if (entry.layered) continue;
+    const Fields fields(state_, entry.record.get());
+    entry.x = entry.node->x = fields.real(Field::kX);
+    entry.y = entry.node->y = fields.real(Field::kY);
+  }
 }
 
 }  // namespace quillan::host

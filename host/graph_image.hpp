@@ -1,23 +1,25 @@
 // GraphImage: a Python LGraph read into the core, and the way back into the same objects.
 //
-// Reading checks all that a phase relies on before anything runs, so that a graph that contradicts
-// itself is refused and left as it was. Writing makes all new objects first.
+// Only what the function's row in host/graph_use.hpp names is read and written. All is read before
+// anything runs and all new objects are made before anything is written, so that a refused graph is
+// left as it was.
 
 #ifndef QUILLAN_HOST_GRAPH_IMAGE_HPP_
 #define QUILLAN_HOST_GRAPH_IMAGE_HPP_
 
+#include <map>
 #include <unordered_map>
 #include <vector>
 
 #include "core/graph/lgraph.hpp"
+#include "host/fields.hpp"
+#include "host/graph_use.hpp"
 #include "host/state.hpp"
 #include "host/texts.hpp"
 
 namespace quillan::host {
 
-// What a function does with LGraph.layers. Where it does not look, layers that a changed graph has
-// outgrown are no contradiction: assign_layers and rebuild_layers are how one repairs them.
-enum class LayerUse : std::uint8_t { kNone, kRead, kWrite, kReadAndWrite };
+class RecordWriter;
 
 class GraphImage {
  public:
@@ -25,44 +27,81 @@ class GraphImage {
   // costs memory.
   static constexpr std::int64_t kMaxLayer = std::int64_t{1} << 24U;
 
-  // An image of `record`, an LGraph. TypeError for a field of a wrong type, ValueError for a graph
-  // that contradicts itself; both name the record.
-  GraphImage(const State& state, PyObject* record, LayerUse layer_use);
+  // The order of a node that no phase has ordered.
+  static constexpr std::int32_t UNWRITTEN_ORDER = INT32_MIN;
+
+  // An image of `record`, an LGraph. TypeError for a field of a wrong type and ValueError for one
+  // out of its range, both naming the record and the field; ValueError for a node that stands in
+  // `layers` twice.
+  GraphImage(const State& state, Ref record, const GraphUse& use);
   GraphImage(const GraphImage&) = delete;
   GraphImage& operator=(const GraphImage&) = delete;
 
+  // Ends of edges and members of layers outside LGraph.nodes are nodes of the image as well. Their
+  // position is that of the node in LGraph.nodes with their id, or -1.
   vorn_layered::LGraph graph;
 
-  // Writes the graph back: old records keep their identity, dummies and new segments become new
-  // ones.
+  // Writes what the function has changed; dummies and new segments become new records.
   void write_back();
 
  private:
+  struct Node {
+    vorn_layered::LNode* node;
+    Ref record;
+    bool layered;  // whether a layer holds it
+    double x, y;   // as they were read
+  };
+  struct Port {
+    vorn_layered::LPort* port;
+    Ref record;
+  };
+  struct Edge {
+    vorn_layered::LEdge* edge;
+    Ref record;
+  };
+
+  void read_parts();
   void read_nodes();
-  vorn_layered::LNode* read_node(PyObject* record);
-  void read_ports(PyObject* record, vorn_layered::LNode& node, vorn_layered::PortSide side);
+  std::size_t node_index(PyObject* record);
+  void read_node(PyObject* record, vorn_layered::LNode& node, bool inside);
+  std::int32_t position_of(const vorn_layered::Text& id);
+  vorn_layered::LPort* read_port(const Fields& edge, Field field);
   void read_edges();
-  vorn_layered::LEdge* read_edge(PyObject* record);
-  vorn_layered::LPort* port_of(PyObject* edge, Field field);
+  vorn_layered::LEdge* read_edge(PyObject* record, const char* where, bool ends);
   void read_bend_points(PyObject* record, vorn_layered::LEdge& edge);
   void read_chains();
-  void read_chain(PyObject* key, PyObject* list);
   void read_reversed_originals();
   void read_layers();
-  void read_layer(PyObject* list, std::vector<bool>& seen);
-  std::int32_t origin_of(PyObject* text);
+  std::int32_t origin_of(Ref text);
+
+  struct Split;
+  Split make_split(RecordWriter& writer) const;
+  void write_split(const Split& split);
+  void write_flips();
+  void write_nodes();
+  void write_bend_points();
 
   friend class RecordWriter;
 
+  // Where the bend points of an edge are until a phase writes them: no points, yet not the empty
+  // span that stands for a straight edge.
+  vorn_layered::Point unwritten_;
+
   const State& state_;
-  PyObject* record_;
-  LayerUse layer_use_;
+  Ref record_;
+  Use use_;
+  std::size_t inside_ = 0;  // how many nodes LGraph.nodes holds
   TextKeeper texts_;
-  std::vector<Ref> kept_;  // every record that the maps below point to
-  std::unordered_map<PyObject*, vorn_layered::LNode*> nodes_;
-  std::unordered_map<PyObject*, vorn_layered::LPort*> ports_;
-  std::unordered_map<PyObject*, vorn_layered::LEdge*> edges_;
-  std::unordered_map<std::string_view, std::int32_t> origins_;
+  std::vector<Node> nodes_;  // those of LGraph.nodes first, in that order
+  std::vector<Port> ports_;
+  std::vector<Edge> edges_;
+  std::unordered_map<PyObject*, std::size_t> node_indexes_;
+  std::unordered_map<PyObject*, std::size_t> port_indexes_;
+  std::unordered_map<PyObject*, std::size_t> edge_indexes_;
+  std::map<std::string_view, std::int32_t> origins_;
+  std::map<std::string, std::int32_t, std::less<>> positions_;  // made when a node outside comes up
+  std::vector<std::vector<Ref>> layer_items_;
+  std::vector<std::int32_t> unsplit_;  // the origins whose chains were read as one edge
 };
 
 // A new Python LGraph for a graph fresh from import. `options` becomes its `options` field.

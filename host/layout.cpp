@@ -3,7 +3,9 @@
 #include <bit>
 
 #include "core/vorn_layered.hpp"
+#include "host/arguments.hpp"
 #include "host/functions.hpp"
+#include "host/objects.hpp"
 #include "host/options.hpp"
 #include "host/payload_reader.hpp"
 
@@ -63,33 +65,34 @@ Ref position_map(const LayoutResult& result) {
 Ref route_map(const LayoutResult& result) {
   Ref map = check(PyDict_New());
   PointMaker points;
+  std::vector<Ref> made;
   for (const vorn_layered::EdgeRoute& route : result.routes.routes) {
     const Ref key = key_of(route.id);
-    const Ref list = check(PyList_New(static_cast<Py_ssize_t>(route.count)));
+    made.clear();
     for (std::size_t i = 0; i < route.count; ++i) {
-      PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i),
-                      points.make(result.routes.points[route.first + i]).release());
+      made.push_back(points.make(result.routes.points[route.first + i]));
     }
-    check(PyDict_SetItem(map.get(), key.get(), list.get()));
+    check(PyDict_SetItem(map.get(), key.get(), list_of(made).get()));
   }
   return map;
 }
 
+double number_from(PyObject* value) {
+  const double number = PyFloat_AsDouble(value);
+  if (number == -1.0 && PyErr_Occurred() != nullptr) throw PythonError();
+  return number;
+}
+
 PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    static const char* keywords[] = {"nodes", "edges", "options", "component_gap", nullptr};
-    PyObject* nodes = nullptr;
-    PyObject* edges = nullptr;
-    PyObject* options = nullptr;
-    double component_gap = vorn_layered::DEFAULT_COMPONENT_GAP;
-    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO|O$d:layout", const_cast<char**>(keywords),
-                                    &nodes, &edges, &options, &component_gap) == 0) {
-      return nullptr;
-    }
+    const Arguments<4> given(args, kwargs, "OO|O$O:layout",
+                             {"nodes", "edges", "options", "component_gap"});
     const State& state = state_of(module);
-    const vorn_layered::LayoutOptions read = read_options(state, options);
+    const double component_gap =
+        given[3] == nullptr ? vorn_layered::DEFAULT_COMPONENT_GAP : number_from(given[3]);
+    const vorn_layered::LayoutOptions read = read_all_options(state, given[2]);
     Arena arena;
-    PayloadReader reader(state, nodes, edges, arena);
+    PayloadReader reader(state, given[0], given[1], arena);
     const Components components =
         vorn_layered::weakly_connected_components(reader.payload(), arena);
     for (std::int32_t i = 0; i < components.size(); ++i) {

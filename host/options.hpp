@@ -4,15 +4,24 @@
 #define QUILLAN_HOST_OPTIONS_HPP_
 
 #include "core/graph/options.hpp"
+#include "host/graph_use.hpp"
 #include "host/state.hpp"
 
 namespace quillan::host {
 
-// The core's form of `options`, a LayoutOptions or None for the defaults. TypeError for anything
-// else and for a field of a wrong type, ValueError for a text that names no direction.
-vorn_layered::LayoutOptions read_options(const State& state, PyObject* options);
+// Reads those fields of `record`, a LayoutOptions, that `parts` names. TypeError for a field of a
+// wrong type, ValueError for a text that names no direction; both name the field.
+void read_options(const State& state, PyObject* record, OptionParts parts,
+                  vorn_layered::LayoutOptions& options);
 
-// A new LayoutOptions like `options` with its automatic strategies pinned.
+// TypeError unless `options` is a LayoutOptions or None.
+void require_options(const State& state, PyObject* options);
+
+// All of `options`, a LayoutOptions or None for the defaults. TypeError for anything else.
+vorn_layered::LayoutOptions read_all_options(const State& state, PyObject* options);
+
+// A new LayoutOptions like `options`, one itself, with its automatic strategies pinned; all else is
+// copied as it is.
 Ref resolved_options(const State& state, PyObject* options);
 
 }  // namespace quillan::host

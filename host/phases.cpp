@@ -10,8 +10,10 @@
 #include "core/placement/place_nodes.hpp"
 #include "core/routing/route_edges.hpp"
 #include "core/vorn_layered.hpp"
+#include "host/arguments.hpp"
 #include "host/functions.hpp"
 #include "host/graph_image.hpp"
+#include "host/objects.hpp"
 #include "host/options.hpp"
 #include "host/payload_reader.hpp"
 
@@ -27,55 +29,43 @@ PyCFunction with_keywords(PyObject* (*function)(PyObject*, PyObject*, PyObject*)
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void*>(function));
 }
 
-// A function of one LGraph, given by position or as `graph`.
-PyObject* parse_graph(PyObject* args, PyObject* kwargs, const char* format) {
-  static const char* keywords[] = {"graph", nullptr};
-  PyObject* graph = nullptr;
-  if (PyArg_ParseTupleAndKeywords(args, kwargs, format, const_cast<char**>(keywords), &graph) ==
-      0) {
-    throw PythonError();
-  }
-  return graph;
-}
+// The image of the one LGraph that a function is given, by position or as `graph`.
+class GraphArgument {
+ public:
+  GraphArgument(PyObject* module, PyObject* args, PyObject* kwargs, const GraphUse& use)
+      : given_(args, kwargs, (std::string("O:") + use.name).c_str(), {"graph"}),
+        image(state_of(module), Ref::borrow(given_[0]), use) {}
 
-// The argument of each phase, with the name that errors give the function.
-constexpr char kBreakCycles[] = "O:break_cycles";
-constexpr char kAssignLayers[] = "O:assign_layers";
-constexpr char kInsertDummyNodes[] = "O:insert_dummy_nodes";
-constexpr char kReduceCrossings[] = "O:reduce_crossings";
-constexpr char kPlaceNodes[] = "O:place_nodes";
-constexpr char kRouteEdges[] = "O:route_edges";
-constexpr char kRunPhases[] = "O:run_phases";
+ private:
+  Arguments<1> given_;
+
+ public:
+  GraphImage image;
+};
 
 // Reads the graph, runs a phase on it and writes it back.
-template <void (*Phase)(LGraph&), const char* Format, LayerUse Layers>
+template <void (*Phase)(LGraph&), const GraphUse& Row>
 PyObject* run_phase(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    GraphImage image(state_of(module), parse_graph(args, kwargs, Format), Layers);
-    Phase(image.graph);
-    image.write_back();
+    GraphArgument argument(module, args, kwargs, Row);
+    Phase(argument.image.graph);
+    argument.image.write_back();
     return Py_NewRef(Py_None);
   });
 }
 
-Ref pair(double a, double b) { return check(Py_BuildValue("(dd)", a, b)); }
-
 PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    static const char* keywords[] = {"nodes", "edges", "options", nullptr};
-    PyObject* nodes = nullptr;
-    PyObject* edges = nullptr;
-    PyObject* options = Py_None;
-    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO|O:build_graph", const_cast<char**>(keywords),
-                                    &nodes, &edges, &options) == 0) {
-      return nullptr;
-    }
+    const Arguments<3> given(args, kwargs, "OO|O:build_graph", {"nodes", "edges", "options"});
     const State& state = state_of(module);
-    const Ref given = options == Py_None ? check(PyObject_CallNoArgs(state.layout_options))
-                                         : Ref::borrow(options);
-    const Ref resolved = resolved_options(state, given.get());
-    LGraph graph(read_options(state, resolved.get()));
-    PayloadReader reader(state, nodes, edges, graph.arena);
+    const bool by_default = given[2] == nullptr || given[2] == Py_None;
+    const Ref options =
+        by_default ? check(PyObject_CallNoArgs(state.layout_options)) : Ref::borrow(given[2]);
+    require_options(state, options.get());
+    const Ref resolved = resolved_options(state, options.get());
+    LGraph graph;
+    read_options(state, resolved.get(), DIRECTION, graph.options);
+    PayloadReader reader(state, given[0], given[1], graph.arena);
     Arena arena;
     const vorn_layered::Components whole = vorn_layered::undivided(reader.payload(), arena);
     reader.read(whole[0], graph.options.direction);
@@ -86,24 +76,23 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
 
 PyObject* graph_extent(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:graph_extent"),
-                           LayerUse::kNone);
-    const vorn_layered::Extent extent = vorn_layered::graph_extent(image.graph);
-    return pair(extent.flow, extent.cross).release();
+    const GraphArgument argument(module, args, kwargs, uses::GRAPH_EXTENT);
+    const vorn_layered::Extent extent = vorn_layered::graph_extent(argument.image.graph);
+    return point_object(extent.flow, extent.cross).release();
   });
 }
 
 PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:node_positions"),
-                           LayerUse::kNone);
+    const GraphArgument argument(module, args, kwargs, uses::NODE_POSITIONS);
     std::vector<vorn_layered::NodePosition> positions;
-    vorn_layered::node_positions(image.graph, vorn_layered::graph_extent(image.graph).flow, Point{},
+    vorn_layered::node_positions(argument.image.graph,
+                                 vorn_layered::graph_extent(argument.image.graph).flow, Point{},
                                  positions);
     Ref map = check(PyDict_New());
     for (const vorn_layered::NodePosition& position : positions) {
       check(PyDict_SetItem(map.get(), text_from_bytes(position.id.str()).get(),
-                           pair(position.top_left.x, position.top_left.y).get()));
+                           point_object(position.top_left.x, position.top_left.y).get()));
     }
     return map.release();
   });
@@ -111,19 +100,19 @@ PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
 
 PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const GraphImage image(state_of(module), parse_graph(args, kwargs, "O:edge_routes"),
-                           LayerUse::kNone);
+    const GraphArgument argument(module, args, kwargs, uses::EDGE_ROUTES);
     vorn_layered::EdgeRoutes found;
-    vorn_layered::edge_routes(image.graph, vorn_layered::graph_extent(image.graph).flow, Point{},
+    vorn_layered::edge_routes(argument.image.graph,
+                              vorn_layered::graph_extent(argument.image.graph).flow, Point{},
                               found);
     Ref map = check(PyDict_New());
     for (const vorn_layered::EdgeRoute& route : found.routes) {
-      const Ref list = check(PyList_New(static_cast<Py_ssize_t>(route.count)));
-      for (std::size_t i = 0; i < route.count; ++i) {
-        const Point point = found.points[route.first + i];
-        PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), pair(point.x, point.y).release());
+      std::vector<Ref> points;
+      for (std::size_t i = route.first; i < route.first + route.count; ++i) {
+        points.push_back(point_object(found.points[i].x, found.points[i].y));
       }
-      check(PyDict_SetItem(map.get(), text_from_bytes(route.id.str()).get(), list.get()));
+      check(
+          PyDict_SetItem(map.get(), text_from_bytes(route.id.str()).get(), list_of(points).get()));
     }
     return map.release();
   });
@@ -132,44 +121,36 @@ PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
 // The caller's mappings at these positions, as a list.
 template <typename MappingAt>
 Ref members(std::span<const std::int32_t> positions, MappingAt mapping_at) {
-  Ref list = check(PyList_New(static_cast<Py_ssize_t>(positions.size())));
-  for (std::size_t i = 0; i < positions.size(); ++i) {
-    PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), Py_NewRef(mapping_at(positions[i])));
-  }
-  return list;
+  std::vector<Ref> items;
+  items.reserve(positions.size());
+  for (const std::int32_t position : positions) items.push_back(Ref::borrow(mapping_at(position)));
+  return list_of(items);
 }
 
 PyObject* weakly_connected_components(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    static const char* keywords[] = {"nodes", "edges", nullptr};
-    PyObject* nodes = nullptr;
-    PyObject* edges = nullptr;
-    if (PyArg_ParseTupleAndKeywords(args, kwargs, "OO:weakly_connected_components",
-                                    const_cast<char**>(keywords), &nodes, &edges) == 0) {
-      return nullptr;
-    }
+    const Arguments<2> given(args, kwargs, "OO:weakly_connected_components", {"nodes", "edges"});
     Arena arena;
-    const PayloadReader reader(state_of(module), nodes, edges, arena);
+    const PayloadReader reader(state_of(module), given[0], given[1], arena);
     const vorn_layered::Components found =
         vorn_layered::weakly_connected_components(reader.payload(), arena);
     const auto node = [&](std::int32_t number) { return reader.node(number); };
     const auto edge = [&](std::int32_t number) { return reader.edge(number); };
-    Ref result = check(PyList_New(static_cast<Py_ssize_t>(found.size())));
+    std::vector<Ref> result;
     for (std::int32_t i = 0; i < found.size(); ++i) {
       const Ref member_nodes = members(found.nodes[i], node);
       const Ref member_edges = members(found.edges[i], edge);
-      PyList_SET_ITEM(result.get(), i,
-                      check(PyTuple_Pack(2, member_nodes.get(), member_edges.get())).release());
+      result.push_back(check(PyTuple_Pack(2, member_nodes.get(), member_edges.get())));
     }
-    return result.release();
+    return list_of(result).release();
   });
 }
 
 PyObject* count_crossings(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    GraphImage image(state_of(module), parse_graph(args, kwargs, "O:count_crossings"),
-                     LayerUse::kRead);
-    return check(PyLong_FromLongLong(vorn_layered::count_crossings(image.graph))).release();
+    GraphArgument argument(module, args, kwargs, uses::COUNT_CROSSINGS);
+    return check(PyLong_FromLongLong(vorn_layered::count_crossings(argument.image.graph)))
+        .release();
   });
 }
 
@@ -184,9 +165,9 @@ PyMethodDef BUILD_FUNCTIONS[] = {
 
 Read a payload, as `layout` takes it, into a new `LGraph` in the normalised frame.
 
-Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers. `graph.options` is `options.resolved()`. Edges
-with an unknown end and edges from a node to itself are skipped; a default edge id counts
-positions in `edges`. Parts that are not connected are not split: `weakly_connected_components`
+Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers.
+`graph.options` is `options.resolved()`. Edges with an unknown end and edges from a node to itself
+are skipped; a default edge id counts positions in `edges`. Parts that are not connected are not split: `weakly_connected_components`
 does that, and `layout` builds one graph a part. Nodes with equal ids all become nodes, and edges
 go to the last.
 
@@ -200,7 +181,7 @@ The `(flow, cross)` extent of a graph, from 0.0 to its farthest box, dummies inc
 
 Normalised frame; never negative, (0.0, 0.0) for a graph without nodes. Linear in the nodes.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself.
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read.
 )doc"},
     {"node_positions", with_keywords(node_positions), kKeywords,
      R"doc(node_positions(graph)
@@ -234,8 +215,8 @@ from a node to itself in its node's. Of nodes with equal ids the last one counts
 Raises KeyError for a node without "id" and TypeError for an item that is no mapping. Near-linear,
 by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorithms", 1984).
 )doc"},
-    {"break_cycles",
-     with_keywords(run_phase<vorn_layered::break_cycles, kBreakCycles, LayerUse::kNone>), kKeywords,
+    {"break_cycles", with_keywords(run_phase<vorn_layered::break_cycles, uses::BREAK_CYCLES>),
+     kKeywords,
      R"doc(break_cycles(graph)
 --
 
@@ -245,16 +226,15 @@ Phase 1: flip edges in place until the graph has no cycle.
 run. On a flipped edge source and target are exchanged, and `reversed` and its entry in
 `graph.reversed_originals` are True; ports keep their side.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
-then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and Smyth, "A Fast
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
+the graph is then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and Smyth, "A Fast
 and Effective Heuristic for the Feedback Arc Set Problem", 1993; Tarjan, "Depth-First Search and
 Linear Graph Algorithms", 1972.)
 )doc"},
     {nullptr, nullptr, 0, nullptr}};
 
 PyMethodDef PHASE_FUNCTIONS[] = {
-    {"assign_layers",
-     with_keywords(run_phase<vorn_layered::assign_layers, kAssignLayers, LayerUse::kWrite>),
+    {"assign_layers", with_keywords(run_phase<vorn_layered::assign_layers, uses::ASSIGN_LAYERS>),
      kKeywords,
      R"doc(assign_layers(graph)
 --
@@ -267,14 +247,14 @@ NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes 
 can be at any size. Afterwards every segment of an edge in
 `graph.chains` joins a layer to the next.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
-then left as it was. MemoryError where the split would take more than 2**23 dummies. Linear in
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
+the graph is then left as it was. MemoryError where the split would take more than 2**23 dummies. Linear in
 nodes, edges and dummies, n log n for "INTERACTIVE", up to 300 pivots for "NETWORK_SIMPLEX", and for
 "MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and edge.
 (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993, section 2.)
 )doc"},
     {"insert_dummy_nodes",
-     with_keywords(run_phase<vorn_layered::insert_dummy_nodes, kInsertDummyNodes, LayerUse::kNone>),
+     with_keywords(run_phase<vorn_layered::insert_dummy_nodes, uses::INSERT_DUMMY_NODES>),
      kKeywords,
      R"doc(insert_dummy_nodes(graph)
 --
@@ -295,13 +275,11 @@ The number of crossings between segments of neighbouring layers, as `graph.layer
 
 The order of ports counts on both ends. A graph without layers has none.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself. s log s
-for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting", 2002).
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read, and
+KeyError with the id of an end that is not in `graph.nodes`. s log s for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting", 2002).
 )doc"},
     {"reduce_crossings",
-     with_keywords(
-         run_phase<vorn_layered::reduce_crossings, kReduceCrossings, LayerUse::kReadAndWrite>),
-     kKeywords,
+     with_keywords(run_phase<vorn_layered::reduce_crossings, uses::REDUCE_CROSSINGS>), kKeywords,
      R"doc(reduce_crossings(graph)
 --
 
@@ -311,13 +289,13 @@ Phase 3: reorder the nodes inside `graph.layers` to cut crossings, and write the
 `thoroughness` bounds the sweeps over the layers. The result never has more crossings than the
 first order.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
-then left as it was. TypeError if `thoroughness` is no integer and sweeps are made. s log s for s
-segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
+the graph is then left as it was. KeyError with the id of an end that is not in `graph.nodes`, and TypeError if
+`thoroughness` is not an integer, where sweeps are made. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
 Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo, 1993, section 3.)
 )doc"},
-    {"place_nodes",
-     with_keywords(run_phase<vorn_layered::place_nodes, kPlaceNodes, LayerUse::kRead>), kKeywords,
+    {"place_nodes", with_keywords(run_phase<vorn_layered::place_nodes, uses::PLACE_NODES>),
+     kKeywords,
      R"doc(place_nodes(graph)
 --
 
@@ -327,12 +305,12 @@ Writes `x` and `y` and nothing else; a graph without layers is left alone. The b
 keep their spacing where spacings are not negative, and the least coordinates are the paddings.
 `graph.options.placement_strategy` chooses.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
-then left as it was. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
+the graph is then left as it was. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
 Assignment", 2002.)
 )doc"},
-    {"route_edges",
-     with_keywords(run_phase<vorn_layered::route_edges, kRouteEdges, LayerUse::kRead>), kKeywords,
+    {"route_edges", with_keywords(run_phase<vorn_layered::route_edges, uses::ROUTE_EDGES>),
+     kKeywords,
      R"doc(route_edges(graph)
 --
 
@@ -343,12 +321,11 @@ their own, and layers behind a gap that is too narrow for its tracks move along 
 `x`. Every other value of `graph.options.edge_routing` leaves straight segments without bend
 points.
 
-Raises TypeError or ValueError, naming the record, for a graph that contradicts itself, which is
-then left as it was. s log s for s segments: greedy colouring of intervals, first track that is
+Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
+the graph is then left as it was. s log s for s segments: greedy colouring of intervals, first track that is
 free.
 )doc"},
-    {"run_phases", with_keywords(run_phase<vorn_layered::run_phases, kRunPhases, LayerUse::kWrite>),
-     kKeywords,
+    {"run_phases", with_keywords(run_phase<vorn_layered::run_phases, uses::RUN_PHASES>), kKeywords,
      R"doc(run_phases(graph)
 --
 

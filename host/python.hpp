@@ -2,7 +2,12 @@
 //
 // Every result of the C API is checked at the call. A failing call throws PythonError with Python's
 // own exception set; `guarded` turns whatever leaves a body back into a Python exception, so that
-// nothing crosses the C boundary.
+// no C++ exception crosses the C boundary.
+//
+// One unwinding does cross it. Up to CPython 3.13, a daemon thread that asks for the interpreter
+// after its end is unwound to its first frame, right out of the C API. So nothing here catches what
+// it does not know, no function that may run Python code is noexcept, and an owned reference that
+// goes meanwhile leaves Python alone.
 
 #ifndef QUILLAN_HOST_PYTHON_HPP_
 #define QUILLAN_HOST_PYTHON_HPP_
@@ -13,6 +18,7 @@
 #include <new>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "core/base/faults.hpp"
 
@@ -20,6 +26,11 @@ namespace quillan::host {
 
 // Thrown while Python's error indicator is set.
 struct PythonError {};
+
+// Gives a reference back, without running any code of the caller's: an object whose end could run
+// some is put off until the call of the module is over. Does nothing on a thread that has lost the
+// interpreter.
+void drop(PyObject* object) noexcept;
 
 // An owned reference, or null.
 class Ref {
@@ -39,9 +50,12 @@ class Ref {
   }
   Ref(const Ref&) = delete;
   Ref& operator=(const Ref&) = delete;
-  ~Ref() { Py_XDECREF(object_); }
+  ~Ref() {
+    if (object_ != nullptr) drop(object_);
+  }
 
   [[nodiscard]] PyObject* get() const { return object_; }
+  [[nodiscard]] Ref copy() const { return borrow(object_); }
   [[nodiscard]] PyObject* release() { return std::exchange(object_, nullptr); }
   explicit operator bool() const { return object_ != nullptr; }
 
@@ -68,11 +82,34 @@ inline int check(int status) {
   throw PythonError();
 }
 
+// Sets a KeyError about `id`, as the core holds it.
+void set_key_error(std::string_view id);
+
+// The objects that drop() puts off during one call of the module. Calls nest where a caller's code
+// calls the module again.
+class PutOff {
+ public:
+  PutOff();
+  ~PutOff();
+  PutOff(const PutOff&) = delete;
+  PutOff& operator=(const PutOff&) = delete;
+
+  // May run any code of the caller's. Keeps the error indicator.
+  void release();
+
+ private:
+  friend void drop(PyObject* object) noexcept;
+  std::vector<PyObject*> objects_;
+  PutOff* outer_;
+};
+
 // Runs `body` and returns what it returns; on an exception sets Python's and returns null.
 template <typename Body>
-PyObject* guarded(Body body) noexcept {
+PyObject* guarded(Body body) {
+  PutOff put_off;
+  PyObject* result = nullptr;
   try {
-    return body();
+    result = body();
   } catch (const PythonError&) {
     // Python's own exception is set.
   } catch (const std::bad_alloc&) {
@@ -81,10 +118,13 @@ PyObject* guarded(Body body) noexcept {
     PyErr_SetString(PyExc_TypeError, fault.what());
   } catch (const vorn_layered::SizeFault& fault) {
     PyErr_SetString(PyExc_MemoryError, fault.what());
+  } catch (const vorn_layered::LookupFault& fault) {
+    set_key_error(fault.what());
   } catch (const std::exception& fault) {
     PyErr_SetString(PyExc_RuntimeError, fault.what());
   }
-  return nullptr;
+  put_off.release();
+  return result;
 }
 
 // An exact str from bytes as the core holds them, lone surrogates included.
@@ -98,9 +138,7 @@ inline Ref text_from_bytes(std::string_view bytes) {
 class CollectorPause {
  public:
   CollectorPause() : was_enabled_(PyGC_Disable() != 0) {}
-  ~CollectorPause() {
-    if (was_enabled_) PyGC_Enable();
-  }
+  ~CollectorPause();
   CollectorPause(const CollectorPause&) = delete;
   CollectorPause& operator=(const CollectorPause&) = delete;
 

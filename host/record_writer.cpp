@@ -1,8 +1,9 @@
+#include <bit>
 #include <unordered_map>
+#include <utility>
 
-#include "host/fields.hpp"
 #include "host/graph_image.hpp"
-#include "host/options.hpp"
+#include "host/objects.hpp"
 
 namespace quillan::host {
 
@@ -24,13 +25,26 @@ Ref text_object(const Text& text) {
   return text_from_bytes(text.str());
 }
 
-Ref real_object(double value) { return check(PyFloat_FromDouble(value)); }
-
 Ref optional_real(bool present, double value) {
   return present ? real_object(value) : Ref::borrow(Py_None);
 }
 
 Ref truth_object(bool value) { return Ref::borrow(value ? Py_True : Py_False); }
+
+bool same_bits(double a, double b) {
+  return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+Ref bend_point_list(const LEdge& edge) {
+  std::vector<Ref> points;
+  points.reserve(edge.bend_points.size());
+  for (const Point point : edge.bend_points) points.push_back(point_object(point.x, point.y));
+  return list_of(std::move(points));
+}
+
+void set(const State& state, PyObject* record, Field field, const Ref& value) {
+  check(PyObject_SetAttr(record, state.field(field), value.get()));
+}
 
 }  // namespace
 
@@ -41,94 +55,70 @@ class RecordWriter {
 
   // Takes over the records of an image.
   void know(const GraphImage& image) {
-    for (const auto& [record, node] : image.nodes_) nodes_[node] = Ref::borrow(record);
-    for (const auto& [record, port] : image.ports_) ports_[port] = Ref::borrow(record);
-    for (const auto& [record, edge] : image.edges_) edges_[edge] = Ref::borrow(record);
+    for (const GraphImage::Node& each : image.nodes_) nodes_[each.node] = each.record.copy();
+    for (const GraphImage::Port& each : image.ports_) ports_[each.port] = each.record.copy();
+    for (const GraphImage::Edge& each : image.edges_) edges_[each.edge] = each.record.copy();
   }
 
   PyObject* node(LNode* node) {
-    Ref& record = nodes_[node];
-    if (!record) {
-      record = check(PyObject_CallFunction(
-          state_.lnode, "OddOOOiiddOO", text_object(node->id).get(), node->width, node->height,
-          member(state_.node_kind, node->is_dummy() ? "LONG_EDGE" : "NORMAL").get(),
-          optional_real(node->has_origin_x, node->origin_x).get(),
-          optional_real(node->has_origin_y, node->origin_y).get(), node->layer, node->order,
-          node->x, node->y, check(PyList_New(0)).get(), check(PyList_New(0)).get()));
-      add_ports(record.get(), node->in_ports, Field::kInPorts, "WEST");
-      add_ports(record.get(), node->out_ports, Field::kOutPorts, "EAST");
-    }
-    return record.get();
+    const auto [found, added] = nodes_.try_emplace(node);
+    if (!added) return found->second.get();
+    const bool real = !node->is_dummy();
+    found->second = check(PyObject_CallFunction(
+        state_.lnode, "OddOOOiidd", text_object(node->id).get(), node->width, node->height,
+        member(state_.node_kind, real ? "NORMAL" : "LONG_EDGE").get(),
+        optional_real(node->has_origin_x, node->origin_x).get(),
+        optional_real(node->has_origin_y, node->origin_y).get(), node->layer, node->order, node->x,
+        node->y));
+    PyObject* const record = found->second.get();
+    set(state_, record, Field::kInPorts, new_ports(record, node->in_ports, "WEST"));
+    set(state_, record, Field::kOutPorts, new_ports(record, node->out_ports, "EAST"));
+    return record;
   }
 
   PyObject* edge(LEdge* edge) {
-    Ref& record = edges_[edge];
-    if (!record) {
-      record = check(PyObject_CallFunction(
-          state_.ledge, "OOOOOO", text_object(edge->id).get(), port(edge->source),
-          port(edge->target), text_object(graph_.origins[edge->origin].id).get(),
-          truth_object(edge->reversed).get(), bend_points(*edge).get()));
-    }
-    return record.get();
+    const auto [found, added] = edges_.try_emplace(edge);
+    if (!added) return found->second.get();
+    const Ref source = Ref::borrow(port(edge->source));
+    const Ref target = Ref::borrow(port(edge->target));
+    found->second = check(
+        PyObject_CallFunction(state_.ledge, "OOOOOO", text_object(edge->id).get(), source.get(),
+                              target.get(), text_object(graph_.origins[edge->origin].id).get(),
+                              truth_object(edge->reversed).get(), bend_point_list(*edge).get()));
+    return found->second.get();
   }
 
+  // A port's record; that of its node comes with it.
   PyObject* port(LPort* port) {
+    if (const auto found = ports_.find(port); found != ports_.end()) return found->second.get();
     node(port->node);
-    return ports_[port].get();
-  }
-
-  Ref bend_points(const LEdge& edge) const {
-    Ref list = check(PyList_New(static_cast<Py_ssize_t>(edge.bend_points.size())));
-    for (std::size_t i = 0; i < edge.bend_points.size(); ++i) {
-      const Point point = edge.bend_points[i];
-      PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i),
-                      check(Py_BuildValue("(dd)", point.x, point.y)).release());
-    }
-    return list;
+    return ports_.at(port).get();
   }
 
   template <typename Items, typename Make>
-  static Ref list_of(Items&& items, Make make) {
-    Ref list = check(PyList_New(static_cast<Py_ssize_t>(items.size())));
-    for (std::size_t i = 0; i < items.size(); ++i) {
-      PyObject* const record = make(items[i]);
-      Py_INCREF(record);
-      PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), record);
-    }
-    return list;
+  static std::vector<Ref> records_of(Items&& items, Make make) {
+    std::vector<Ref> records;
+    records.reserve(items.size());
+    for (auto* const item : items) records.push_back(Ref::borrow(make(item)));
+    return records;
   }
 
   Ref node_list() {
-    return list_of(graph_.nodes, [&](LNode* each) { return node(each); });
+    return list_of(records_of(graph_.nodes, [&](LNode* each) { return node(each); }));
   }
   Ref edge_list() {
-    return list_of(graph_.edges, [&](LEdge* each) { return edge(each); });
+    return list_of(records_of(graph_.edges, [&](LEdge* each) { return edge(each); }));
   }
-  Ref chain_map() {
-    Ref map = check(PyDict_New());
-    for (const Origin& origin : graph_.origins) {
-      if (!origin.has_chain) continue;
-      const Ref list = list_of(origin.chain, [&](LEdge* each) { return edge(each); });
-      check(PyDict_SetItem(map.get(), text_object(origin.id).get(), list.get()));
-    }
-    return map;
-  }
-  Ref reversed_map() const {
-    Ref map = check(PyDict_New());
-    for (const Origin& origin : graph_.origins) {
-      if (!origin.has_reversed) continue;
-      check(PyDict_SetItem(map.get(), text_object(origin.id).get(),
-                           truth_object(origin.reversed).get()));
-    }
-    return map;
+  Ref chain_list(const Origin& origin) {
+    return list_of(records_of(origin.chain, [&](LEdge* each) { return edge(each); }));
   }
   Ref layer_lists() {
-    Ref lists = check(PyList_New(graph_.layers.size()));
+    std::vector<Ref> lists;
     for (std::int32_t i = 0; i < graph_.layers.size(); ++i) {
-      PyList_SET_ITEM(lists.get(), i,
-                      list_of(graph_.layers[i], [&](LNode* each) { return node(each); }).release());
+      lists.push_back(
+          list_of(records_of(graph_.layers[i], [&](LNode* each) { return node(each); })));
     }
-    return lists;
+    return list_of(std::move(lists));
   }
 
  private:
@@ -136,15 +126,15 @@ class RecordWriter {
     return check(PyObject_GetAttrString(enumeration, name));
   }
 
-  void add_ports(PyObject* record, std::span<LPort> ports, Field field, const char* side) {
-    const Ref list = check(PyObject_GetAttr(record, state_.field(field)));
+  Ref new_ports(PyObject* record, std::span<LPort> ports, const char* side) {
+    std::vector<Ref> records;
     for (LPort& port : ports) {
-      Ref made = check(PyObject_CallFunction(state_.lport, "OOOid", text_object(port.id).get(),
-                                             record, member(state_.port_side, side).get(),
-                                             port.index, port.offset));
-      check(PyList_Append(list.get(), made.get()));
-      ports_[&port] = std::move(made);
+      records.push_back(check(
+          PyObject_CallFunction(state_.lport, "OOOid", text_object(port.id).get(), record,
+                                member(state_.port_side, side).get(), port.index, port.offset)));
+      ports_[&port] = records.back().copy();
     }
+    return list_of(std::move(records));
   }
 
   const State& state_;
@@ -154,67 +144,122 @@ class RecordWriter {
   std::unordered_map<LEdge*, Ref> edges_;
 };
 
-namespace {
+// What splitting long edges has made.
+struct GraphImage::Split {
+  std::vector<Ref> nodes;                   // the new dummies
+  std::vector<std::pair<Ref, Ref>> chains;  // keys and new lists
+  Ref edges;                                // null where nothing was split
+};
 
-void set(const State& state, PyObject* record, Field field, const Ref& value) {
-  check(PyObject_SetAttr(record, state.field(field), value.get()));
+GraphImage::Split GraphImage::make_split(RecordWriter& writer) const {
+  Split split;
+  if ((use_.writes & SPLITS) == 0) return split;
+  for (const std::int32_t index : unsplit_) {
+    const Origin& origin = graph.origins[index];
+    if (origin.chain.size() == 1) continue;
+    split.chains.emplace_back(text_object(origin.id), writer.chain_list(origin));
+  }
+  if (split.chains.empty()) return split;
+  for (std::size_t i = inside_; i < graph.nodes.size(); ++i) {
+    split.nodes.push_back(Ref::borrow(writer.node(graph.nodes[i])));
+  }
+  split.edges = writer.edge_list();
+  return split;
 }
-
-// The list or dict that the record has in `field`. It is filled anew, so that the caller's own
-// reference to it stays good.
-Ref container(const State& state, PyObject* record, Field field, PyTypeObject& type) {
-  return Fields(state, record).instance(field, reinterpret_cast<PyObject*>(&type));
-}
-
-void refill(const Ref& list, const Ref& values) {
-  check(PyList_SetSlice(list.get(), 0, PyList_GET_SIZE(list.get()), values.get()));
-}
-
-}  // namespace
 
 void GraphImage::write_back() {
+  // Everything that makes records comes before the first one changes.
   RecordWriter writer(state_, graph);
-  writer.know(*this);
-  // Everything that can fail comes before the first record changes.
-  const Ref nodes = writer.node_list();
-  const Ref edges = writer.edge_list();
-  const Ref chains = writer.chain_map();
-  const Ref reversed = writer.reversed_map();
-  const Ref layers = writer.layer_lists();
-  const Ref old_nodes = container(state_, record_, Field::kNodes, PyList_Type);
-  const Ref old_edges = container(state_, record_, Field::kEdges, PyList_Type);
-  const Ref old_chains = container(state_, record_, Field::kChains, PyDict_Type);
-  const Ref old_reversed = container(state_, record_, Field::kReversedOriginals, PyDict_Type);
-  for (LNode* node : graph.nodes) {
-    PyObject* const record = writer.node(node);
-    set(state_, record, Field::kLayer, check(PyLong_FromLong(node->layer)));
-    set(state_, record, Field::kOrder, check(PyLong_FromLong(node->order)));
-    set(state_, record, Field::kX, real_object(node->x));
-    set(state_, record, Field::kY, real_object(node->y));
+  if ((use_.writes & (SPLITS | LAYERS)) != 0) writer.know(*this);
+  const Split split = make_split(writer);
+  const Ref layers = (use_.writes & LAYERS) != 0 ? writer.layer_lists() : Ref();
+  if ((use_.writes & FLIPS) != 0) write_flips();
+  write_nodes();
+  if ((use_.writes & BENDS) != 0) write_bend_points();
+  if (split.edges) write_split(split);
+  if (layers) set(state_, record_.get(), Field::kLayers, layers);
+}
+
+void GraphImage::write_split(const Split& split) {
+  const Fields fields(state_, record_.get());
+  const Ref nodes = fields.get(Field::kNodes);
+  if (PyList_Check(nodes.get())) {
+    for (const Ref& node : split.nodes) check(PyList_Append(nodes.get(), node.get()));
+  } else {
+    std::vector<Ref> all = fields.items(Field::kNodes);
+    for (const Ref& node : split.nodes) all.push_back(node.copy());
+    set(state_, record_.get(), Field::kNodes, list_of(std::move(all)));
   }
-  for (LEdge* edge : graph.edges) {
-    PyObject* const record = writer.edge(edge);
-    set(state_, record, Field::kSource, Ref::borrow(writer.port(edge->source)));
-    set(state_, record, Field::kTarget, Ref::borrow(writer.port(edge->target)));
-    set(state_, record, Field::kReversed, truth_object(edge->reversed));
-    set(state_, record, Field::kBendPoints, writer.bend_points(*edge));
+  set(state_, record_.get(), Field::kEdges, split.edges);
+  const Ref chains = fields.dict(Field::kChains);
+  for (const auto& [id, chain] : split.chains) {
+    check(PyDict_SetItem(chains.get(), id.get(), chain.get()));
   }
-  refill(old_nodes, nodes);
-  refill(old_edges, edges);
-  check(PyDict_Update(old_chains.get(), chains.get()));
-  check(PyDict_Update(old_reversed.get(), reversed.get()));
-  if (layer_use_ == LayerUse::kWrite || layer_use_ == LayerUse::kReadAndWrite) {
-    set(state_, record_, Field::kLayers, layers);
+  set(state_, record_.get(), Field::kCounter, check(PyLong_FromUnsignedLong(graph._counter)));
+}
+
+void GraphImage::write_flips() {
+  Ref reversed;
+  for (const Edge& entry : edges_) {
+    if (!entry.edge->reversed) continue;
+    if (!reversed) reversed = Fields(state_, record_.get()).dict(Field::kReversedOriginals);
+    const Fields fields(state_, entry.record.get());
+    const Ref source = fields.get(Field::kSource);
+    const Ref target = fields.get(Field::kTarget);
+    set(state_, entry.record.get(), Field::kSource, target);
+    set(state_, entry.record.get(), Field::kTarget, source);
+    set(state_, entry.record.get(), Field::kReversed, truth_object(true));
+    const Ref id = text_object(graph.origins[entry.edge->origin].id);
+    check(PyDict_SetItem(reversed.get(), id.get(), Py_True));
   }
-  set(state_, record_, Field::kCounter, check(PyLong_FromUnsignedLong(graph._counter)));
+}
+
+void GraphImage::write_nodes() {
+  const Parts writes = use_.writes;
+  for (std::size_t i = 0; i < nodes_.size(); ++i) {
+    const Node& entry = nodes_[i];
+    const LNode& node = *entry.node;
+    PyObject* const record = entry.record.get();
+    const bool inside = i < inside_;
+    // A function that makes the layers puts every node of the graph into one.
+    const bool layered = entry.layered || ((writes & LAYERS) != 0 && inside);
+    if ((writes & LAYER_NUMBERS) != 0 && inside) {
+      set(state_, record, Field::kLayer, check(PyLong_FromLong(node.layer)));
+    }
+    if ((writes & ORDERS) != 0 && layered && node.order != UNWRITTEN_ORDER) {
+      set(state_, record, Field::kOrder, check(PyLong_FromLong(node.order)));
+    }
+    const bool placed = (writes & PLACES) != 0 && layered;
+    const bool moves = (writes & (PLACES | MOVES)) != 0;
+    if (placed || (moves && !same_bits(node.x, entry.x))) {
+      set(state_, record, Field::kX, real_object(node.x));
+    }
+    if (placed || (moves && !same_bits(node.y, entry.y))) {
+      set(state_, record, Field::kY, real_object(node.y));
+    }
+  }
+}
+
+void GraphImage::write_bend_points() {
+  for (const Edge& entry : edges_) {
+    if (entry.edge->bend_points.data() == &unwritten_) continue;
+    set(state_, entry.record.get(), Field::kBendPoints, bend_point_list(*entry.edge));
+  }
 }
 
 Ref new_graph_record(const State& state, const LGraph& graph, PyObject* options) {
   RecordWriter writer(state, graph);
-  return check(PyObject_CallFunction(state.lgraph, "OOOOOOk", writer.node_list().get(),
-                                     writer.edge_list().get(), options, writer.chain_map().get(),
-                                     writer.reversed_map().get(), writer.layer_lists().get(),
-                                     static_cast<unsigned long>(graph._counter)));
+  const Ref nodes = writer.node_list();
+  const Ref edges = writer.edge_list();
+  const Ref chains = check(PyDict_New());
+  const Ref reversed = check(PyDict_New());
+  for (const Origin& origin : graph.origins) {
+    const Ref id = text_object(origin.id);
+    check(PyDict_SetItem(chains.get(), id.get(), writer.chain_list(origin).get()));
+    check(PyDict_SetItem(reversed.get(), id.get(), Py_False));
+  }
+  return check(PyObject_CallFunctionObjArgs(state.lgraph, nodes.get(), edges.get(), options,
+                                            chains.get(), reversed.get(), nullptr));
 }
 
 }  // namespace quillan::host

@@ -27,12 +27,12 @@ class Direction(_enum.StrEnum):
     @property
     def is_transposed(self) -> bool:
         """True where the flow axis is y in the caller's frame: for DOWN and UP."""
-        return _is_transposed(self)
+        return self in (Direction.DOWN, Direction.UP)
 
     @property
     def is_reversed(self) -> bool:
         """True where the flow runs towards decreasing coordinates: for LEFT and UP."""
-        return _is_reversed(self)
+        return self in (Direction.LEFT, Direction.UP)
 
 
 class PortSide(_enum.StrEnum):
@@ -132,12 +132,12 @@ class LPort:
     @property
     def x(self) -> float:
         """Flow-axis position in the graph: the near side of the node for WEST, the far for EAST."""
-        return _port_x(self)
+        return self.node.x if self.side == PortSide.WEST else self.node.x + self.node.width
 
     @property
     def y(self) -> float:
         """Cross-axis position in the graph."""
-        return _port_y(self)
+        return self.node.y + self.offset
 
 
 @_dataclasses.dataclass(eq=False)
@@ -173,7 +173,7 @@ class LNode:
 
     def cross_center(self) -> float:
         """The middle of the box along the cross axis."""
-        return _cross_center(self)
+        return self.y + self.height / 2.0
 
 
 # Set here: to resolve a forward reference, dataclasses would look the module up by name, which
@@ -217,10 +217,11 @@ class LGraph:
     reversed_originals the same id to whether phase 1 flipped the edge. layers lists the nodes of
     each layer in order.
 
-    A graph may be built or changed by hand: nodes appended, ports added to the lists of a node,
-    edges removed. An edge is split where it is long, and has a route, by its entry in chains.
-    Before it changes anything, each function checks the graph and raises TypeError or ValueError,
-    naming the record, where the graph contradicts itself.
+    A graph may be built or changed by hand: nodes appended, edges removed, ports made for one edge
+    alone. No phase looks at the port lists of a node; what counts of a port is its node, side, index
+    and offset. An edge is split where it is long, and has a route, by its entry in chains. Each
+    function reads what it needs and nothing else, and raises TypeError or ValueError, naming the
+    record and the field, for what it cannot read; the graph is then left as it was.
     """
 
     nodes: list[LNode] = _dataclasses.field(default_factory=list)

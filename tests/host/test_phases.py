@@ -1,0 +1,315 @@
+"""The phases on graphs that a user built or changed, and what each of them reads and writes."""
+
+import copy
+import itertools
+import pickle
+import unittest
+
+from quillan.core import vorn_layered as engine
+from quillan.core.vorn_layered import (
+    LayoutOptions, LEdge, LGraph, LNode, LPort, NodeKind, PortSide)
+from test_golden import PHASES
+
+FORK = ([{"id": name} for name in "abc"],
+        [{"id": "p", "source": "a", "target": "b"}, {"id": "q", "source": "b", "target": "c"},
+         {"id": "r", "source": "a", "target": "c"}])
+
+
+def wire(name, source, target, index=0):
+    """An edge whose ports no node lists."""
+    return LEdge(name, LPort(f"{name}:o", source, PortSide.EAST, index, 28.0),
+                 LPort(f"{name}:i", target, PortSide.WEST, index, 28.0), name)
+
+
+def by_hand(names="abc", joints=("ab", "bc", "ac"), layers=None):
+    """Nodes of the default size, and edges called by their ends with free-standing ports."""
+    nodes = {name: LNode(name, 140.0, 56.0) for name in names}
+    graph = LGraph([*nodes.values()], options=LayoutOptions().resolved())
+    graph.edges = [wire(joint, nodes[joint[0]], nodes[joint[1]]) for joint in joints]
+    graph.chains = {edge.id: [edge] for edge in graph.edges}
+    for layer, members in enumerate(layers or ()):
+        for member in members:
+            nodes[member].layer = layer
+    graph.layers = [[nodes[member] for member in members] for members in layers or ()]
+    return graph
+
+
+def names(layers):
+    return ["".join(node.id for node in layer) for layer in layers]
+
+
+class HandMade(unittest.TestCase):
+    def test_ports_need_no_list(self):
+        graph = by_hand()
+        engine.run_phases(graph)
+        positions, routes = engine.layout(*FORK)
+        self.assertEqual(engine.node_positions(graph), positions)
+        self.assertEqual([*engine.edge_routes(graph).values()], [*routes.values()])
+        self.assertEqual((engine.graph_extent(graph), engine.count_crossings(graph)),
+                         ((564.0, 92.0), 0))
+        dummy = graph.nodes[3]
+        self.assertEqual((dummy.id, dummy.layer, [port.id for port in dummy.ports]),
+                         ("dummy:ac#1", 1, ["dummy:ac#1:in", "dummy:ac#1:out"]))
+        self.assertIs(dummy.kind, NodeKind.LONG_EDGE)
+        self.assertIs(graph.edges[2].target, dummy.in_ports[0])
+        self.assertIs(graph.chains["ac"][1], graph.edges[3])
+
+    def test_ends_outside_the_graph(self):
+        outside = LNode("z", layer=4)
+        graph = by_hand()
+        a, b, c = graph.nodes
+        graph.edges += [wire("za", outside, a), wire("bz", b, outside)]
+        engine.break_cycles(graph)  # a missing id ranks 0, so that b -> z is flipped
+        self.assertEqual([edge.reversed for edge in graph.edges], [False] * 4 + [True])
+        engine.assign_layers(graph)  # simplex skips them
+        self.assertEqual([node.layer for node in (a, b, c, outside)], [0, 1, 2, 4])
+        by_paths = by_hand()
+        by_paths.edges.append(wire("za", LNode("z", layer=4), by_paths.nodes[0]))
+        by_paths.edges.append(wire("az", by_paths.nodes[0], LNode("z")))
+        by_paths.options.layering_strategy = "LONGEST_PATH"
+        by_paths.nodes.append(LNode("d"))
+        engine.assign_layers(by_paths)  # z pushes a, and nothing pushes d
+        self.assertEqual([node.layer for node in by_paths.nodes[:4]], [5, 6, 7, 0])
+
+        twin = by_hand()  # an id decides whether a node is in the graph, not the object
+        twin.edges[2] = wire("ac", LNode("a"), twin.nodes[2])
+        engine.break_cycles(twin)
+        self.assertEqual([edge.reversed for edge in twin.edges], [False] * 3)
+
+        for strategy in ("SIMPLE", "BRANDES_KOEPF"):
+            graph.options.placement_strategy = strategy
+            for function in (engine.count_crossings, engine.reduce_crossings, engine.place_nodes,
+                             engine.route_edges):
+                before = pickle.dumps(graph)
+                with self.assertRaises(KeyError) as caught:
+                    function(graph)
+                self.assertEqual(caught.exception.args, ("z",))
+                self.assertEqual(pickle.dumps(graph), before)
+        graph.options.edge_routing = "POLYLINE"
+        graph.edges[-1].bend_points = [(1.0, 1.0)]
+        engine.route_edges(graph)
+        self.assertEqual([edge.bend_points for edge in graph.edges], [[]] * len(graph.edges))
+
+    def test_layers_of_other_nodes(self):
+        # b stands in no layer: its segments take no part, though the seed walks on through it.
+        graph = by_hand("abcdef", ("ab", "be", "ad", "cf"), ["ac", "fed"])
+        self.assertEqual(engine.count_crossings(graph), 1)
+        stranger = LNode("z", order=7)
+        graph.layers[1].insert(1, stranger)
+        self.assertEqual(engine.count_crossings(graph), 1)
+        graph.options.crossing_strategy = "NONE"
+        engine.reduce_crossings(graph)
+        self.assertEqual((names(graph.layers), stranger.order), (["ac", "fzed"], 1))
+        graph.options.crossing_strategy = "LAYER_SWEEP"
+        old = graph.layers
+        engine.reduce_crossings(graph)
+        self.assertEqual(names(graph.layers), ["ac", "edf"])  # a stranger is left out
+        self.assertEqual([node.order for node in graph.nodes], [0, 0, 1, 1, 0, 2])
+        self.assertEqual(names(old), ["ac", "fzed"])
+        graph.layers[1].append(stranger)
+        engine.route_edges(graph)
+        self.assertGreater(stranger.x, 0.0)  # moved with its layer
+        with self.assertRaises(KeyError):
+            engine.place_nodes(graph)
+        graph.layers[1].pop()
+        graph.nodes[1].x = 500
+        engine.place_nodes(graph)
+        self.assertEqual((graph.nodes[1].x, graph.nodes[1].y), (500, 24.0))
+
+    def test_splitting_goes_by_ids(self):
+        graph = by_hand("ab", ("ab",))
+        a, b = graph.nodes
+        edge, = graph.edges
+        twin = wire("ab", a, b)
+        twin.origin_id = "of another"
+        stays = wire("ab2", a, b)
+        graph.nodes, graph.edges = tuple(graph.nodes), (edge, stays, twin, edge)
+        graph.chains = {"key": (edge,), "two": [edge, stays]}
+        a.layer, b.layer, edge.origin_id = -1, 1, "other"
+        a.origin_x, b.origin_x = 10, 30
+        engine.insert_dummy_nodes(graph)
+        dummy = graph.nodes[2]
+        self.assertEqual((dummy.id, dummy.layer, dummy.origin_x), ("dummy:key#1", 0, 20.0))
+        self.assertEqual([each.id for each in graph.edges], ["ab2", "key:seg#2", "key:seg#3"])
+        self.assertEqual([each.origin_id for each in graph.edges], ["ab2", "other", "other"])
+        self.assertEqual(graph.chains, {"key": graph.edges[1:], "two": [edge, stays]})
+
+    def test_changed_by_hand(self):
+        graph = engine.build_graph(*FORK)
+        engine.break_cycles(graph)
+        engine.assign_layers(graph)
+        # The user takes the long edge out and hangs a node of a kind of its own behind c.
+        del graph.chains["r"], graph.reversed_originals["r"], graph.edges[2:], graph.nodes[3:]
+        c, note = graph.nodes[2], type("Note", (LNode,), {})("note", 10.0, 10.0)
+        graph.nodes.append(note)
+        graph.edges.append(wire("s", c, note))
+        graph.chains["s"] = graph.edges[2:]
+        for phase in PHASES:
+            getattr(engine, phase)(graph)
+        self.assertEqual([[node.id for node in layer] for layer in graph.layers],
+                         [["a"], ["b"], ["c"], ["note"]])
+        self.assertEqual(list(engine.edge_routes(graph)), ["p", "q", "s"])
+        # Phases do not mind a list or an int where they put tuples and floats.
+        graph.edges[0].bend_points = [[200, 30.5]]
+        self.assertIn((200.0, 30.5), engine.edge_routes(graph)["p"])
+
+    def test_refusals_name_the_record_and_the_field(self):
+        for change, function, complaint in (
+                ("g.edges[0].target = g.nodes[1]", engine.break_cycles,
+                 "TypeError: LEdge 'ab': target must be LPort, not LNode"),
+                ("g.nodes[2].layer = -1", LGraph.rebuild_layers,
+                 "ValueError: LNode 'c': layer must be from 0 to 16777216, not -1"),
+                ("g.nodes[0].layer = 0.0", engine.insert_dummy_nodes,
+                 "TypeError: LNode 'a': layer must be an int, not float"),
+                ("g.nodes[0].order = 2**31", engine.assign_layers,
+                 "ValueError: LNode 'a': order must be from -2147483647 to"),
+                ("g.nodes[1].width = '140'", engine.graph_extent,
+                 "TypeError: LNode 'b': width must be a real number, not str"),
+                ("g.nodes[1].y = 10**400", engine.node_positions,
+                 "ValueError: LNode 'b': y is too large for a float"),
+                ("g.nodes[1].origin_y = ()", engine.run_phases,
+                 "TypeError: LNode 'b': origin_y must be a real number"),
+                ("g.nodes[0].id = 5", engine.break_cycles,
+                 "TypeError: LNode 5: id must be a str, not int"),
+                ("g.edges[0].source.index = -1", engine.count_crossings,
+                 "ValueError: LPort 'ab:o': index must be from 0"),
+                ("g.nodes *= 2", engine.run_phases,
+                 "ValueError: LNode 'a': stands twice in LGraph.nodes"),
+                ("g.nodes += 'd'", engine.graph_extent,
+                 "TypeError: LGraph.nodes must hold LNode records, not str"),
+                ("g.edges = {}", engine.route_edges,
+                 "TypeError: LGraph: edges must be a list, not dict"),
+                ("g.options = None", engine.break_cycles,
+                 "TypeError: LGraph: options must be LayoutOptions, not NoneType"),
+                ("g.options.direction = 'down'", engine.node_positions,
+                 "ValueError: LayoutOptions: direction: 'down' is not a valid Direction"),
+                ("g.options.padding_top = None", engine.place_nodes,
+                 "TypeError: LayoutOptions: padding_top must be a real number, not NoneType"),
+                ("g.options.thoroughness = 1.5", engine.reduce_crossings,
+                 "TypeError: thoroughness must be an integer"),
+                ("g._counter = -1", engine.assign_layers,
+                 "ValueError: LGraph: _counter must be from 0"),
+                ("g.chains['ab'] = g.edges[0]", engine.edge_routes,
+                 "TypeError: LGraph: chains must be a list, not LEdge"),
+                ("g.reversed_originals[1] = True", engine.edge_routes,
+                 "TypeError: LGraph: reversed_originals must be a dict with str keys, not int"),
+                ("g.edges[0].bend_points = [(1, 2), (1, None)]", engine.edge_routes,
+                 "TypeError: LEdge 'ab': bend_points must hold pairs of real numbers, not (1, None"),
+                ("g.layers[2] += g.layers[0]", engine.count_crossings,
+                 "ValueError: LNode 'a': stands twice in LGraph.layers"),
+                ("g.layers[0][0] = None", engine.reduce_crossings,
+                 "TypeError: LGraph.layers must hold LNode records, not NoneType")):
+            graph = by_hand(layers=["a", "b", "c"])
+            exec(change, {"g": graph})
+            before = pickle.dumps(graph)
+            with self.subTest(change), self.assertRaises((TypeError, ValueError)) as caught:
+                function(graph)
+            said = f"{type(caught.exception).__name__}: {caught.exception}"
+            self.assertEqual(said[:len(complaint)], complaint)
+            self.assertEqual(pickle.dumps(graph), before, change)
+
+
+# By function: what it reads and what it writes of a graph. "chains[]" stands for the content of the
+# dict, which is changed in place; otherwise a field gets a new object and the old one stays as it is.
+BOXES = "LGraph.nodes LNode.x LNode.y LNode.width LNode.height"
+ENDS = "LGraph.nodes LNode.id LGraph.edges LEdge.source LEdge.target LPort.node"
+SPLIT = "LGraph.chains LEdge.id LEdge.origin_id LGraph._counter LNode.origin_x LNode.origin_y"
+SPLITS = "LGraph.nodes[] LGraph.edges LGraph.chains[] LGraph._counter"
+USES = {
+    "graph_extent": (BOXES, ""),
+    "node_positions": (f"{BOXES} LNode.id LNode.kind direction", ""),
+    "edge_routes": (f"{BOXES} LGraph.chains LGraph.reversed_originals LEdge.source LEdge.target "
+                    "LPort.node LPort.offset LPort.side LEdge.bend_points direction", ""),
+    "rebuild_layers": ("LGraph.nodes LNode.layer LNode.order", "LGraph.layers LNode.order"),
+    "break_cycles": (f"{ENDS} LEdge.origin_id LGraph.reversed_originals cycle_breaking_strategy",
+                     "LEdge.source LEdge.target LEdge.reversed LGraph.reversed_originals[]"),
+    "assign_layers": (f"{ENDS} {SPLIT} LNode.order layering_strategy",
+                      f"{SPLITS} LNode.layer LNode.order LGraph.layers"),
+    "insert_dummy_nodes": (f"LGraph.nodes LGraph.edges {SPLIT} LNode.layer LEdge.source "
+                           "LEdge.target LPort.node", SPLITS),
+    "count_crossings": (f"{ENDS} LPort.index LGraph.layers", ""),
+    "reduce_crossings": (f"{ENDS} LPort.index LGraph.layers crossing_strategy thoroughness",
+                         "LGraph.layers LNode.order"),
+    "place_nodes": (f"{ENDS} LNode.width LNode.height LNode.kind LNode.order LGraph.layers "
+                    "placement_strategy padding_left padding_top spacing_node_node "
+                    "spacing_node_node_between_layers spacing_edge_edge spacing_edge_node",
+                    "LNode.x LNode.y"),
+    "route_edges": (f"{ENDS} LNode.width LNode.x LNode.y LNode.layer LPort.offset LGraph.layers "
+                    "edge_routing spacing_edge_edge spacing_edge_node",
+                    "LNode.x LEdge.bend_points"),
+    "reduce_crossings NONE": ("LGraph.layers crossing_strategy", "LNode.order"),
+    "route_edges POLYLINE": ("LGraph.edges LGraph.layers edge_routing", "LEdge.bend_points"),
+}
+
+
+def records_of(graph):
+    """All records of a graph in a fixed order, by the names of their classes."""
+    nodes = {id(node): node for layer in [graph.nodes, *graph.layers] for node in layer}
+    edges = {id(edge): edge for chain in [graph.edges, *graph.chains.values()] for edge in chain}
+    ports = {id(port): port for edge in edges.values() for port in (edge.source, edge.target)}
+    return {"LGraph": [graph], "LNode": [*nodes.values()], "LEdge": [*edges.values()],
+            "LPort": [*ports.values()]}
+
+
+class Uses(unittest.TestCase):
+    def cases(self):
+        """For each function a graph on which it has something to do."""
+        nodes = [{"id": name, "x": 10 * number} for number, name in enumerate("abcdef")]
+        edges = [{"id": joint, "source": joint[0], "target": joint[1]}
+                 for joint in ("af", "be", "ad", "bc", "ca", "ef", "ac")]
+        for row, (reads, writes) in USES.items():
+            function, *strategy = row.split()
+            graph = engine.build_graph(nodes, edges, LayoutOptions(spacing_edge_edge=200.0))
+            if function == "insert_dummy_nodes":
+                for layer, node in enumerate(graph.nodes):
+                    node.layer = layer
+            else:
+                for phase in itertools.takewhile(lambda phase: phase != function, PHASES):
+                    getattr(engine, phase)(graph)
+            if strategy == ["NONE"]:
+                graph.options.crossing_strategy = "NONE"
+            elif strategy:
+                graph.options.edge_routing = strategy[0]
+            run = getattr(engine, function, None) or getattr(LGraph, function)
+            yield row, run, graph, set(reads.split()), set(writes.split())
+
+    def test_nothing_else_is_read(self):
+        for row, run, graph, reads, writes in self.cases():
+            poisoned = copy.deepcopy(graph)
+            records = records_of(poisoned)
+            for kind in ("LNode", "LPort", "LEdge", "LGraph"):
+                for record, field in itertools.product(records[kind], vars(records[kind][0])):
+                    if f"{kind}.{field}" not in reads and field != "options":
+                        setattr(record, field, Uses)
+            for field in vars(poisoned.options):
+                if field not in reads:
+                    setattr(poisoned.options, field, Uses)
+            clean_records = records_of(graph)
+            with self.subTest(row):
+                self.assertEqual(run(poisoned), run(graph))
+                for kind, field in (name.split(".") for name in writes):
+                    for clean, other in zip(clean_records[kind], records[kind]):
+                        if field in ("layer", "order", "x", "y", "bend_points"):
+                            self.assertEqual(getattr(other, field), getattr(clean, field))
+
+    def test_nothing_else_is_written(self):
+        seen = set()
+        for row, run, graph, _, writes in self.cases():
+            before = [(kind, record, field, value, copy.copy(value))
+                      for kind, records in records_of(graph).items() for record in records
+                      for field, value in vars(record).items()]
+            run(graph)
+            changed = set()
+            for kind, record, field, value, content in before:
+                if getattr(record, field) is not value:
+                    changed.add(f"{kind}.{field}")
+                if isinstance(value, (list, dict)) and value != content:
+                    changed.add(f"{kind}.{field}[]")
+            # A small int that is written again is the same object.
+            self.assertEqual(changed | (writes & {"LNode.layer", "LNode.order"}), writes, row)
+            seen |= changed
+        self.assertLessEqual({"LNode.layer", "LNode.order"}, seen)
+
+
+if __name__ == "__main__":
+    unittest.main()
