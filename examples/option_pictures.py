@@ -191,6 +191,13 @@ def crossing_strategy() -> Panels:
     return each(comb, "crossing_strategy", "LAYER_SWEEP", "INTERACTIVE", "NONE")
 
 
+def sifting() -> Panels:
+    """What the sweeps leave of a tangle, and what sifting makes of it."""
+    tangle = graph("A>J B>C B>I D>C D>H D>I E>C E>L F>H G>C G>D G>F G>H G>L K>J K>L")
+    return each(tangle, "crossing_strategy", "LAYER_SWEEP", "SIFTING",
+                layering_strategy="MINIMUM_LENGTH")
+
+
 def placement_strategy() -> Panels:
     """Straight chains, and means of neighbours."""
     net = graph("A>B>C>D>E A>F B>G C>H A>D")
@@ -331,7 +338,8 @@ def dummies() -> Panels:
 
 SMALL: tuple[Callable[[], Panels], ...] = (
     direction, interactive, interactive_crossing, interactive_again, cycle_breaking_strategy,
-    layering_strategy, minimum_length, crossing_strategy, placement_strategy, edge_routing, thoroughness,
+    layering_strategy, minimum_length, crossing_strategy, sifting, placement_strategy,
+    edge_routing, thoroughness,
     spacing_node_node, spacing_node_node_between_layers, spacing_edge_edge, spacing_edge_node,
     padding_left, padding_top, component_gap, ports, dummies,
 )

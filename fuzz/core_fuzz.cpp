@@ -99,7 +99,7 @@ class Draw {
     options.cycle_breaking_strategy = pick({"AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"});
     options.layering_strategy =
         pick({"AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"});
-    options.crossing_strategy = pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE"});
+    options.crossing_strategy = pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE", "SIFTING"});
     options.placement_strategy = pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE", ""});
     options.edge_routing = pick({"ORTHOGONAL", "ORTHOGONAL", "POLYLINE"});
     for (double* field : {&options.spacing_node_node, &options.spacing_node_node_between_layers,

@@ -77,7 +77,8 @@ class LayoutOptions:
     cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
     layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "MINIMUM_LENGTH"
         (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
-    crossing_strategy: "LAYER_SWEEP", "INTERACTIVE" or "NONE".
+    crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE" or
+        "NONE".
     placement_strategy: "SIMPLE" or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
     edge_routing: "ORTHOGONAL" or "POLYLINE".
     spacing_node_node: gap across the flow between two nodes of a layer.
@@ -86,7 +87,8 @@ class LayoutOptions:
     spacing_edge_node: gap across the flow between a long edge and a node, and the margin between
         nodes and the tracks beside them.
     padding_left, padding_top: least coordinates of the drawing along and across the flow.
-    thoroughness: bound on the sweeps that reduce crossings; below 1 counts as 1.
+    thoroughness: bound on the sweeps that reduce crossings, and what "SIFTING" may cost, where more
+        than 100 buys nothing; below 1 counts as 1.
 
     Strategies are compared exactly; an unknown text takes the last choice of its phase.
     """

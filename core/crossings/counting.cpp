@@ -169,16 +169,18 @@ std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper) {
                                                       : count_by_packed_ends(orders, upper);
 }
 
-std::int64_t count_crossings(LGraph& graph) {
-  require_known_ends(graph);
-  if (graph.layers.size() < 2) return 0;
-  const Arena::Frame frame(graph.scratch);
-  const LayerOrders orders(graph);
+std::int64_t count_crossings(const LayerOrders& orders) {
   std::int64_t crossings = 0;
   for (std::int32_t upper = 0; upper + 1 < orders.layer_count(); ++upper) {
     crossings += _crossings_between(orders, upper);
   }
   return crossings;
+}
+
+std::int64_t count_crossings(LGraph& graph) {
+  if (graph.layers.size() < 2) return 0;
+  const Arena::Frame frame(graph.scratch);
+  return count_crossings(LayerOrders(graph));
 }
 
 }  // namespace quillan::vorn_layered

@@ -23,6 +23,9 @@ std::int64_t _count_inversions(std::span<const std::int64_t> sequence, Arena& sc
 // node's place plus its port, so that ports from 256 on compare like low ports of the next node.
 std::int64_t _crossings_between(const LayerOrders& orders, std::int32_t upper);
 
+// The crossings of all layers as `orders` stand.
+std::int64_t count_crossings(const LayerOrders& orders);
+
 // The crossings of the whole graph as `graph.layers` stands.
 std::int64_t count_crossings(LGraph& graph);
 

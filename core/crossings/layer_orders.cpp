@@ -178,6 +178,12 @@ void LayerOrders::set_order(std::int32_t layer, std::span<const std::int32_t> or
   }
 }
 
+void LayerOrders::set_all(std::span<const std::int32_t> ordered) {
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    set_order(layer, ordered.subspan(first_slot(layer), layer_size(layer)), new_stamp());
+  }
+}
+
 void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
   const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
   if (neighbour < 0 || neighbour >= layer_count()) return;

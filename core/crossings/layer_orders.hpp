@@ -81,6 +81,8 @@ class LayerOrders {
   [[nodiscard]] std::int64_t new_stamp() { return ++last_stamp_; }
   // Replaces the order of a layer by one that goes by `stamp`.
   void set_order(std::int32_t layer, std::span<const std::int32_t> ordered, std::int64_t stamp);
+  // Replaces the orders of all layers, given back to back, by ones that go by new stamps.
+  void set_all(std::span<const std::int32_t> ordered);
 
   // How many segments lead from `slot` into the reference layer.
   [[nodiscard]] std::int32_t degree(std::int32_t slot, Reference side) const {

@@ -9,6 +9,7 @@
 #include "core/crossings/adjacent_swap.hpp"
 #include "core/crossings/counting.hpp"
 #include "core/crossings/neighbor_order.hpp"
+#include "core/crossings/sifting.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -53,7 +54,7 @@ class Sweeper {
       }
       if (record({Reference::LOWER, measure})) break;
     }
-    restore_best();
+    orders_.set_all(best_);
   }
 
  private:
@@ -173,14 +174,6 @@ class Sweeper {
     return best_crossings_ == 0;
   }
 
-  void restore_best() {
-    for (std::int32_t layer = 0; layer < layers_; ++layer) {
-      orders_.set_order(
-          layer, std::span(best_).subspan(orders_.first_slot(layer), orders_.layer_size(layer)),
-          orders_.new_stamp());
-    }
-  }
-
   // Whether the sweeps have come back to orders that they started from before with the same
   // measure: then all that follows is a repetition and brings no better order. Compares with the
   // start two iterations ago, and with a start kept at every power of two, which finds a cycle of
@@ -216,6 +209,21 @@ class Sweeper {
   std::int64_t next_milestone_ = 4;
 };
 
+// Sweeps, then sifts. The sweeps before are the same for every thoroughness, so that a larger one
+// goes on with the same search; if it pays for more of them, their best order counts as well.
+void sweep_and_sift(LayerOrders& orders, std::int64_t thoroughness) {
+  constexpr std::int64_t kSweeps = 7;
+  Sweeper(orders).run(kSweeps);
+  sift_layers(orders, thoroughness);
+  if (thoroughness <= kSweeps) return;
+  const std::vector<std::int32_t> sifted(orders.all().begin(), orders.all().end());
+  const std::int64_t crossings = count_crossings(orders);
+  if (crossings == 0) return;
+  _seed_dfs(orders);
+  Sweeper(orders).run(thoroughness);
+  if (crossings <= count_crossings(orders)) orders.set_all(sifted);
+}
+
 }  // namespace
 
 void _commit_order(LGraph& graph) {
@@ -241,7 +249,12 @@ void reduce_crossings(LGraph& graph) {
   }
   const LazyInteger thoroughness = graph.options.thoroughness;
   if (!thoroughness.is_integer) throw TypeFault("thoroughness must be an integer");
-  Sweeper(orders).run(std::max<std::int64_t>(1, thoroughness.value));
+  const std::int64_t effort = std::max<std::int64_t>(1, thoroughness.value);
+  if (strategy == "SIFTING") {
+    sweep_and_sift(orders, effort);
+  } else {
+    Sweeper(orders).run(effort);
+  }
   orders.commit();
 }
 

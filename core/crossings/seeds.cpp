@@ -42,10 +42,7 @@ void _seed_dfs(LayerOrders& orders) {
       }
     }
   }
-  for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
-    orders.set_order(layer, ordered.subspan(orders.first_slot(layer), orders.layer_size(layer)),
-                     orders.new_stamp());
-  }
+  orders.set_all(ordered);
 }
 
 void _seed_interactive(LayerOrders& orders) {
