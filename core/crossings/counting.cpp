@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <numeric>
 
 namespace quillan::vorn_layered {
@@ -11,14 +12,6 @@ namespace {
 constexpr std::int64_t kPortsPerNode = 256;
 constexpr int kPlaceShift = 32;
 constexpr std::int64_t kPortMask = (std::int64_t{1} << kPlaceShift) - 1;
-
-// std::popcount is a call into a library where the target may lack the instruction.
-std::uint32_t count_bits(std::uint64_t word) {
-  word -= (word >> 1U) & 0x5555555555555555U;
-  word = (word & 0x3333333333333333U) + ((word >> 2U) & 0x3333333333333333U);
-  word = (word + (word >> 4U)) & 0x0F0F0F0F0F0F0F0FU;
-  return static_cast<std::uint32_t>((word * 0x0101010101010101U) >> 56U);
-}
 
 // A set of ranks below a bound that tells how many members lie above a rank.
 //
@@ -35,7 +28,7 @@ class RankSet {
   // REQUIRES: `rank` is no member.
   [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
     const std::uint32_t word = rank / 64;
-    std::int64_t count = count_bits(words_[word] >> (rank % 64)) + later_[word];
+    std::int64_t count = std::popcount(words_[word] >> (rank % 64)) + later_[word];
     if (words_.size() == kBlockWords) return count;
     for (std::size_t i = blocks_behind(word); i > 0; i &= i - 1) count += tree_[i];
     return count;
