@@ -85,20 +85,20 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
     next_ranks[end] = ranks_before[ends[end].slot - first_slot] + ends[end].before;
   }
 
-  const std::uint32_t first_end = orders.first_end(lower);
+  const std::int32_t first_end = orders.first_end(lower);
   RankSet members(total, scratch);
   const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(total);
   std::int64_t crossings = 0;
   for (const std::int32_t slot : orders.order(upper)) {
-    const std::span<const LayerOrders::Join> joins = orders.joins_below(slot);
-    for (std::size_t begin = 0; begin < joins.size();) {
+    const std::span<const LayerOrders::Segment> segments = orders.segments_below(slot);
+    for (std::size_t begin = 0; begin < segments.size();) {
       // Segments of one upper port do not cross: all are counted before any is a member.
+      const std::int32_t port = segments[begin].upper_port;
       std::size_t end = begin;
-      do {
-        ranks[end] = next_ranks[joins[end].lower_end() - first_end]++;
+      for (; end < segments.size() && segments[end].upper_port == port; ++end) {
+        ranks[end] = next_ranks[segments[end].lower_end - first_end]++;
         crossings += members.count_above(ranks[end]);
-        ++end;
-      } while (end < joins.size() && joins[end].same_port());
+      }
       for (; begin < end; ++begin) members.insert(ranks[begin]);
     }
   }

@@ -94,7 +94,6 @@ void LayerOrders::collect(const EdgeSlots& ends) {
     const LEdge& edge = *graph_.edges[below.items[i]];
     segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index, 0};
   }
-  joins_ = scratch.raw_array<Join>(count);
   number_ends(above, below);
   Half& lower = halves_[static_cast<int>(Reference::LOWER)];
   const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
@@ -149,11 +148,6 @@ void LayerOrders::sort_segments(const EdgeSlots& ends) {
         segments_.subspan(lower.starts[slot], lower.starts[slot + 1] - lower.starts[slot]);
     if (!std::is_sorted(own.begin(), own.end(), by_port)) {
       std::sort(own.begin(), own.end(), by_port);
-    }
-    std::int32_t last_port = -1;
-    for (std::size_t i = 0; i < own.size(); ++i) {
-      joins_[lower.starts[slot] + i] = Join(own[i].lower_end, own[i].upper_port == last_port);
-      last_port = own[i].upper_port;
     }
   }
   if (regular_) {

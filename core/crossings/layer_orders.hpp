@@ -115,23 +115,6 @@ class LayerOrders {
     return half.starts[first_slot(upper + 1)] - half.starts[first_slot(upper)];
   }
 
-  // The same segments in little space.
-  class Join {
-   public:
-    Join(std::int32_t lower_end, bool same_port)
-        : packed_(static_cast<std::uint32_t>(lower_end) * 2 + (same_port ? 1 : 0)) {}
-
-    [[nodiscard]] std::uint32_t lower_end() const { return packed_ / 2; }
-    // Whether the upper end is at the same port as that of the segment before.
-    [[nodiscard]] bool same_port() const { return packed_ % 2 != 0; }
-
-   private:
-    std::uint32_t packed_;
-  };
-  [[nodiscard]] std::span<const Join> joins_below(std::int32_t slot) const {
-    const Half& half = halves_[static_cast<int>(Reference::LOWER)];
-    return joins_.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
-  }
   // The ports at which segments from above end, numbered by slot, then port.
   struct LowerEnd {
     std::int32_t slot;
@@ -185,7 +168,6 @@ class LayerOrders {
   std::span<std::int64_t> stamp_;
   std::int64_t last_stamp_ = 0;
   std::span<Segment> segments_;
-  std::span<Join> joins_;
   std::span<LowerEnd> ends_;
   std::span<std::int32_t> first_end_;  // per slot: the number of its first lower end
   std::int32_t highest_target_port_ = 0;
