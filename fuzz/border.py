@@ -47,6 +47,8 @@ STRATEGIES = ("AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE", "NETWORK_SIMPLEX",
 PHASES = ("break_cycles", "assign_layers", "reduce_crossings", "place_nodes", "route_edges")
 GRAPH_CALLS = (*PHASES, "run_phases", "insert_dummy_nodes", "count_crossings", "graph_extent",
                "node_positions", "edge_routes", "_rebuild_layers")
+ARGUMENTS = {"nodes", "edges", "options", "component_gap", "graph"}
+MADE = (engine.LNode, engine.LEdge, engine.LPort)
 PROTOCOLS = ("str", "repr", "float", "int", "index", "bool", "iter", "next", "len", "getitem", "contains",
              "hash", "eq", "length_hint", "call")
 
@@ -57,6 +59,31 @@ def odd_values():
             object(), {"offset": None}, [{"id": 0, "offset": "5"}], range(5), len, int, ...,
             fractions.Fraction(7, 3), decimal.Decimal("1.5"), decimal.Decimal("sNaN"),
             engine.Direction.UP, engine.LNode("a"))
+
+
+def empty_what_is_made():
+    """Empties what others can see of a call in progress: its keywords and the lists it makes."""
+    for each in gc.get_objects():
+        if type(each) is dict and 0 < len(each) < 5 and ARGUMENTS.issuperset(each):
+            each.clear()
+        elif type(each) is list and any(type(item) in MADE for item in each):
+            each.clear()
+
+
+def meddling(call, rng):
+    """The call, with a profiler that empties what it makes while its records are made."""
+    def profile(frame, event, _):
+        if event == "return" and frame.f_code.co_name == "__init__" and rng.random() < 0.2:
+            empty_what_is_made()
+
+    def meddled():
+        sys.setprofile(profile)
+        try:
+            return call()
+        finally:
+            sys.setprofile(None)
+
+    return meddled
 
 
 class Stop(BaseException):
@@ -112,6 +139,10 @@ class Case:
         def fail():
             raise error
 
+        def meddle():
+            empty_what_is_made()
+            return value
+
         def change():
             victim.clear()
             gc.collect()
@@ -126,7 +157,7 @@ class Case:
             engine.layout(*GOOD)
             return value
 
-        return self.rng.choice((fail, change, grow, reenter, lambda: value))
+        return self.rng.choice((fail, change, grow, reenter, meddle, lambda: value))
 
     def odd(self):
         if self.chance(0.7):
@@ -255,7 +286,10 @@ class Case:
             options = self.odd() if self.chance(0.03) else self.options(self.chance(0.2))
             gap = self.odd() if self.chance(0.1) else self.length()
             arguments = self.container(nodes), self.container(edges)
-            if self.chance(0.8):
+            named = {**dict(zip(("nodes", "edges"), arguments)), "options": options}
+            if self.chance(0.4):
+                return lambda: engine.layout(**named, component_gap=gap), None
+            if self.chance(0.6):
                 return lambda: engine.layout(*arguments, options, component_gap=gap), None
             if self.chance(0.5):
                 return lambda: engine.build_graph(*arguments, options), None
@@ -263,7 +297,7 @@ class Case:
         if kind < 0.9:
             graph = self.graph()
             call = getattr(engine, self.rng.choice(GRAPH_CALLS))
-            return lambda: call(graph), graph
+            return self.rng.choice((lambda: call(graph), lambda: call(**{"graph": graph}))), graph
         calls = [each for name, each in vars(engine).items() if dataclasses.is_dataclass(each)
                  or isinstance(each, types.BuiltinFunctionType)]
         call = self.rng.choice(calls)
@@ -285,6 +319,8 @@ def outcome(seed):
     case = Case(seed)
     call, graph = case.make()
     before = shown(graph)
+    if case.chance(0.1):
+        call, case.acts = meddling(call, case.rng), True
     try:
         ended = "returned", shown(call())
     except SystemError:

@@ -44,10 +44,44 @@ void add_real(PyObject* module, const char* name, double value) {
   check(PyModule_AddObjectRef(module, name, check(PyFloat_FromDouble(value)).get()));
 }
 
+int traverse(PyObject* module, visitproc visit, void* arg) {
+  if (PyModule_GetState(module) == nullptr) return 0;
+  return raw_state_of(module).for_each([&](PyObject* object) {
+    Py_VISIT(object);
+    return 0;
+  });
+}
+
+int clear(PyObject* module) {
+  if (PyModule_GetState(module) == nullptr) return 0;
+  return raw_state_of(module).for_each([](PyObject*& object) {
+    Py_CLEAR(object);
+    return 0;
+  });
+}
+
+void release(void* module) { clear(static_cast<PyObject*>(module)); }
+
+// Gives a module whose import has failed the names back that it had before: Python calls a second
+// import of the same module object a success without asking.
+void restore_names(PyObject* module, const Ref& before) {
+  PyObject* type = nullptr;
+  PyObject* value = nullptr;
+  PyObject* traceback = nullptr;
+  PyErr_Fetch(&type, &value, &traceback);
+  clear(module);
+  PyObject* const names = PyModule_GetDict(module);
+  PyDict_Clear(names);
+  if (PyDict_Update(names, before.get()) != 0) PyErr_Clear();
+  PyErr_Restore(type, value, traceback);
+}
+
 // The order of the calls is the order of the module's public names.
 int execute(PyObject* module) {
+  const Ref before = Ref::steal(PyDict_Copy(PyModule_GetDict(module)));
+  if (!before) return -1;
   const auto body = [&]() -> PyObject* {
-    State& state = state_of(module);
+    State& state = raw_state_of(module);
     make_names(state);
     check(PyModule_AddFunctions(module, RECORD_FUNCTIONS));
     define_records(module, state);
@@ -59,28 +93,13 @@ int execute(PyObject* module) {
                                   vorn_layered::NETWORK_SIMPLEX_NODE_LIMIT));
     check(PyModule_AddFunctions(module, PHASE_FUNCTIONS));
     check(PyModule_AddFunctions(module, LAYOUT_FUNCTIONS));
+    state.ready = true;
     return Py_None;
   };
-  return guarded(body) == nullptr ? -1 : 0;
+  if (guarded(body) != nullptr) return 0;
+  restore_names(module, before);
+  return -1;
 }
-
-int traverse(PyObject* module, visitproc visit, void* arg) {
-  if (PyModule_GetState(module) == nullptr) return 0;
-  return state_of(module).for_each([&](PyObject* object) {
-    Py_VISIT(object);
-    return 0;
-  });
-}
-
-int clear(PyObject* module) {
-  if (PyModule_GetState(module) == nullptr) return 0;
-  return state_of(module).for_each([](PyObject*& object) {
-    Py_CLEAR(object);
-    return 0;
-  });
-}
-
-void release(void* module) { clear(static_cast<PyObject*>(module)); }
 
 PyModuleDef_Slot slots[] = {
     {Py_mod_exec, reinterpret_cast<void*>(execute)},

@@ -236,7 +236,8 @@ class LGraph:
 
     def next_id(self, prefix: str) -> str:
         """The prefix, "#" and the next number of the graph's one counter, which starts at 1."""
-        return _next_id(self, prefix)
+        number = self._counter = self._counter + 1
+        return prefix + f"#{number}"
 
     def node_by_id(self, node_id: str) -> LNode | None:
         """The first node with this id, or None. Linear in the nodes."""

@@ -133,6 +133,7 @@ struct State {
   PyObject* lnode;
   PyObject* ledge;
   PyObject* lgraph;
+  bool ready;  // whether all of this is set
 
   [[nodiscard]] PyObject* key(Key key) const { return keys[static_cast<std::size_t>(key)]; }
   [[nodiscard]] PyObject* field(Field field) const {
@@ -155,7 +156,17 @@ struct State {
   }
 };
 
-inline State& state_of(PyObject* module) { return *static_cast<State*>(PyModule_GetState(module)); }
+inline State& raw_state_of(PyObject* module) {
+  return *static_cast<State*>(PyModule_GetState(module));
+}
+
+// ImportError unless the import of the module has come to its end: code that runs while it is
+// imported can get hold of a function, and an interrupted import leaves that function behind.
+inline const State& state_of(PyObject* module) {
+  const State& state = raw_state_of(module);
+  if (!state.ready) fail(PyExc_ImportError, "vorn_layered was not imported to the end");
+  return state;
+}
 
 }  // namespace quillan::host
 

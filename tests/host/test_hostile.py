@@ -1,0 +1,215 @@
+"""Code of the caller's that runs at bad moments: it may spoil its own call, but never the process.
+
+Each case runs in a process of its own, since what it guards against is a crash.
+"""
+
+import concurrent.futures
+import pathlib
+import subprocess
+import sys
+import unittest
+
+from quillan.core import vorn_layered as engine
+from test_golden import load
+
+PRELUDE = """
+import gc, sys, threading, time
+from quillan.core import vorn_layered as engine
+nodes = [{"id": str(number), "output_ports": 2} for number in range(40)]
+edges = [{"id": f"e{number}", "source": str(number), "target": str(number + step)}
+         for step in (1, 7) for number in range(30)]
+graph = engine.build_graph(nodes, edges)
+
+def empty(kind, wanted):
+    for each in gc.get_objects():
+        if type(each) is kind and each is not nodes and wanted(each):
+            each.clear()
+"""
+
+# A daemon thread that asks for the interpreter back after its end is unwound through the module.
+DAEMONS = """
+def slowly(items):
+    for item in items:
+        sum(range(50))
+        yield item
+
+def work(step):
+    while True:
+        step()
+
+for step in (lambda: engine.build_graph(nodes, edges),
+             lambda: engine.layout(slowly(nodes), edges),
+             lambda: engine.run_phases(engine.build_graph(nodes, edges))):
+    threading.Thread(target=work, args=(step,), daemon=True).start()
+time.sleep(0.2)
+"""
+
+# The dict of a call by keywords is the only owner of its arguments, until somebody empties it.
+KEYWORDS = """
+NAMES = {"nodes", "edges", "options", "component_gap", "graph"}
+
+def empty_keywords():
+    empty(dict, lambda each: each and {*each} <= NAMES)
+
+class Gap:
+    def __float__(self):
+        empty_keywords()
+        return 80.0
+
+class Text:
+    def __str__(self):
+        empty_keywords()
+        return "x"
+
+class Trap(engine.LGraph):
+    @property
+    def options(self):
+        empty_keywords()
+        return engine.LayoutOptions()
+
+    @options.setter
+    def options(self, value):
+        pass
+
+def items():
+    empty_keywords()
+    yield {"id": Text()}
+
+engine.layout(**{"nodes": [{"id": 1}], "edges": [], "options": engine.LayoutOptions(),
+                 "component_gap": Gap()})
+for call in (engine.layout, engine.build_graph, engine.weakly_connected_components):
+    call(**{"nodes": items(), "edges": iter([])})
+for call in (engine.graph_extent, engine.break_cycles, engine.run_phases, engine.edge_routes):
+    call(**{"graph": Trap()})
+"""
+
+# Lists that the module is making, seen through the collector by hooks.
+LISTS = """
+def records(each):
+    return any(isinstance(item, (engine.LNode, engine.LEdge, engine.LPort, tuple)) for item in each)
+
+def hook(frame, event, argument):
+    if frame.f_code.co_name == "__init__" and "self" in frame.f_locals:
+        empty(list, lambda each: not each or records(each) and each is not graph.nodes)
+
+gc.callbacks.append(lambda phase, info: empty(list, records))
+gc.set_threshold(1)
+sys.setprofile(hook)
+for call in (lambda: engine.build_graph(nodes[:8], edges), lambda: engine.run_phases(graph),
+             lambda: engine.weakly_connected_components(nodes, edges),
+             lambda: engine.layout(nodes, edges), lambda: engine.edge_routes(graph)):
+    try:
+        call()
+    except (ValueError, TypeError, KeyError, IndexError, AttributeError):
+        pass
+"""
+
+# Objects that say they are what they are not.
+IMPOSTORS = """
+def impostor(kind):
+    class Impostor:
+        __class__ = property(lambda self: kind)
+    return Impostor()
+
+for field, kind in (("nodes", list), ("edges", tuple), ("chains", dict), ("layers", list),
+                    ("reversed_originals", dict), ("options", engine.LayoutOptions)):
+    bad = engine.build_graph(nodes, edges)
+    setattr(bad, field, impostor(kind))
+    for call in (engine.run_phases, engine.edge_routes, engine.count_crossings):
+        try:
+            call(bad)
+        except (TypeError, AttributeError):
+            pass
+class Changing(engine.LGraph):
+    reads, after, spoilt = 0, 0, ("", None)
+
+    def __getattribute__(self, name):
+        if name == Changing.spoilt[0]:
+            Changing.reads += 1
+            if Changing.reads > Changing.after:
+                return impostor(Changing.spoilt[1])
+        return super().__getattribute__(name)
+
+for field, kind in (("nodes", list), ("edges", list), ("chains", dict),
+                    ("reversed_originals", dict)):
+    for Changing.after in range(5):
+        bad = engine.build_graph(nodes, edges + [{"source": "9", "target": "1"}])
+        bad.__class__, Changing.reads, Changing.spoilt = Changing, 0, (field, kind)
+        try:
+            engine.run_phases(bad)
+        except TypeError:
+            pass
+for kind in (list, dict, str, int, float, tuple):
+    for payload in (([impostor(kind)], []), ([{"id": "a", "input_ports": impostor(kind)}], []),
+                    ([{"id": "a", "input_ports": [impostor(kind)]}], []), (nodes, impostor(kind)),
+                    ([{"id": impostor(kind), "width": impostor(kind)}], [])):
+        try:
+            engine.layout(*payload)
+        except (TypeError, AttributeError, KeyError):
+            pass
+"""
+
+# An import that is interrupted leaves nothing behind, and the next one works.
+IMPORTS = """
+import dataclasses, importlib
+path = engine.__file__
+del sys.modules["quillan.core.vorn_layered"]
+dataclass, kept = dataclasses.dataclass, []
+
+def interrupted(*arguments, **options):
+    kept.append(sys._getframe(1).f_globals["_rebuild_layers"])
+    if len(kept) == 3:
+        raise KeyboardInterrupt
+    return dataclass(*arguments, **options)
+
+dataclasses.dataclass = interrupted
+spec = importlib.util.spec_from_file_location("quillan.core.vorn_layered", path)
+module = importlib.util.module_from_spec(spec)
+try:
+    spec.loader.exec_module(module)
+except KeyboardInterrupt:
+    dataclasses.dataclass = dataclass
+spec.loader.exec_module(module)
+assert not [name for name in vars(module) if not name.startswith("__")], vars(module)
+try:
+    kept[0](graph)
+except ImportError:
+    again = importlib.import_module("quillan.core.vorn_layered")
+    assert again is not engine and again.layout(nodes, edges) == engine.layout(nodes, edges)
+else:
+    raise AssertionError("a function of a half-imported module works")
+"""
+
+
+class Hostile(unittest.TestCase):
+    def run_alone(self, code):
+        packages = str(pathlib.Path(engine.__file__).parents[2])
+        start = f"import sys; sys.path.insert(0, {packages!r})\n"
+        run = subprocess.run([sys.executable, "-c", start + PRELUDE + code], capture_output=True,
+                             text=True, check=False, timeout=60)
+        self.assertEqual((run.returncode, run.stderr[-500:]), (0, ""))
+
+    def test_threads_at_exit(self):
+        for _ in range(3):
+            self.run_alone(DAEMONS)
+
+    def test_code_that_reaches_into_the_call(self):
+        for code in (KEYWORDS, LISTS, IMPOSTORS, IMPORTS):
+            with self.subTest(code[:60]):
+                self.run_alone(code)
+
+    def test_threads_do_not_disturb_one_another(self):
+        calls = load("layouts.json") * 8
+
+        def lay_out(call):
+            return engine.layout(call["nodes"], call["edges"],
+                                 engine.LayoutOptions(**call["options"]),
+                                 component_gap=call["component_gap"])
+
+        expected = [lay_out(call) for call in calls]
+        with concurrent.futures.ThreadPoolExecutor(max_workers=16) as pool:
+            self.assertEqual(list(pool.map(lay_out, calls)), expected)
+
+
+if __name__ == "__main__":
+    unittest.main()
