@@ -4,13 +4,12 @@
 
 namespace quillan::host {
 
-double Fields::real(Field field) const {
-  const Ref value = get(field);
-  const double real = PyFloat_AsDouble(value.get());
+double Fields::real_from(Field field, PyObject* value, const char* expected) const {
+  const double real = PyFloat_AsDouble(value);
   if (real != -1.0 || PyErr_Occurred() == nullptr) return real;
   if (PyErr_ExceptionMatches(PyExc_TypeError)) {
     PyErr_Clear();
-    wrong_type(field, "a real number", value.get());
+    wrong_type(field, expected, value);
   }
   if (PyErr_ExceptionMatches(PyExc_OverflowError)) {
     PyErr_Clear();

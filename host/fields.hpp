@@ -18,7 +18,9 @@ class Fields {
   [[nodiscard]] Ref get(Field field) const {
     return check(PyObject_GetAttr(record_, state_.field(field)));
   }
-  [[nodiscard]] double real(Field field) const;
+  [[nodiscard]] double real(Field field) const {
+    return real_from(field, get(field).get(), "a real number");
+  }
   [[nodiscard]] std::int64_t integer(Field field, std::int64_t low, std::int64_t high) const;
   [[nodiscard]] bool truth(Field field) const {
     return check(PyObject_IsTrue(get(field).get())) != 0;
@@ -30,6 +32,8 @@ class Fields {
     return items_of(field, get(field).get());
   }
   [[nodiscard]] std::vector<Ref> items_of(Field field, PyObject* sequence) const;
+  // A number that is a part of the field, which is said to hold `expected` where it is none.
+  [[nodiscard]] double real_from(Field field, PyObject* value, const char* expected) const;
   [[nodiscard]] std::vector<Ref> pairs(Field field) const;
   [[nodiscard]] Ref key_text(Field field, PyObject* key) const;  // an exact str
   [[nodiscard]] Ref dict(Field field) const;

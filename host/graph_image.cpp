@@ -1,7 +1,5 @@
 #include "host/graph_image.hpp"
 
-#include <array>
-
 #include "host/options.hpp"
 
 namespace quillan::host {
@@ -21,23 +19,12 @@ bool is_text(PyObject* value, const char* text) {
 }
 
 Point read_point(const Fields& fields, PyObject* value) {
-  const auto refuse = [&] {
-    fields.fail(PyExc_TypeError, "bend_points must hold pairs of real numbers, not %R", value);
-  };
-  if (!PyTuple_Check(value) && !PyList_Check(value)) refuse();
-  const std::vector<Ref> pair = sequence_items(value);
-  if (pair.size() != 2) refuse();
-  std::array<double, 2> numbers{};
-  for (std::size_t axis = 0; axis < 2; ++axis) {
-    numbers[axis] = PyFloat_AsDouble(pair[axis].get());
-    if (numbers[axis] != -1.0 || PyErr_Occurred() == nullptr) continue;
-    if (PyErr_ExceptionMatches(PyExc_TypeError) || PyErr_ExceptionMatches(PyExc_OverflowError)) {
-      PyErr_Clear();
-      refuse();
-    }
-    throw PythonError();
-  }
-  return {numbers[0], numbers[1]};
+  constexpr const char* kExpected = "a list of pairs of real numbers";
+  const bool sequence = PyTuple_Check(value) || PyList_Check(value);
+  const std::vector<Ref> pair = sequence ? sequence_items(value) : std::vector<Ref>();
+  if (pair.size() != 2) fields.wrong_type(Field::kBendPoints, kExpected, value);
+  return {fields.real_from(Field::kBendPoints, pair[0].get(), kExpected),
+          fields.real_from(Field::kBendPoints, pair[1].get(), kExpected)};
 }
 
 }  // namespace

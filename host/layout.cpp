@@ -1,81 +1,19 @@
 // layout(): payload to result maps, without a Python record in between.
 
-#include <bit>
-
 #include "core/vorn_layered.hpp"
 #include "host/arguments.hpp"
 #include "host/functions.hpp"
-#include "host/objects.hpp"
 #include "host/options.hpp"
 #include "host/payload_reader.hpp"
+#include "host/results.hpp"
 
 namespace quillan::host {
 
 using vorn_layered::Arena;
 using vorn_layered::Components;
 using vorn_layered::LayoutResult;
-using vorn_layered::Point;
 
 namespace {
-
-// Makes result points. Neighbouring points of an orthogonal route share a coordinate, and then they
-// share its float object too.
-class PointMaker {
- public:
-  Ref make(Point point) {
-    x_ = object_for(point.x, x_);
-    y_ = object_for(point.y, y_);
-    Ref pair = check(PyTuple_New(2));
-    PyTuple_SET_ITEM(pair.get(), 0, Py_NewRef(x_.get()));
-    PyTuple_SET_ITEM(pair.get(), 1, Py_NewRef(y_.get()));
-    // A tuple of floats can be in no cycle; untracked, it costs the collector nothing.
-    PyObject_GC_UnTrack(pair.get());
-    return pair;
-  }
-
- private:
-  static Ref object_for(double value, Ref& last) {
-    const bool same = last && std::bit_cast<std::uint64_t>(PyFloat_AS_DOUBLE(last.get())) ==
-                                  std::bit_cast<std::uint64_t>(value);
-    return same ? std::move(last) : check(PyFloat_FromDouble(value));
-  }
-
-  Ref x_;
-  Ref y_;
-};
-
-// The caller's own str where the text is one, else a new one.
-Ref key_of(const vorn_layered::Text& text) {
-  if (text.host() != nullptr) {
-    return Ref::borrow(static_cast<PyObject*>(const_cast<void*>(text.host())));
-  }
-  return text_from_bytes(text.source()->bytes);
-}
-
-Ref position_map(const LayoutResult& result) {
-  Ref map = check(PyDict_New());
-  PointMaker points;
-  for (const vorn_layered::NodePosition& position : result.positions) {
-    const Ref key = key_of(position.id);
-    check(PyDict_SetItem(map.get(), key.get(), points.make(position.top_left).get()));
-  }
-  return map;
-}
-
-Ref route_map(const LayoutResult& result) {
-  Ref map = check(PyDict_New());
-  PointMaker points;
-  std::vector<Ref> made;
-  for (const vorn_layered::EdgeRoute& route : result.routes.routes) {
-    const Ref key = key_of(route.id);
-    made.clear();
-    for (std::size_t i = 0; i < route.count; ++i) {
-      made.push_back(points.make(result.routes.points[route.first + i]));
-    }
-    check(PyDict_SetItem(map.get(), key.get(), list_of(made).get()));
-  }
-  return map;
-}
 
 double number_from(PyObject* value) {
   const double number = PyFloat_AsDouble(value);
@@ -101,8 +39,8 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
     const LayoutResult result =
         vorn_layered::layout(reader.payload(), components, read, component_gap, arena);
     const CollectorPause pause;
-    const Ref positions = position_map(result);
-    const Ref routes = route_map(result);
+    const Ref positions = position_map(result.positions);
+    const Ref routes = route_map(result.routes);
     return check(PyTuple_Pack(2, positions.get(), routes.get())).release();
   });
 }

@@ -16,6 +16,7 @@
 #include "host/objects.hpp"
 #include "host/options.hpp"
 #include "host/payload_reader.hpp"
+#include "host/results.hpp"
 
 namespace quillan::host {
 
@@ -89,12 +90,7 @@ PyObject* node_positions(PyObject* module, PyObject* args, PyObject* kwargs) {
     vorn_layered::node_positions(argument.image.graph,
                                  vorn_layered::graph_extent(argument.image.graph).flow, Point{},
                                  positions);
-    Ref map = check(PyDict_New());
-    for (const vorn_layered::NodePosition& position : positions) {
-      check(PyDict_SetItem(map.get(), text_from_bytes(position.id.str()).get(),
-                           point_object(position.top_left.x, position.top_left.y).get()));
-    }
-    return map.release();
+    return position_map(positions).release();
   });
 }
 
@@ -105,16 +101,7 @@ PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
     vorn_layered::edge_routes(argument.image.graph,
                               vorn_layered::graph_extent(argument.image.graph).flow, Point{},
                               found);
-    Ref map = check(PyDict_New());
-    for (const vorn_layered::EdgeRoute& route : found.routes) {
-      std::vector<Ref> points;
-      for (std::size_t i = route.first; i < route.first + route.count; ++i) {
-        points.push_back(point_object(found.points[i].x, found.points[i].y));
-      }
-      check(
-          PyDict_SetItem(map.get(), text_from_bytes(route.id.str()).get(), list_of(points).get()));
-    }
-    return map.release();
+    return route_map(found).release();
   });
 }
 

@@ -13,17 +13,8 @@ using vorn_layered::LNode;
 using vorn_layered::LPort;
 using vorn_layered::Origin;
 using vorn_layered::Point;
-using vorn_layered::Text;
 
 namespace {
-
-Ref text_object(const Text& text) {
-  if (text.host() != nullptr) {
-    // The core hands back the object that it was given.
-    return Ref::borrow(static_cast<PyObject*>(const_cast<void*>(text.host())));
-  }
-  return text_from_bytes(text.str());
-}
 
 Ref optional_real(bool present, double value) {
   return present ? real_object(value) : Ref::borrow(Py_None);

@@ -70,6 +70,13 @@ std::string_view bytes_of(PyObject* text, Ref& encoded) {
           static_cast<std::size_t>(PyBytes_GET_SIZE(encoded.get()))};
 }
 
+Ref text_object(const vorn_layered::Text& text) {
+  if (text.host() != nullptr) {
+    return Ref::borrow(static_cast<PyObject*>(const_cast<void*>(text.host())));
+  }
+  return text_from_bytes(text.str());
+}
+
 const TextSource* TextKeeper::keep(Ref text) {
   Ref encoded;
   const std::string_view bytes = bytes_of(text.get(), encoded);

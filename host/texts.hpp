@@ -19,6 +19,9 @@ Ref text_form(PyObject* value);
 // them where the str itself does not.
 std::string_view bytes_of(PyObject* text, Ref& encoded);
 
+// The exact str of a text: the very object that it was made from where there is one.
+Ref text_object(const vorn_layered::Text& text);
+
 // Keeps strings alive for the texts made from them: the records and mappings that they come from
 // may change meanwhile.
 class TextKeeper {

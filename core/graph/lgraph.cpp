@@ -72,21 +72,6 @@ Text LGraph::next_id(const Text& base, TextForm form) {
   return {base.source(), form, _counter};
 }
 
-LNode* LGraph::node_by_id(std::string_view id) const {
-  for (LNode* node : nodes) {
-    if (node->id.str() == id) return node;
-  }
-  return nullptr;
-}
-
-std::vector<LNode*> LGraph::real_nodes() const {
-  std::vector<LNode*> real;
-  for (LNode* node : nodes) {
-    if (!node->is_dummy()) real.push_back(node);
-  }
-  return real;
-}
-
 void LGraph::rebuild_layers() {
   layers.clear();
   if (nodes.empty()) return;

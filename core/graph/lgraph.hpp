@@ -167,10 +167,6 @@ class LGraph {
   // Adds 1 to the graph's one counter and gives `base` in `form` with that number; the default form
   // is `base`, "#" and the number.
   Text next_id(const Text& base, TextForm form = TextForm::kNumbered);
-  // The first node with this id, or null. Linear.
-  [[nodiscard]] LNode* node_by_id(std::string_view id) const;
-  // The nodes that are no dummies, in `nodes` order.
-  [[nodiscard]] std::vector<LNode*> real_nodes() const;
   // Regroups the nodes by `layer` and renumbers `order`; stable in (order, nodes order).
   // REQUIRES: every layer is at least 0. Near-linear unless orders are badly mixed up.
   void rebuild_layers();

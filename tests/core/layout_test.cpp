@@ -20,7 +20,8 @@ LayoutOptions random_options(Random& random) {
   options.cycle_breaking_strategy = random.pick({"AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"});
   options.layering_strategy =
       random.pick({"AUTO", "LONGEST_PATH", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "INTERACTIVE"});
-  options.crossing_strategy = random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING"});
+  options.crossing_strategy =
+      random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING"});
   options.placement_strategy = random.pick({"BRANDES_KOEPF", "SIMPLE"});
   options.spacing_node_node = random.below(500) / 10.0;
   options.spacing_edge_edge = random.below(200) / 10.0;

@@ -194,7 +194,7 @@ class HandMade(unittest.TestCase):
                 ("g.reversed_originals[1] = True", engine.edge_routes,
                  "TypeError: LGraph: reversed_originals must be a dict with str keys, not int"),
                 ("g.edges[0].bend_points = [(1, 2), (1, None)]", engine.edge_routes,
-                 "TypeError: LEdge 'ab': bend_points must hold pairs of real numbers, not (1, None"),
+                 "TypeError: LEdge 'ab': bend_points must be a list of pairs of real numbers, not NoneType"),
                 ("g.layers[2] += g.layers[0]", engine.count_crossings,
                  "ValueError: LNode 'a': stands twice in LGraph.layers"),
                 ("g.layers[0][0] = None", engine.reduce_crossings,
