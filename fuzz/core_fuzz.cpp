@@ -174,16 +174,16 @@ std::int64_t seed_crossings(LGraph& graph) {
 
 void check_routes(const LGraph& graph, const EdgeRoutes& found, double flow) {
   std::size_t next = 0;
-  for (const Origin& origin : graph.origins) {
-    if (origin.chain.empty() || origin.reversed) continue;
+  for (const CallerEdge& caller_edge : graph.caller_edges) {
+    if (caller_edge.chain.empty() || caller_edge.reversed) continue;
     law(next < found.routes.size(), "an edge that was not reversed has a route");
     const EdgeRoute& route = found.routes[next++];
-    law(compare(route.id, origin.id) == 0 && route.count > 0, "routes stand in payload order");
+    law(compare(route.id, caller_edge.id) == 0 && route.count > 0, "routes stand in payload order");
     const auto at_port = [&](const LPort* port) {
       return _denormalise_point({port->x(), port->y()}, graph.options.direction, flow);
     };
-    const Point start = at_port(origin.chain.front()->source);
-    const Point end = at_port(origin.chain.back()->target);
+    const Point start = at_port(caller_edge.chain.front()->source);
+    const Point end = at_port(caller_edge.chain.back()->target);
     const Point last = found.points[route.first + route.count - 1];
     law(same(found.points[route.first], start), "a route starts on its port");
     law(same(last, end) || _close(last, end), "a route ends on its port");

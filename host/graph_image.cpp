@@ -132,11 +132,11 @@ std::int32_t GraphImage::position_of(const Text& id) {
   return found != positions_.end() ? found->second : -1;
 }
 
-std::int32_t GraphImage::origin_of(Ref text) {
+std::int32_t GraphImage::caller_edge_of(Ref text) {
   const vorn_layered::TextSource* source = texts_.keep(std::move(text));
-  const std::int32_t next = static_cast<std::int32_t>(graph.origins.size());
-  const auto [entry, added] = origins_.emplace(source->bytes, next);
-  if (added) graph.origins.push_back({Text(source), {}, false, false, false});
+  const std::int32_t next = static_cast<std::int32_t>(graph.caller_edges.size());
+  const auto [entry, added] = caller_edges_.emplace(source->bytes, next);
+  if (added) graph.caller_edges.push_back({Text(source), {}, false, false, false});
   return entry->second;
 }
 
@@ -174,7 +174,8 @@ LEdge* GraphImage::read_edge(PyObject* record, const char* where, bool ends) {
     edge->target = read_port(fields, Field::kTarget);
   }
   if ((use_.reads & EDGE_IDS) != 0) edge->id = Text(texts_.keep(fields.text(Field::kId)));
-  if ((use_.reads & ORIGIN_IDS) != 0) edge->origin = origin_of(fields.text(Field::kOriginId));
+  if ((use_.reads & ORIGIN_IDS) != 0)
+    edge->caller_edge = caller_edge_of(fields.text(Field::kOriginId));
   if ((use_.reads & BENDS) != 0) read_bend_points(record, *edge);
   return edge;
 }
@@ -197,21 +198,22 @@ void GraphImage::read_edges() {
 void GraphImage::read_chains() {
   const Fields fields(state_, record_.get());
   const std::vector<Ref> pairs = fields.pairs(Field::kChains);
-  // Keys first, so that the origins stand in the order of the mapping.
+  // Keys first, so that the caller's edges stand in the order of the mapping.
   for (std::size_t i = 0; i < pairs.size(); i += 2) {
-    origin_of(fields.key_text(Field::kChains, pairs[i].get()));
+    caller_edge_of(fields.key_text(Field::kChains, pairs[i].get()));
   }
   for (std::size_t i = 0; i < pairs.size(); i += 2) {
     const std::vector<Ref> items = fields.items_of(Field::kChains, pairs[i + 1].get());
     if ((use_.reads & CHAINS) == 0 && items.size() != 1) continue;
-    const std::int32_t origin = origin_of(fields.key_text(Field::kChains, pairs[i].get()));
+    const std::int32_t caller_edge =
+        caller_edge_of(fields.key_text(Field::kChains, pairs[i].get()));
     const std::span<LEdge*> chain = graph.arena.array<LEdge*>(items.size(), nullptr);
     for (std::size_t k = 0; k < items.size(); ++k) {
       chain[k] = read_edge(items[k].get(), "LGraph.chains", true);
     }
-    graph.origins[origin].chain = chain;
-    graph.origins[origin].has_chain = true;
-    if (chain.size() == 1) unsplit_.push_back(origin);
+    graph.caller_edges[caller_edge].chain = chain;
+    graph.caller_edges[caller_edge].has_chain = true;
+    if (chain.size() == 1) unsplit_.push_back(caller_edge);
   }
 }
 
@@ -220,10 +222,10 @@ void GraphImage::read_reversed_originals() {
   const std::vector<Ref> pairs = fields.pairs(Field::kReversedOriginals);
   for (std::size_t i = 0; i < pairs.size(); i += 2) {
     const std::int32_t index =
-        origin_of(fields.key_text(Field::kReversedOriginals, pairs[i].get()));
+        caller_edge_of(fields.key_text(Field::kReversedOriginals, pairs[i].get()));
     const bool reversed = check(PyObject_IsTrue(pairs[i + 1].get())) != 0;
-    graph.origins[index].has_reversed = true;
-    graph.origins[index].reversed = reversed;
+    graph.caller_edges[index].has_reversed = true;
+    graph.caller_edges[index].reversed = reversed;
   }
 }
 

@@ -72,7 +72,7 @@ class GraphImage {
   void read_chains();
   void read_reversed_originals();
   void read_layers();
-  std::int32_t origin_of(Ref text);
+  std::int32_t caller_edge_of(Ref text);
 
   struct Split;
   Split make_split(RecordWriter& writer) const;
@@ -98,10 +98,10 @@ class GraphImage {
   std::unordered_map<PyObject*, std::size_t> node_indexes_;
   std::unordered_map<PyObject*, std::size_t> port_indexes_;
   std::unordered_map<PyObject*, std::size_t> edge_indexes_;
-  std::map<std::string_view, std::int32_t> origins_;
+  std::map<std::string_view, std::int32_t> caller_edges_;
   std::map<std::string, std::int32_t, std::less<>> positions_;  // made when a node outside comes up
   std::vector<std::vector<Ref>> layer_items_;
-  std::vector<std::int32_t> unsplit_;  // the origins whose chains were read as one edge
+  std::vector<std::int32_t> unsplit_;  // the caller's edges whose chains were read as one edge
 };
 
 // A new Python LGraph for a graph fresh from import. `options` becomes its `options` field.

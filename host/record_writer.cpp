@@ -7,11 +7,11 @@
 
 namespace quillan::host {
 
+using vorn_layered::CallerEdge;
 using vorn_layered::LEdge;
 using vorn_layered::LGraph;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
-using vorn_layered::Origin;
 using vorn_layered::Point;
 
 namespace {
@@ -72,10 +72,10 @@ class RecordWriter {
     if (!added) return found->second.get();
     const Ref source = Ref::borrow(port(edge->source));
     const Ref target = Ref::borrow(port(edge->target));
-    found->second = check(
-        PyObject_CallFunction(state_.ledge, "OOOOOO", text_object(edge->id).get(), source.get(),
-                              target.get(), text_object(graph_.origins[edge->origin].id).get(),
-                              truth_object(edge->reversed).get(), bend_point_list(*edge).get()));
+    found->second = check(PyObject_CallFunction(
+        state_.ledge, "OOOOOO", text_object(edge->id).get(), source.get(), target.get(),
+        text_object(graph_.caller_edges[edge->caller_edge].id).get(),
+        truth_object(edge->reversed).get(), bend_point_list(*edge).get()));
     return found->second.get();
   }
 
@@ -100,8 +100,8 @@ class RecordWriter {
   Ref edge_list() {
     return list_of(records_of(graph_.edges, [&](LEdge* each) { return edge(each); }));
   }
-  Ref chain_list(const Origin& origin) {
-    return list_of(records_of(origin.chain, [&](LEdge* each) { return edge(each); }));
+  Ref chain_list(const CallerEdge& caller_edge) {
+    return list_of(records_of(caller_edge.chain, [&](LEdge* each) { return edge(each); }));
   }
   Ref layer_lists() {
     std::vector<Ref> lists;
@@ -146,9 +146,9 @@ GraphImage::Split GraphImage::make_split(RecordWriter& writer) const {
   Split split;
   if ((use_.writes & SPLITS) == 0) return split;
   for (const std::int32_t index : unsplit_) {
-    const Origin& origin = graph.origins[index];
-    if (origin.chain.size() == 1) continue;
-    split.chains.emplace_back(text_object(origin.id), writer.chain_list(origin));
+    const CallerEdge& caller_edge = graph.caller_edges[index];
+    if (caller_edge.chain.size() == 1) continue;
+    split.chains.emplace_back(text_object(caller_edge.id), writer.chain_list(caller_edge));
   }
   if (split.chains.empty()) return split;
   for (std::size_t i = inside_; i < graph.nodes.size(); ++i) {
@@ -200,7 +200,7 @@ void GraphImage::write_flips() {
     set(state_, entry.record.get(), Field::kSource, target);
     set(state_, entry.record.get(), Field::kTarget, source);
     set(state_, entry.record.get(), Field::kReversed, truth_object(true));
-    const Ref id = text_object(graph.origins[entry.edge->origin].id);
+    const Ref id = text_object(graph.caller_edges[entry.edge->caller_edge].id);
     check(PyDict_SetItem(reversed.get(), id.get(), Py_True));
   }
 }
@@ -244,9 +244,9 @@ Ref new_graph_record(const State& state, const LGraph& graph, PyObject* options)
   const Ref edges = writer.edge_list();
   const Ref chains = check(PyDict_New());
   const Ref reversed = check(PyDict_New());
-  for (const Origin& origin : graph.origins) {
-    const Ref id = text_object(origin.id);
-    check(PyDict_SetItem(chains.get(), id.get(), writer.chain_list(origin).get()));
+  for (const CallerEdge& caller_edge : graph.caller_edges) {
+    const Ref id = text_object(caller_edge.id);
+    check(PyDict_SetItem(chains.get(), id.get(), writer.chain_list(caller_edge).get()));
     check(PyDict_SetItem(reversed.get(), id.get(), Py_False));
   }
   return check(PyObject_CallFunctionObjArgs(state.lgraph, nodes.get(), edges.get(), options,

@@ -36,9 +36,9 @@ void break_cycles(LGraph& graph) {
 void _reverse_edge(LGraph& graph, LEdge& edge) {
   std::swap(edge.source, edge.target);
   edge.reversed = true;
-  Origin& origin = graph.origins[edge.origin];
-  origin.has_reversed = true;
-  origin.reversed = true;
+  CallerEdge& caller_edge = graph.caller_edges[edge.caller_edge];
+  caller_edge.has_reversed = true;
+  caller_edge.reversed = true;
 }
 
 }  // namespace quillan::vorn_layered

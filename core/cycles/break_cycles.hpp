@@ -17,7 +17,7 @@ namespace quillan::vorn_layered {
 // Linear beside the cost of the chosen sequence.
 void break_cycles(LGraph& graph);
 
-// Exchanges source and target of `edge` and records the flip for its origin.
+// Exchanges source and target of `edge` and records the flip for the caller's edge.
 void _reverse_edge(LGraph& graph, LEdge& edge);
 
 // The sequences: node positions in the chosen order, in the open frame of `graph.scratch`.

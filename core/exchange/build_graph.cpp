@@ -31,20 +31,20 @@ void add_node(const Payload& payload, const NodeRow& row, LGraph& graph) {
 Text default_edge_id(LGraph& graph, std::int32_t number) {
   std::string id = "e";
   id.append(std::to_string(number));
-  return graph.plain(id);
+  return graph.copy_text(id);
 }
 
 void add_edge(const EdgeRow& row, std::int32_t number, const Component& component,
-              TextIndex& origins, LGraph& graph) {
+              TextIndex& caller_edges, LGraph& graph) {
   LNode& source = *graph.nodes[component.place_of[row.source]];
   LNode& target = *graph.nodes[component.place_of[row.target]];
   const Text id = row.id != nullptr ? Text(row.id) : default_edge_id(graph, number);
   LPort* from = _pick_port(graph, source, row.source_port, PortSide::EAST);
   LPort* to = _pick_port(graph, target, row.target_port, PortSide::WEST);
   // A repeated id takes over the entry of the earlier edge, which loses its chain.
-  const std::int32_t next = static_cast<std::int32_t>(graph.origins.size());
-  const std::int32_t origin = origins.find_or_add(id.source()->bytes, next);
-  graph.add_edge(id, from, to, origin == next ? -1 : origin);
+  const std::int32_t next = static_cast<std::int32_t>(graph.caller_edges.size());
+  const std::int32_t caller_edge = caller_edges.find_or_add(id.source()->bytes, next);
+  graph.add_edge(id, from, to, caller_edge == next ? -1 : caller_edge);
 }
 
 }  // namespace
@@ -87,12 +87,12 @@ void build_graph(const Payload& payload, const Component& component, LGraph& gra
   for (const std::int32_t number : component.nodes) {
     add_node(payload, payload.nodes[number], graph);
   }
-  TextIndex origins(component.edges.size());
+  TextIndex caller_edges(component.edges.size());
   graph.edges.reserve(component.edges.size());
-  graph.origins.reserve(component.edges.size());
+  graph.caller_edges.reserve(component.edges.size());
   for (const std::int32_t number : component.edges) {
     const EdgeRow& row = payload.edges[number];
-    if (!row.is_left_out()) add_edge(row, number, component, origins, graph);
+    if (!row.is_left_out()) add_edge(row, number, component, caller_edges, graph);
   }
 }
 

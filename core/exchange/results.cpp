@@ -53,16 +53,16 @@ void node_positions(const LGraph& graph, double flow_extent, Point shift,
 }
 
 void edge_routes(const LGraph& graph, double flow_extent, Point shift, EdgeRoutes& result) {
-  for (const Origin& origin : graph.origins) {
-    if (!origin.has_chain || origin.chain.empty() || origin.reversed) continue;
+  for (const CallerEdge& caller_edge : graph.caller_edges) {
+    if (!caller_edge.has_chain || caller_edge.chain.empty() || caller_edge.reversed) continue;
     const std::size_t first = result.points.size();
-    _chain_points(origin.chain, result.points);
+    _chain_points(caller_edge.chain, result.points);
     for (std::size_t i = first; i < result.points.size(); ++i) {
       const Point point =
           _denormalise_point(result.points[i], graph.options.direction, flow_extent);
       result.points[i] = {point.x + shift.x, point.y + shift.y};
     }
-    result.routes.push_back({origin.id, first, result.points.size() - first});
+    result.routes.push_back({caller_edge.id, first, result.points.size() - first});
   }
 }
 

@@ -17,7 +17,7 @@ void Layers::push_back(std::span<LNode* const> members) {
   starts_.push_back(static_cast<std::int32_t>(nodes_.size()));
 }
 
-Text LGraph::plain(std::string_view bytes) {
+Text LGraph::copy_text(std::string_view bytes) {
   const std::span<char> copy = texts->raw_array<char>(bytes.size());
   if (!bytes.empty()) std::memcpy(copy.data(), bytes.data(), bytes.size());
   return Text(texts->make<TextSource>(std::string_view(copy.data(), copy.size())));
@@ -42,19 +42,20 @@ std::span<LPort> LGraph::add_ports(LNode& node, PortSide side, std::int32_t coun
   return ports;
 }
 
-LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target, std::int32_t origin) {
-  return arena.make<LEdge>(source, target, id, std::span<Point>(), origin);
+LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target,
+                            std::int32_t caller_edge) {
+  return arena.make<LEdge>(source, target, id, std::span<Point>(), caller_edge);
 }
 
-LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t origin) {
-  if (origin < 0) {
-    origin = static_cast<std::int32_t>(origins.size());
-    origins.push_back({id, {}, false, false, false});
+LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge) {
+  if (caller_edge < 0) {
+    caller_edge = static_cast<std::int32_t>(caller_edges.size());
+    caller_edges.push_back({id, {}, false, false, false});
   }
-  LEdge* edge = make_segment(id, source, target, origin);
+  LEdge* edge = make_segment(id, source, target, caller_edge);
   edge->position = static_cast<std::int32_t>(edges.size());
   edges.push_back(edge);
-  Origin& entry = origins[origin];
+  CallerEdge& entry = caller_edges[caller_edge];
   entry.chain = arena.array<LEdge*>(1, edge);
   entry.has_chain = true;
   entry.has_reversed = true;
@@ -98,7 +99,7 @@ void LGraph::rebuild_layers() {
 void LGraph::clear() {
   nodes.clear();
   edges.clear();
-  origins.clear();
+  caller_edges.clear();
   layers.clear();
   _counter = 0;
   port_count = 0;

@@ -6,9 +6,9 @@
 //
 // Example:
 //   LGraph graph;
-//   LNode* a = graph.add_node(graph.plain("a"), 140.0, 56.0);
-//   LNode* b = graph.add_node(graph.plain("b"), 140.0, 56.0);
-//   graph.add_edge(graph.plain("p"), _pick_port(graph, *a, 0, PortSide::EAST),
+//   LNode* a = graph.add_node(graph.copy_text("a"), 140.0, 56.0);
+//   LNode* b = graph.add_node(graph.copy_text("b"), 140.0, 56.0);
+//   graph.add_edge(graph.copy_text("p"), _pick_port(graph, *a, 0, PortSide::EAST),
 //                  _pick_port(graph, *b, 0, PortSide::WEST));
 
 #ifndef QUILLAN_CORE_GRAPH_LGRAPH_HPP_
@@ -33,7 +33,7 @@ struct LNode;
 struct LPort {
   LNode* node = nullptr;
   Text id;
-  double offset = 0.0;     // along the cross axis from the node's origin
+  double offset = 0.0;     // along the cross axis from the node's near corner
   std::int32_t index = 0;  // among the ports of its side, from 0
   PortSide side = PortSide::WEST;
 
@@ -86,7 +86,7 @@ struct LEdge {
   LPort* target = nullptr;
   Text id;
   std::span<Point> bend_points;  // between source and target, in that order; set by phase 5
-  std::int32_t origin = 0;       // place of the caller's edge in LGraph::origins
+  std::int32_t caller_edge = 0;  // place of the caller's edge in LGraph::caller_edges
   std::int32_t position = 0;     // place in LGraph::edges
   bool reversed = false;         // set by phase 1 on a segment that it flips
 
@@ -95,7 +95,7 @@ struct LEdge {
 };
 
 // A caller's edge: its entry in `chains` and in `reversed_originals`, which share their key.
-struct Origin {
+struct CallerEdge {
   Text id;
   std::span<LEdge*> chain;    // the segments in flow order
   bool has_chain = false;     // whether `chains` has this key
@@ -144,23 +144,24 @@ class LGraph {
   std::vector<LNode*> nodes;  // real nodes in payload order, then dummies in order of creation
   // All current segments. An end may be outside `nodes`; each phase says what it does then.
   std::vector<LEdge*> edges;
-  std::vector<Origin> origins;  // `chains` and `reversed_originals`, in order of first insertion
+  std::vector<CallerEdge>
+      caller_edges;  // `chains` and `reversed_originals`, in order of first insertion
   Layers layers;
   LayoutOptions options;
   std::uint32_t _counter = 0;   // the last number given out
   std::int64_t port_count = 0;  // declared ports so far, held against MAX_PORTS_PER_GRAPH
 
   // A plain text whose bytes are copied into `texts`.
-  Text plain(std::string_view bytes);
+  Text copy_text(std::string_view bytes);
 
   LNode* add_node(const Text& id, double width, double height);
   // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
   std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
-  // A caller's edge: appended to `edges`, with a chain of its own under `id`. An origin that is
-  // there already under an equal id must be passed as `origin`; its chain is replaced.
-  LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t origin = -1);
-  // A segment that belongs to `origin`; it is not appended to `edges` yet.
-  LEdge* make_segment(const Text& id, LPort* source, LPort* target, std::int32_t origin);
+  // A caller's edge: appended to `edges`, with a chain of its own under `id`. One that is there
+  // already under an equal id must be passed as `caller_edge`; its chain is replaced.
+  LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge = -1);
+  // A segment that belongs to `caller_edge`; it is not appended to `edges` yet.
+  LEdge* make_segment(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge);
   // Replaces `edges` and renumbers the edges in it.
   void set_edges(std::vector<LEdge*> replacement);
 
@@ -176,7 +177,7 @@ class LGraph {
 
   Arena arena;            // the records
   Arena scratch;          // working arrays; every phase gives back what it took
-  Arena* texts = &arena;  // where plain() keeps bytes; may outlive the graph
+  Arena* texts = &arena;  // where copy_text() keeps bytes; may outlive the graph
 };
 
 }  // namespace quillan::vorn_layered

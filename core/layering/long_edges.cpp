@@ -10,9 +10,9 @@ namespace quillan::vorn_layered {
 namespace {
 
 // The layers that the edge of a one-segment chain spans, or 0 if the chain is not to be split.
-std::int32_t long_span(const Origin& origin) {
-  if (!origin.has_chain || origin.chain.size() != 1) return 0;
-  const LEdge& edge = *origin.chain[0];
+std::int32_t long_span(const CallerEdge& caller_edge) {
+  if (!caller_edge.has_chain || caller_edge.chain.size() != 1) return 0;
+  const LEdge& edge = *caller_edge.chain[0];
   const std::int32_t span = edge.target_node()->layer - edge.source_node()->layer;
   return span > 1 ? span : 0;
 }
@@ -38,8 +38,8 @@ LNode* make_dummy(LGraph& graph, const Text& chain_id, const LEdge& edge, std::i
   return dummy;
 }
 
-void split(LGraph& graph, Origin& origin, std::int32_t span, std::vector<LEdge*>& added) {
-  const LEdge& edge = *origin.chain[0];
+void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vector<LEdge*>& added) {
+  const LEdge& edge = *caller_edge.chain[0];
   const std::int32_t start = edge.source_node()->layer;
   const std::span<LEdge*> segments = graph.arena.raw_array<LEdge*>(span);
   LPort* upstream = edge.source;
@@ -47,33 +47,34 @@ void split(LGraph& graph, Origin& origin, std::int32_t span, std::vector<LEdge*>
     LPort* downstream = edge.target;
     LNode* dummy = nullptr;
     if (step < span) {
-      dummy = make_dummy(graph, origin.id, edge, start + step);
+      dummy = make_dummy(graph, caller_edge.id, edge, start + step);
       downstream = &dummy->in_ports[0];
     }
-    LEdge* segment = graph.make_segment(graph.next_id(origin.id, TextForm::kSegment), upstream,
-                                        downstream, edge.origin);
+    LEdge* segment = graph.make_segment(graph.next_id(caller_edge.id, TextForm::kSegment), upstream,
+                                        downstream, edge.caller_edge);
     segments[step - 1] = segment;
     added.push_back(segment);
     if (dummy != nullptr) upstream = &dummy->out_ports[0];
   }
-  origin.chain = segments;
+  caller_edge.chain = segments;
 }
 
 // The edges that stay: those whose id is none of a split edge's. So a twin of the same id, which
 // has no chain of its own, leaves too.
 class Survivors {
  public:
-  // `replaced` holds, by origin, the edge that was split or null.
+  // `replaced` holds, by caller's edge, the edge that was split or null.
   Survivors(const LGraph& graph, std::span<const LEdge* const> replaced) : replaced_(replaced) {
     const auto as_imported = [&](const LEdge* edge) {
-      return compare(edge->id, graph.origins[edge->origin].id) == 0;
+      return compare(edge->id, graph.caller_edges[edge->caller_edge].id) == 0;
     };
-    by_origin_ = std::all_of(graph.edges.begin(), graph.edges.end(), as_imported);
-    for (std::size_t i = 0; i < replaced.size() && by_origin_; ++i) {
-      by_origin_ = replaced[i] == nullptr || (replaced[i]->origin == static_cast<std::int32_t>(i) &&
-                                              as_imported(replaced[i]));
+    by_caller_edge_ = std::all_of(graph.edges.begin(), graph.edges.end(), as_imported);
+    for (std::size_t i = 0; i < replaced.size() && by_caller_edge_; ++i) {
+      by_caller_edge_ =
+          replaced[i] == nullptr ||
+          (replaced[i]->caller_edge == static_cast<std::int32_t>(i) && as_imported(replaced[i]));
     }
-    if (by_origin_) return;
+    if (by_caller_edge_) return;
     for (const LEdge* edge : replaced) {
       if (edge != nullptr) ids_.push_back(edge->id.str());
     }
@@ -81,15 +82,15 @@ class Survivors {
   }
 
   [[nodiscard]] bool stays(const LEdge& edge) const {
-    if (by_origin_) return replaced_[edge.origin] == nullptr;
+    if (by_caller_edge_) return replaced_[edge.caller_edge] == nullptr;
     return !std::binary_search(ids_.begin(), ids_.end(), edge.id.str());
   }
 
  private:
   std::span<const LEdge* const> replaced_;
-  // Import gives an edge, its origin and its chain one id. Then equal ids are equal origins, and no
-  // text needs to be written out.
-  bool by_origin_ = false;
+  // Import gives an edge, its caller's edge and its chain one id. Then equal ids are one caller's
+  // edge, and no text needs to be written out.
+  bool by_caller_edge_ = false;
   std::vector<std::string> ids_;  // sorted; of the split edges otherwise
 };
 
@@ -98,8 +99,8 @@ class Survivors {
 void insert_dummy_nodes(LGraph& graph) {
   std::int64_t dummies = 0;
   std::int64_t split_count = 0;
-  for (const Origin& origin : graph.origins) {
-    const std::int32_t span = long_span(origin);
+  for (const CallerEdge& caller_edge : graph.caller_edges) {
+    const std::int32_t span = long_span(caller_edge);
     if (span == 0) continue;
     dummies += span - 1;
     ++split_count;
@@ -112,16 +113,16 @@ void insert_dummy_nodes(LGraph& graph) {
 
   const Arena::Frame frame(graph.scratch);
   const std::span<const LEdge*> replaced =
-      graph.scratch.array<const LEdge*>(graph.origins.size(), nullptr);
+      graph.scratch.array<const LEdge*>(graph.caller_edges.size(), nullptr);
   std::vector<LEdge*> added;
   added.reserve(dummies + split_count);
   graph.nodes.reserve(graph.nodes.size() + dummies);
-  for (std::size_t i = 0; i < graph.origins.size(); ++i) {
-    Origin& origin = graph.origins[i];
-    const std::int32_t span = long_span(origin);
+  for (std::size_t i = 0; i < graph.caller_edges.size(); ++i) {
+    CallerEdge& caller_edge = graph.caller_edges[i];
+    const std::int32_t span = long_span(caller_edge);
     if (span == 0) continue;
-    replaced[i] = origin.chain[0];
-    split(graph, origin, span, added);
+    replaced[i] = caller_edge.chain[0];
+    split(graph, caller_edge, span, added);
   }
 
   const Survivors survivors(graph, replaced);

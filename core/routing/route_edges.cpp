@@ -168,12 +168,12 @@ void bend(LGraph& graph, const GapSegments& found) {
     const double usable = larger(bounds.right - bounds.left - 2.0 * options.spacing_edge_node,
                                  options.spacing_edge_edge);
     const double step = usable / track_count;
-    const double origin = bounds.left + options.spacing_edge_node + step / 2.0;
+    const double first_track = bounds.left + options.spacing_edge_node + step / 2.0;
     for (std::int32_t i = found.starts[gap]; i < found.starts[gap + 1]; ++i) {
       LEdge& edge = *found.segments[i];
       edge.bend_points = {};
       if (found.tracks[i] == kStraightTrack) continue;
-      const double mid_x = origin + found.tracks[i] * step;
+      const double mid_x = first_track + found.tracks[i] * step;
       edge.bend_points = graph.arena.raw_array<Point>(2);
       edge.bend_points[0] = {mid_x, edge.source->y()};
       edge.bend_points[1] = {mid_x, edge.target->y()};

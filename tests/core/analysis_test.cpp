@@ -26,8 +26,8 @@ TEST(Graph, RebuildLayersKeepsTiesInNodeOrderAndEmptyLayersInPlace) {
 
 TEST(Graph, OneCounterServesAllNames) {
   TestGraph graph;
-  EXPECT_EQ(graph.next_id(graph.plain("a")).str(), "a#1");
-  EXPECT_EQ(graph.next_id(graph.plain("b"), TextForm::kSegment).str(), "b:seg#2");
+  EXPECT_EQ(graph.next_id(graph.copy_text("a")).str(), "a#1");
+  EXPECT_EQ(graph.next_id(graph.copy_text("b"), TextForm::kSegment).str(), "b:seg#2");
 }
 
 TEST(Analysis, AdjacencyHoldsParallelEdgesOncePerEdgeAndNoLoops) {

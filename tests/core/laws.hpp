@@ -42,9 +42,9 @@ inline void check_layers(const LGraph& graph) {
 }
 
 inline void check_chains(const LGraph& graph) {
-  for (const Origin& origin : graph.origins) {
+  for (const CallerEdge& caller_edge : graph.caller_edges) {
     const LPort* at = nullptr;
-    for (const LEdge* segment : origin.chain) {
+    for (const LEdge* segment : caller_edge.chain) {
       law(segment->target_node()->layer == segment->source_node()->layer + 1,
           "a segment joins neighbouring layers");
       law(at == nullptr || (at->node == segment->source_node() && at->node->is_dummy()),
@@ -52,11 +52,11 @@ inline void check_chains(const LGraph& graph) {
       law(graph.edges[segment->position] == segment, "a chain's segments are edges of the graph");
       at = segment->target;
     }
-    if (origin.chain.empty()) continue;
-    const LPort& first = *origin.chain.front()->source;
-    const LPort& last = *origin.chain.back()->target;
+    if (caller_edge.chain.empty()) continue;
+    const LPort& first = *caller_edge.chain.front()->source;
+    const LPort& last = *caller_edge.chain.back()->target;
     law(!first.node->is_dummy() && !last.node->is_dummy(), "a chain joins two real nodes");
-    law(first.side != last.side && (first.side == PortSide::EAST || origin.reversed),
+    law(first.side != last.side && (first.side == PortSide::EAST || caller_edge.reversed),
         "only a reversed edge starts at an input port");
   }
 }

@@ -84,7 +84,7 @@ struct TestGraph : LGraph {
 
   LNode* put_node(std::string_view id, double width, double height, std::int32_t ins,
                   std::int32_t outs) {
-    LNode* node = add_node(plain(id), width, height);
+    LNode* node = add_node(copy_text(id), width, height);
     for (const PortSide side : {PortSide::WEST, PortSide::EAST}) {
       const std::int32_t count = side == PortSide::WEST ? ins : outs;
       for (LPort& port : add_ports(*node, side, count)) {
@@ -94,7 +94,7 @@ struct TestGraph : LGraph {
     return node;
   }
   LEdge* put_edge(const TestEdge& link) {
-    return add_edge(plain(numbered("e", static_cast<std::int32_t>(edges.size()))),
+    return add_edge(copy_text(numbered("e", static_cast<std::int32_t>(edges.size()))),
                     _pick_port(*this, *nodes[link.source], link.source_port, PortSide::EAST),
                     _pick_port(*this, *nodes[link.target], link.target_port, PortSide::WEST));
   }

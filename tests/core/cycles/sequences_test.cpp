@@ -99,7 +99,7 @@ TEST(BreakCycles, FlipsWhatPointsBackwardsInTheChosenSequence) {
     break_cycles(graph);
     std::vector<bool> reversed;
     for (const LEdge* edge : graph.edges) {
-      EXPECT_EQ(graph.origins[edge->origin].reversed, edge->reversed);
+      EXPECT_EQ(graph.caller_edges[edge->caller_edge].reversed, edge->reversed);
       EXPECT_EQ(edge->source->side, edge->reversed ? PortSide::WEST : PortSide::EAST);
       reversed.push_back(edge->reversed);
     }

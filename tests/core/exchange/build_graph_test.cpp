@@ -56,8 +56,8 @@ TEST(BuildGraph, TwinsResolveToTheLastAndMadeUpIdsCountAllEdges) {
   ASSERT_EQ(graph.edges.size(), 3U);
   EXPECT_EQ(graph.edges[0]->source_node(), graph.nodes[2]);
   EXPECT_EQ(graph.edges[1]->id.str(), "e3");
-  ASSERT_EQ(graph.origins.size(), 2U);
-  EXPECT_EQ(graph.origins[0].chain[0], graph.edges[2]);  // the later of two edges of one id
+  ASSERT_EQ(graph.caller_edges.size(), 2U);
+  EXPECT_EQ(graph.caller_edges[0].chain[0], graph.edges[2]);  // the later of two edges of one id
 }
 
 TEST(BuildGraph, RefusesPortsBeyondTheBounds) {

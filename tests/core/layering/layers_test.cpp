@@ -70,11 +70,11 @@ TEST(LongEdges, NumberDummiesAndSegmentsChainByChain) {
   insert_dummy_nodes(graph);
   EXPECT_EQ(ids(graph.nodes), "a b c d dummy:e0#1 dummy:e2#4 dummy:e2#6 ");
   EXPECT_EQ(ids(graph.edges), "e1 e0:seg#2 e0:seg#3 e2:seg#5 e2:seg#7 e2:seg#8 ");
-  EXPECT_EQ(ids(graph.origins[2].chain), "e2:seg#5 e2:seg#7 e2:seg#8 ");
+  EXPECT_EQ(ids(graph.caller_edges[2].chain), "e2:seg#5 e2:seg#7 e2:seg#8 ");
   EXPECT_EQ(graph.nodes[6]->layer, 2);
   EXPECT_EQ(graph.nodes[6]->out_ports[0].id.str(), "dummy:e2#6:out");
-  EXPECT_EQ(graph.origins[1].chain[0], whole);
-  EXPECT_EQ(graph.origins[2].chain[1]->source, &graph.nodes[5]->out_ports[0]);
+  EXPECT_EQ(graph.caller_edges[1].chain[0], whole);
+  EXPECT_EQ(graph.caller_edges[2].chain[1]->source, &graph.nodes[5]->out_ports[0]);
   insert_dummy_nodes(graph);
   EXPECT_EQ(graph._counter, 8U);
 }
