@@ -11,6 +11,8 @@ declare -A CHECK_PACKAGES=(
   [sanitizers]="g++ clang-14 libclang-rt-14-dev libgtest-dev"
   [tidy]="clang-14 clang-tidy-14 libbenchmark-dev libgtest-dev"
   [cppcheck]="cppcheck"
+  [machines]="g++ g++-mingw-w64-x86-64-posix wine wine64 g++-aarch64-linux-gnu
+    g++-arm-linux-gnueabihf g++-i686-linux-gnu g++-s390x-linux-gnu qemu-user googletest"
   [fuzz]="clang-14 libclang-rt-14-dev libgtest-dev"
 )
 readonly CLANG=clang++-14
@@ -43,6 +45,30 @@ exports_only_init() {
   symbols=$(nm --dynamic --defined-only --format=just-symbols "$1")
   [[ $symbols == PyInit_vorn_layered ]] ||
     die "$1 exports more than its initialiser: ${symbols//$'\n'/ }"
+}
+
+# Results must not depend on the machine either: its byte order, the size of its addresses, its C
+# library. Not one of the usual checks, for it takes some ten minutes.
+check_machines() {
+  core_tests_on windows-x86_64 x86_64-w64-mingw32 -posix Windows wine
+  core_tests_on linux-aarch64 aarch64-linux-gnu '' Linux qemu-aarch64  # can fuse products and sums
+  core_tests_on linux-armhf arm-linux-gnueabihf '' Linux qemu-arm      # 32 bits
+  core_tests_on linux-i686 i686-linux-gnu '' Linux qemu-i386           # a register has 80 bits
+  core_tests_on linux-s390x s390x-linux-gnu '' Linux qemu-s390x        # the other byte order
+}
+
+# core_tests_on NAME TRIPLET SUFFIX SYSTEM EMULATOR: builds the core and its tests by that compiler
+# and runs them. Warnings are no errors: these compilers have some of their own libraries.
+core_tests_on() {
+  local name=$1 compiler=$2 suffix=$3 system=$4 emulator=$5 dir=build/check/machines/$1
+  printf -- '-- %s\n' "$name"
+  CXX='' CI='' configure release "$dir" -DQUILLAN_MODULE=OFF -DQUILLAN_TESTS=ON \
+    "-DCMAKE_SYSTEM_NAME=$system" "-DCMAKE_SYSTEM_PROCESSOR=${compiler%%-*}" \
+    "-DCMAKE_C_COMPILER=$compiler-gcc$suffix" "-DCMAKE_CXX_COMPILER=$compiler-g++$suffix" \
+    "-DCMAKE_CROSSCOMPILING_EMULATOR=$emulator" -DCMAKE_EXE_LINKER_FLAGS=-static
+  cmake --build "$dir"
+  WINEPREFIX=$ROOT/build/check/machines/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= \
+    core_tests "$dir"
 }
 
 check_sanitizers() {

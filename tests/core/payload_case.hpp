@@ -41,14 +41,14 @@ class PayloadCase : public Payload {
     return layout(*this, weakly_connected_components(*this, arena), options, component_gap, arena);
   }
 
-  Arena arena;  // of what is derived from the payload
-
- private:
   const TextSource* keep(std::string bytes) {
     bytes_.push_back(std::move(bytes));
     return &sources_.emplace_back(TextSource{bytes_.back()});
   }
 
+  Arena arena;  // of what is derived from the payload
+
+ private:
   std::deque<std::string> bytes_;
   std::deque<TextSource> sources_;
 };
