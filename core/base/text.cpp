@@ -31,10 +31,56 @@ constexpr std::array<Shape, 10> kShapes = {{
 
 constexpr std::size_t kMaxDigits = 10;
 
-char* put(char* out, std::string_view piece) {
-  if (!piece.empty()) std::memcpy(out, piece.data(), piece.size());
-  return out + piece.size();
-}
+// What a text is written out from.
+class Pieces {
+ public:
+  Pieces(const TextSource* source, TextForm form, std::uint32_t number) {
+    const Shape& shape = kShapes[static_cast<std::size_t>(form)];
+    char* const digits = digits_.data();
+    char* const end = std::to_chars(digits, digits + kMaxDigits, number).ptr;
+    parts_ = {shape.before, source != nullptr ? source->bytes : std::string_view(), shape.middle,
+              shape.numbered ? std::string_view(digits, end) : std::string_view(), shape.after};
+  }
+  Pieces(const Pieces&) = delete;
+  Pieces& operator=(const Pieces&) = delete;
+
+  // Writes the first `room` bytes at most; returns how many.
+  std::size_t write(char* out, std::size_t room) const {
+    std::size_t length = 0;
+    for (const std::string_view part : parts_) {
+      const std::size_t count = std::min(part.size(), room - length);
+      if (count > 0) std::memcpy(out + length, part.data(), count);
+      length += count;
+    }
+    return length;
+  }
+
+  // As std::string_view::compare(), without writing anything.
+  [[nodiscard]] int compare(const Pieces& other) const {
+    std::size_t i = 0;
+    std::size_t j = 0;
+    std::string_view a = parts_[0];
+    std::string_view b = other.parts_[0];
+    while (true) {
+      while (a.empty() && i + 1 < parts_.size()) a = parts_[++i];
+      while (b.empty() && j + 1 < parts_.size()) b = other.parts_[++j];
+      if (a.empty() || b.empty()) return static_cast<int>(b.empty()) - static_cast<int>(a.empty());
+      const std::size_t count = std::min(a.size(), b.size());
+      const int order = a.data() == b.data() ? 0 : a.substr(0, count).compare(b.substr(0, count));
+      if (order != 0) return order;
+      a.remove_prefix(count);
+      b.remove_prefix(count);
+    }
+  }
+
+ private:
+  std::array<char, kMaxDigits> digits_;
+  std::array<std::string_view, 5> parts_;
+};
+
+// Of a text no more than this is written out to be sorted. An id may be long, and the base of one
+// in every layer.
+constexpr std::size_t kMostWritten = 256;
 
 // A text to be sorted: its first eight bytes behind the common prefix as a big-endian integer, so
 // that most comparisons are one integer comparison.
@@ -42,6 +88,7 @@ struct SortKey {
   std::uint64_t head;
   std::string_view bytes;
   std::int32_t index;
+  bool whole;  // whether `bytes` are all of the text, and not its first kMostWritten only
 };
 
 std::uint64_t head_of(std::string_view bytes) {
@@ -51,12 +98,6 @@ std::uint64_t head_of(std::string_view bytes) {
     head |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[i])) << (56U - 8U * i);
   }
   return head;
-}
-
-bool before(const SortKey& a, const SortKey& b) {
-  if (a.head != b.head) return a.head < b.head;
-  const int order = a.bytes.compare(b.bytes);
-  return order != 0 ? order < 0 : a.index < b.index;
 }
 
 std::size_t common_prefix(std::string_view a, std::string_view b, std::size_t limit) {
@@ -75,13 +116,7 @@ std::size_t Text::max_size() const {
 }
 
 std::size_t Text::write(char* out) const {
-  const Shape& shape = kShapes[static_cast<std::size_t>(form_)];
-  char* end = put(out, shape.before);
-  if (source_) end = put(end, source_->bytes);
-  end = put(end, shape.middle);
-  if (shape.numbered) end = std::to_chars(end, end + kMaxDigits, number_).ptr;
-  end = put(end, shape.after);
-  return static_cast<std::size_t>(end - out);
+  return Pieces(source_, form_, number_).write(out, max_size());
 }
 
 void Text::append_to(std::string& out) const {
@@ -103,7 +138,7 @@ int compare(const Text& a, const Text& b) {
     const std::string_view right = b.source() ? b.source()->bytes : std::string_view();
     return left.compare(right);
   }
-  return a.str().compare(b.str());
+  return Pieces(a.source_, a.form_, a.number_).compare({b.source_, b.form_, b.number_});
 }
 
 void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch) {
@@ -113,20 +148,28 @@ void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena
   const std::span<SortKey> keys = scratch.raw_array<SortKey>(texts.size());
   std::size_t shared = static_cast<std::size_t>(-1);
   for (std::size_t i = 0; i < texts.size(); ++i) {
+    const Text& text = texts[i];
     std::string_view bytes;
-    if (texts[i].is_plain()) {
-      if (texts[i].source()) bytes = texts[i].source()->bytes;
+    if (text.is_plain()) {
+      if (text.source_) bytes = text.source_->bytes.substr(0, kMostWritten);
     } else {
-      const std::span<char> written = scratch.raw_array<char>(texts[i].max_size());
-      bytes = {written.data(), texts[i].write(written.data())};
+      const std::span<char> room = scratch.raw_array<char>(std::min(text.max_size(), kMostWritten));
+      const Pieces pieces(text.source_, text.form_, text.number_);
+      bytes = {room.data(), pieces.write(room.data(), room.size())};
     }
-    keys[i] = {0, bytes, static_cast<std::int32_t>(i)};
+    keys[i] = {0, bytes, static_cast<std::int32_t>(i), bytes.size() < kMostWritten};
     shared = i == 0 ? bytes.size() : common_prefix(keys[0].bytes, bytes, shared);
   }
   for (SortKey& key : keys) {
     key.bytes.remove_prefix(shared);
     key.head = head_of(key.bytes);
   }
+  const auto before = [texts](const SortKey& a, const SortKey& b) {
+    if (a.head != b.head) return a.head < b.head;
+    int order = a.bytes.compare(b.bytes);
+    if (order == 0 && !a.whole && !b.whole) order = compare(texts[a.index], texts[b.index]);
+    return order != 0 ? order < 0 : a.index < b.index;
+  };
   if (!std::is_sorted(keys.begin(), keys.end(), before))
     std::sort(keys.begin(), keys.end(), before);
   for (std::size_t place = 0; place < keys.size(); ++place) {

@@ -67,17 +67,19 @@ class Text {
   [[nodiscard]] std::size_t max_size() const;
 
  private:
+  friend int compare(const Text& a, const Text& b);
+  friend void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch);
+
   const TextSource* source_ = nullptr;  // null: the empty text
   std::uint32_t number_ = 0;
   TextForm form_ = TextForm::kPlain;
 };
 
-// Negative, zero or positive as `a` is below, equal to or above `b` by code point. Meant for rare
-// ties: it writes out whichever text is not plain.
+// Negative, zero or positive as `a` is below, equal to or above `b` by code point.
 int compare(const Text& a, const Text& b);
 
 // Sets `rank[i]` to the place of `texts[i]` in code point order, from 0; equal texts stand in index
-// order. Cost: near-linear in the bytes for texts that differ early; n log n comparisons at most.
+// order. Cost: near-linear for texts that differ early; n log n comparisons at most.
 void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch);
 
 }  // namespace quillan::vorn_layered
