@@ -3,6 +3,7 @@
 #include "core/vorn_layered.hpp"
 #include "host/arguments.hpp"
 #include "host/functions.hpp"
+#include "host/notes.hpp"
 #include "host/options.hpp"
 #include "host/payload_reader.hpp"
 #include "host/results.hpp"
@@ -15,19 +16,30 @@ using vorn_layered::LayoutResult;
 
 namespace {
 
-double number_from(PyObject* value) {
-  const double number = PyFloat_AsDouble(value);
-  if (number == -1.0 && PyErr_Occurred() != nullptr) throw PythonError();
-  return number;
+Arguments<4> layout_arguments(PyObject* args, PyObject* kwargs) {
+  try {
+    return {args, kwargs, "OO|O$O:layout", {"nodes", "edges", "options", "component_gap"}};
+  } catch (const PythonError&) {
+    if (PyTuple_GET_SIZE(args) > 3) note("component_gap is given by name: component_gap=...");
+    throw;
+  }
+}
+
+double read_gap(PyObject* given) {
+  if (given == nullptr) return vorn_layered::DEFAULT_COMPONENT_GAP;
+  const double gap = PyFloat_AsDouble(given);
+  if (gap == -1.0 && PyErr_Occurred() != nullptr) {
+    note("while reading the argument component_gap");
+    throw PythonError();
+  }
+  return gap;
 }
 
 PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
   return guarded([&]() -> PyObject* {
-    const Arguments<4> given(args, kwargs, "OO|O$O:layout",
-                             {"nodes", "edges", "options", "component_gap"});
+    const Arguments<4> given = layout_arguments(args, kwargs);
     const State& state = state_of(module);
-    const double component_gap =
-        given[3] == nullptr ? vorn_layered::DEFAULT_COMPONENT_GAP : number_from(given[3]);
+    const double component_gap = read_gap(given[3]);
     const vorn_layered::LayoutOptions read = read_all_options(state, given[2]);
     Arena arena;
     PayloadReader reader(state, given[0], given[1], arena);
@@ -106,7 +118,8 @@ MemoryError
     More than 2**20 ports on a side or 2**24 in a connected part; a connected part of more than
     2**23 nodes, or whose long edges cross more than 2**23 layers in all.
 
-Exceptions of the caller's own objects pass through. There is no partial result.
+Exceptions of the caller's own objects pass through. Notes on an exception say which item and key
+were being read. There is no partial result.
 
 Notes
 -----

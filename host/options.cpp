@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/fields.hpp"
+#include "host/notes.hpp"
 #include "host/texts.hpp"
 
 namespace quillan::host {
@@ -55,7 +56,10 @@ Direction read_direction(const Fields& fields) {
   }
   const std::optional<Direction> direction = vorn_layered::direction_from_text(utf8(value));
   if (!direction) {
-    fields.fail(PyExc_ValueError, "direction: %R is not a valid Direction", value.get());
+    PyErr_Format(PyExc_ValueError, "LayoutOptions: direction: %R is not a valid Direction",
+                 value.get());
+    note("the directions are RIGHT, LEFT, DOWN and UP, in capitals");
+    throw PythonError();
   }
   return *direction;
 }
@@ -92,6 +96,8 @@ void require_options(const State& state, PyObject* options) {
   if (options == Py_None || is_instance(options, state.layout_options)) return;
   PyErr_Format(PyExc_TypeError, "options must be a LayoutOptions or None, not %.200s",
                Py_TYPE(options)->tp_name);
+  if (PyDict_Check(options)) note("for a dict of options pass LayoutOptions(**options)");
+  if (PyUnicode_Check(options)) note("for a direction pass LayoutOptions(direction=...)");
   throw PythonError();
 }
 

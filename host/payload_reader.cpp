@@ -37,10 +37,6 @@ double real(PyObject* value) {
   return PyFloat_AS_DOUBLE(check(PyNumber_Float(value)).get());
 }
 
-std::optional<double> position(const Ref& value) {
-  return is_null(value) ? std::nullopt : std::optional(real(value.get()));
-}
-
 // The nearest integer of the type to an int.
 template <typename Integer>
 Integer clamped(PyObject* integer) {
@@ -64,6 +60,22 @@ std::int32_t index(PyObject* value) {
   return 0;
 }
 
+// The int of a value that failed to be iterated: of a NumPy integer, for instance. Asked for
+// second, since an array of offsets may know how to be an integer, too.
+Ref integer_of(PyObject* value) {
+  if (!PyErr_ExceptionMatches(PyExc_TypeError) || PyIndex_Check(value) == 0) throw PythonError();
+  PyErr_Clear();
+  return check(PyNumber_Index(value));
+}
+
+// The items of a list that the caller gave.
+Ref items_of(const State& state, const char* list, PyObject* given) {
+  Ref items = Ref::steal(PySequence_Tuple(given));
+  if (items) return items;
+  note_place(state, {.list = list, .given = given});
+  throw PythonError();
+}
+
 // The text form of an end of an edge for as long as it takes to look it up.
 struct End {
   explicit End(const Ref& value) {
@@ -81,20 +93,52 @@ struct End {
 PayloadReader::PayloadReader(const State& state, PyObject* nodes, PyObject* edges, Arena& arena)
     : state_(state),
       texts_(arena),
-      nodes_(check(PySequence_Tuple(nodes))),
-      edges_(check(PySequence_Tuple(edges))),
+      nodes_(items_of(state, "nodes", nodes)),
+      edges_(items_of(state, "edges", edges)),
       payload_(size_of(nodes_), size_of(edges_)),
       sides_(size_of(nodes_)) {
-  for (std::size_t i = 0; i < size_of(nodes_); ++i) {
-    payload_.add_node(read_id(node(static_cast<std::int32_t>(i))));
+  noting([&] {
+    enter_list("nodes", nodes_);
+    place_.given = nodes;
+    for (std::size_t i = 0; i < size_of(nodes_); ++i) {
+      enter_item(i);
+      payload_.add_node(read_id(node(static_cast<std::int32_t>(i))));
+    }
+    enter_list("edges", edges_);
+    place_.given = edges;
+    for (std::size_t i = 0; i < size_of(edges_); ++i) {
+      PyObject* const mapping = edge(static_cast<std::int32_t>(i));
+      enter_item(i);
+      check_mapping(mapping);
+      const End source(get(mapping, Key::SOURCE));
+      const End target(get(mapping, Key::TARGET));
+      payload_.add_edge(source.bytes, target.bytes);
+    }
+  });
+}
+
+template <typename Body>
+void PayloadReader::noting(Body body) {
+  try {
+    body();
+  } catch (const PythonError&) {
+    note_place(state_, place_);
+    throw;
+  } catch (const vorn_layered::SizeFault& fault) {
+    PyErr_SetString(PyExc_MemoryError, fault.what());
+    note_place(state_, place_);
+    throw PythonError();
   }
-  for (std::size_t i = 0; i < size_of(edges_); ++i) {
-    PyObject* const mapping = edge(static_cast<std::int32_t>(i));
-    check_mapping(mapping);
-    const End source(get(mapping, Key::SOURCE));
-    const End target(get(mapping, Key::TARGET));
-    payload_.add_edge(source.bytes, target.bytes);
-  }
+}
+
+void PayloadReader::enter_list(const char* list, const Ref& items) {
+  place_.list = list;
+  place_.items = items.get();
+}
+
+void PayloadReader::enter_item(std::size_t number) {
+  place_.number = number;
+  place_.key.reset();
 }
 
 bool PayloadReader::is_mapping(PyObject* value) const {
@@ -114,7 +158,8 @@ void PayloadReader::check_mapping(PyObject* value) const {
 
 // The value of a key, or null where the mapping does not have it. A mapping that makes up values is
 // not made to: whether it has the key is asked first.
-Ref PayloadReader::get(PyObject* mapping, Key key) const {
+Ref PayloadReader::get(PyObject* mapping, Key key) {
+  (place_.port < 0 ? place_.key : place_.port_key) = key;
   PyObject* const name = state_.key(key);
   if (!PyDict_CheckExact(mapping)) {
     if (check(PySequence_Contains(mapping, name)) == 0) return {};
@@ -137,12 +182,17 @@ const TextSource* PayloadReader::read_id(PyObject* mapping) {
 
 void PayloadReader::read(const Component& component, Direction direction) {
   port_count_ = 0;
-  for (const std::int32_t number : component.nodes) read_node(number, direction);
-  for (const std::int32_t number : component.edges) read_edge(number);
+  noting([&] {
+    enter_list("nodes", nodes_);
+    for (const std::int32_t number : component.nodes) read_node(number, direction);
+    enter_list("edges", edges_);
+    for (const std::int32_t number : component.edges) read_edge(number);
+  });
 }
 
 void PayloadReader::read_node(std::int32_t number, Direction direction) {
   PyObject* const mapping = node(number);
+  enter_item(number);
   NodeRow& row = payload_.nodes[number];
   if (const Ref width = get(mapping, Key::WIDTH); is_true(width)) row.width = real(width.get());
   if (const Ref height = get(mapping, Key::HEIGHT); is_true(height)) {
@@ -151,43 +201,54 @@ void PayloadReader::read_node(std::int32_t number, Direction direction) {
   const Ref x = get(mapping, Key::X);
   const Ref y = get(mapping, Key::Y);
   // The position along the flow comes first: where both are unusable, it is the one that fails.
-  if (is_transposed(direction)) row.y = position(y);
-  row.x = position(x);
-  if (!is_transposed(direction)) row.y = position(y);
+  if (is_transposed(direction)) row.y = read_position(Key::Y, y);
+  row.x = read_position(Key::X, x);
+  if (!is_transposed(direction)) row.y = read_position(Key::Y, y);
   row.input_ports = read_ports(get(mapping, Key::INPUT_PORTS).get());
   row.output_ports = read_ports(get(mapping, Key::OUTPUT_PORTS).get());
   sides_[number] = {row.input_ports.count > 0, row.output_ports.count > 0};
 }
 
+std::optional<double> PayloadReader::read_position(Key key, const Ref& value) {
+  place_.key = key;
+  return is_null(value) ? std::nullopt : std::optional(real(value.get()));
+}
+
 PortSpec PayloadReader::read_ports(PyObject* spec) {
   if (spec == nullptr || spec == Py_None) return {};
-  if (!PyLong_Check(spec)) return walk_ports(spec);
-  const std::int32_t count = clamped<std::int32_t>(spec);
+  if (PyLong_Check(spec)) return count_ports(spec);
+  PortSpec list{0, true, payload_.ports.size()};
+  if (PyList_CheckExact(spec)) {
+    // The list may shrink or grow while its items are converted.
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(spec); ++i) {
+      add_port(Ref::borrow(PyList_GET_ITEM(spec, i)).get(), list);
+    }
+  } else {
+    const Ref iterator = Ref::steal(PyObject_GetIter(spec));
+    if (!iterator) return count_ports(integer_of(spec).get());
+    while (const Ref item = Ref::steal(PyIter_Next(iterator.get()))) add_port(item.get(), list);
+    if (PyErr_Occurred() != nullptr) throw PythonError();
+  }
+  port_count_ += list.count;
+  return list;
+}
+
+PortSpec PayloadReader::count_ports(PyObject* integer) {
+  const std::int32_t count = clamped<std::int32_t>(integer);
   if (count <= 0) return {};
   vorn_layered::check_port_count(count, port_count_);
   port_count_ += count;
   return {count};
 }
 
-PortSpec PayloadReader::walk_ports(PyObject* items) {
-  PortSpec spec{0, true, payload_.ports.size()};
-  const auto visit = [&](PyObject* item) {
-    // At every item, for there may be no end to them.
-    vorn_layered::check_port_count(++spec.count, port_count_);
-    payload_.ports.push_back(read_port(item));
-  };
-  if (PyList_CheckExact(items)) {
-    // The list may shrink or grow while its items are converted.
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items); ++i) {
-      visit(Ref::borrow(PyList_GET_ITEM(items, i)).get());
-    }
-  } else {
-    const Ref iterator = check(PyObject_GetIter(items));
-    while (const Ref item = Ref::steal(PyIter_Next(iterator.get()))) visit(item.get());
-    if (PyErr_Occurred() != nullptr) throw PythonError();
-  }
-  port_count_ += spec.count;
-  return spec;
+void PayloadReader::add_port(PyObject* item, PortSpec& list) {
+  place_.port = list.count;
+  place_.port_key.reset();
+  place_.port_is_str = PyUnicode_Check(item) != 0;
+  // At every item, for there may be no end to them.
+  vorn_layered::check_port_count(++list.count, port_count_);
+  payload_.ports.push_back(read_port(item));
+  place_.port = -1;
 }
 
 PortRow PayloadReader::read_port(PyObject* item) {
@@ -202,13 +263,14 @@ void PayloadReader::read_edge(std::int32_t number) {
   EdgeRow& row = payload_.edges[number];
   if (row.is_left_out()) return;
   PyObject* const mapping = edge(number);
+  enter_item(number);
   if (const Ref id = get(mapping, Key::ID); is_true(id)) row.id = texts_.keep(text_form(id.get()));
   row.source_port = read_index(mapping, Key::SOURCE_PORT, sides_[row.source].output);
   row.target_port = read_index(mapping, Key::TARGET_PORT, sides_[row.target].input);
 }
 
 // The index that an edge asks for, which gets a port at a side that had none.
-std::int32_t PayloadReader::read_index(PyObject* mapping, Key key, bool& has_ports) const {
+std::int32_t PayloadReader::read_index(PyObject* mapping, Key key, bool& has_ports) {
   if (!std::exchange(has_ports, true)) return 0;
   const Ref value = get(mapping, key);
   return is_null(value) ? 0 : index(value.get());

@@ -3,7 +3,7 @@
 // Only the keys of this file's Key are ever looked up, and only where something depends on them:
 // not in a node whose twin takes its place, not in an edge that is left out, and no port index of a
 // side that has no ports. Values of the exact built-in types are read directly; all others go
-// through Python's own protocols, with Python's own exceptions.
+// through Python's own protocols, with Python's own exceptions and a note that leads to the item.
 //
 // Example:
 //   PayloadReader reader(state, nodes, edges, arena);
@@ -14,9 +14,11 @@
 #define QUILLAN_HOST_PAYLOAD_READER_HPP_
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "core/exchange/payload.hpp"
+#include "host/notes.hpp"
 #include "host/state.hpp"
 #include "host/texts.hpp"
 
@@ -41,17 +43,24 @@ class PayloadReader {
   static PyObject* item(const Ref& items, std::int32_t number) {
     return PyTuple_GET_ITEM(items.get(), number);
   }
+  // Runs `body`; an exception that leaves it gets a note of where the reader was.
+  template <typename Body>
+  void noting(Body body);
+  void enter_list(const char* list, const Ref& items);
+  void enter_item(std::size_t number);
   bool is_mapping(PyObject* value) const;
   void check_mapping(PyObject* value) const;
-  Ref get(PyObject* mapping, Key key) const;
+  Ref get(PyObject* mapping, Key key);
 
   const vorn_layered::TextSource* read_id(PyObject* mapping);
   void read_node(std::int32_t number, vorn_layered::Direction direction);
   vorn_layered::PortSpec read_ports(PyObject* spec);
-  vorn_layered::PortSpec walk_ports(PyObject* items);
+  vorn_layered::PortSpec count_ports(PyObject* integer);
+  void add_port(PyObject* item, vorn_layered::PortSpec& list);
   vorn_layered::PortRow read_port(PyObject* item);
+  std::optional<double> read_position(Key key, const Ref& value);
   void read_edge(std::int32_t number);
-  std::int32_t read_index(PyObject* mapping, Key key, bool& has_ports) const;
+  std::int32_t read_index(PyObject* mapping, Key key, bool& has_ports);
 
   // Which sides of a node have ports by now, those included that edges ask for.
   struct Sides {
@@ -68,6 +77,7 @@ class PayloadReader {
   vorn_layered::Payload payload_;
   std::vector<Sides> sides_;
   std::int64_t port_count_ = 0;  // declared in the component so far
+  Place place_;
 };
 
 }  // namespace quillan::host
