@@ -248,9 +248,9 @@ void GraphImage::read_layers() {
     graph.layers.push_back(members);
   }
   if ((use_.writes & PLACES) == 0) return;
-  // Moving the whole drawing moves those nodes too that stand in no layer.
-  for (std::size_t i = 0; i < inside_; ++i) {
-    Node& entry = nodes_[i];
+  // Nodes in no layer are not placed: where they stand counts for their neighbours, and for how far
+  // the whole drawing is moved.
+  for (Node& entry : nodes_) {
     if (entry.layered) continue;
     const Fields fields(state_, entry.record.get());
     entry.x = entry.node->x = fields.real(Field::kX);

@@ -171,6 +171,7 @@ std::int64_t count_crossings(const LayerOrders& orders) {
 }
 
 std::int64_t count_crossings(LGraph& graph) {
+  require_known_ends(graph);
   if (graph.layers.size() < 2) return 0;
   const Arena::Frame frame(graph.scratch);
   return count_crossings(LayerOrders(graph));

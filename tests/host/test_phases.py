@@ -85,6 +85,8 @@ class HandMade(unittest.TestCase):
                     function(graph)
                 self.assertEqual(caught.exception.args, ("z",))
                 self.assertEqual(pickle.dumps(graph), before)
+        with self.assertRaises(KeyError):  # even where no layer could hold a crossing
+            engine.count_crossings(LGraph(graph.nodes, graph.edges))
         graph.options.edge_routing = "POLYLINE"
         graph.edges[-1].bend_points = [(1.0, 1.0)]
         engine.route_edges(graph)
