@@ -204,6 +204,15 @@ def placement_strategy() -> Panels:
     return each(net, "placement_strategy", "BRANDES_KOEPF", "SIMPLE")
 
 
+def network_simplex() -> Panels:
+    """Nodes lined up by their middles, and by their ports."""
+    tall = {"height": 110.0}
+    net = graph("A>B>C A>D>E A>E", A={**tall, "output_ports": 3}, E={**tall, "input_ports": 2})
+    edges = [{**edge, "source_port": port, "target_port": int(edge["id"] == "A>E")}
+             for edge, port in zip(net.edges, (0, 0, 1, 0, 2), strict=True)]
+    return each(Graph(net.nodes, edges), "placement_strategy", "BRANDES_KOEPF", "NETWORK_SIMPLEX")
+
+
 def edge_routing() -> Panels:
     """Segments along the axes, and straight ones."""
     net = graph("A>B>C A>D>C A>C")
@@ -339,7 +348,7 @@ def dummies() -> Panels:
 SMALL: tuple[Callable[[], Panels], ...] = (
     direction, interactive, interactive_crossing, interactive_again, cycle_breaking_strategy,
     layering_strategy, minimum_length, crossing_strategy, sifting, placement_strategy,
-    edge_routing, thoroughness,
+    network_simplex, edge_routing, thoroughness,
     spacing_node_node, spacing_node_node_between_layers, spacing_edge_edge, spacing_edge_node,
     padding_left, padding_top, component_gap, ports, dummies,
 )

@@ -100,7 +100,8 @@ class Draw {
     options.layering_strategy =
         pick({"AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"});
     options.crossing_strategy = pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE", "SIFTING"});
-    options.placement_strategy = pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE", ""});
+    options.placement_strategy =
+        pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE", ""});
     options.edge_routing = pick({"ORTHOGONAL", "ORTHOGONAL", "POLYLINE"});
     for (double* field : {&options.spacing_node_node, &options.spacing_node_node_between_layers,
                           &options.spacing_edge_edge, &options.spacing_edge_node,

@@ -70,8 +70,8 @@ Lay out a graph and return `(positions, routes)`.
 Parameters
 ----------
 nodes : iterable of mappings
-    One mapping a node, with these keys; others are ignored. Numbers may be given as text.
-    "id" (required): any value; its text is the node's id in the result, so that 7 and "7" are
+    One mapping per node, with these keys; others are ignored. Numbers may be given as str.
+    "id" (required): any value; its str is the node's id in the result, so that 7 and "7" are
         one id. Of nodes with equal ids the last one counts.
     "width", "height": size of the box; 140.0 by 56.0 where missing, None, empty or 0.
     "x", "y": current top-left corner, read by the "INTERACTIVE" strategies only; missing and
@@ -86,7 +86,7 @@ edges : iterable of mappings
         itself, is left out.
     "source_port", "target_port": position, from 0, among the output ports of the source and the
         input ports of the target; the first port where missing, malformed or out of range.
-    "id": any value; its text is the edge's id in the result. Where missing, None, empty or 0:
+    "id": any value; its str is the edge's id in the result. Where missing, None, empty or 0:
         "e" and the position in `edges`.
 options : LayoutOptions, optional
     None means the defaults.
@@ -109,9 +109,9 @@ Raises
 KeyError
     A node has no "id".
 ValueError
-    A text is no number, or names no direction.
+    A str is not a number, or does not name a direction.
 TypeError
-    A node or edge is no mapping, or another value is of a type that cannot serve.
+    A node or an edge is not a mapping, or another value is of a type that cannot be used.
 OverflowError
     A port index is infinite where the node has ports; an int is too large for a float.
 MemoryError
@@ -123,7 +123,7 @@ were being read. There is no partial result.
 
 Notes
 -----
-Near-linear in nodes, edges and the layers that edges cross, beside network simplex in parts of
+Near-linear in nodes, edges and the layers that edges cross, apart from network simplex in parts of
 up to NETWORK_SIMPLEX_NODE_LIMIT nodes. The interpreter's lock is held throughout. Equal calls
 give equal results to the last bit, on every machine with IEEE arithmetic.
 

@@ -154,9 +154,9 @@ Read a payload, as `layout` takes it, into a new `LGraph` in the normalised fram
 
 Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers.
 `graph.options` is `options.resolved()`. Edges with an unknown end and edges from a node to itself
-are skipped; a default edge id counts positions in `edges`. Parts that are not connected are not split: `weakly_connected_components`
-does that, and `layout` builds one graph a part. Nodes with equal ids all become nodes, and edges
-go to the last.
+are skipped; a default edge id counts positions in `edges`. Parts that are not connected are not
+split: `weakly_connected_components` does that, and `layout` builds one graph for each part. Nodes
+with equal ids all become nodes, and edges go to the last.
 
 Raises what `layout` raises. Linear in nodes, edges and ports.
 )doc"},
@@ -174,15 +174,16 @@ Raises TypeError or ValueError, naming the record and the field, for a value tha
      R"doc(node_positions(graph)
 --
 
-Top-left corners of the real nodes in the caller's frame: a dict of id to `(x, y)`, `nodes` order.
+Top-left corners of the real nodes in the caller's frame: a dict from id to `(x, y)`, in the order of
+`nodes`.
 
-Parts are not packed; that is `layout`'s. Linear in the nodes. Raises what `graph_extent` raises.
+Parts are not packed; `layout` does that. Linear in the nodes. Raises what `graph_extent` raises.
 )doc"},
     {"edge_routes", with_keywords(edge_routes), kKeywords,
      R"doc(edge_routes(graph)
 --
 
-Polylines in the caller's frame: a dict of edge id to a list of `(x, y)`, in the order of
+Polylines in the caller's frame: a dict from edge id to a list of `(x, y)`, in the order of
 `chains`.
 
 An edge that phase 1 reversed has none. Points run from source port to target port; a point within
@@ -199,7 +200,7 @@ caller's own mappings in payload order.
 Parts come in the order of their first node. An edge with an unknown end is in no part, an edge
 from a node to itself in its node's. Of nodes with equal ids the last one counts.
 
-Raises KeyError for a node without "id" and TypeError for an item that is no mapping. Near-linear,
+Raises KeyError for a node without "id" and TypeError for an item that is not a mapping. Near-linear,
 by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorithms", 1984).
 )doc"},
     {"break_cycles", with_keywords(run_phase<vorn_layered::break_cycles, uses::BREAK_CYCLES>),
@@ -210,13 +211,17 @@ by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorit
 Phase 1: flip edges in place until the graph has no cycle.
 
 `graph.options.cycle_breaking_strategy` chooses the order of the nodes against which no edge may
-run. On a flipped edge source and target are exchanged, and `reversed` and its entry in
-`graph.reversed_originals` are True; ports keep their side.
+run. On a flipped edge source and target are exchanged; its ports keep their side.
+
+Reads: `nodes`, the ends of `edges`, `options.cycle_breaking_strategy`; for "INTERACTIVE" also the
+nodes' `origin_x`, `origin_y` and `width`, and `options.direction`.
+
+Writes: `source`, `target` and `reversed` of the edges that it flips, and `reversed_originals`.
 
 Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and Smyth, "A Fast
-and Effective Heuristic for the Feedback Arc Set Problem", 1993; Tarjan, "Depth-First Search and
-Linear Graph Algorithms", 1972.)
+the graph is then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and
+Smyth, "A Fast and Effective Heuristic for the Feedback Arc Set Problem", 1993; Tarjan,
+"Depth-First Search and Linear Graph Algorithms", 1972.)
 )doc"},
     {nullptr, nullptr, 0, nullptr}};
 
@@ -228,17 +233,22 @@ PyMethodDef PHASE_FUNCTIONS[] = {
 
 Phase 2: give every node a layer from 0, split long edges by dummies, and fill `graph.layers`.
 
-Wants the acyclic graph that phase 1 leaves. `graph.options.layering_strategy` chooses;
+Expects the acyclic graph that phase 1 leaves. `graph.options.layering_strategy` chooses.
 "NETWORK_SIMPLEX", which makes the total length of the edges small, is taken up to
 NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes it as small as it
-can be at any size. Afterwards every segment of an edge in
-`graph.chains` joins a layer to the next.
+can be at any size. Afterwards every segment of an edge in `graph.chains` joins a layer to the next.
 
-Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. MemoryError where the split would take more than 2**23 dummies. Linear in
-nodes, edges and dummies, n log n for "INTERACTIVE", up to 300 pivots for "NETWORK_SIMPLEX", and for
-"MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and edge.
-(Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993, section 2.)
+Reads: `nodes`, the ends of `edges`, `chains`, `_counter`, `options.layering_strategy`, and the
+nodes' `origin_x` and `origin_y`; for "INTERACTIVE" also their `width`, and `options.direction`.
+
+Writes: `layer` and `order` of all nodes, and `layers`; where an edge is split, also `nodes`,
+`edges`, `chains` and `_counter`.
+
+Raises what `break_cycles` raises, and MemoryError where the split would take more than 2**23
+dummies. Linear in nodes, edges and dummies; n log n for "INTERACTIVE"; up to 300 pivots for
+"NETWORK_SIMPLEX", and for "MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and
+edge. (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993,
+section 2.)
 )doc"},
     {"insert_dummy_nodes",
      with_keywords(run_phase<vorn_layered::insert_dummy_nodes, uses::INSERT_DUMMY_NODES>),
@@ -248,9 +258,14 @@ nodes, edges and dummies, n log n for "INTERACTIVE", up to 300 pivots for "NETWO
 
 Split every edge that spans more than one layer into segments joined by dummies of no size.
 
-Works from the nodes' `layer` and from the entries of `graph.chains` that hold one edge; a second
-run changes nothing. Dummies are appended to `graph.nodes`, segments to `graph.edges`;
-`graph.layers` is left to `rebuild_layers`. `assign_layers` does both.
+`assign_layers` does this too. A second run changes nothing, and `graph.layers` is left to
+`rebuild_layers`.
+
+Reads: `edges`, the entries of `chains` that hold one edge, `layer`, `origin_x` and `origin_y` of
+the nodes that these join, and `_counter`.
+
+Writes: where an edge is split, `nodes`, to which dummies are appended, `edges`, to which segments
+are, `chains` and `_counter`.
 
 Raises what `assign_layers` raises. Linear in edges plus new dummies.
 )doc"},
@@ -262,8 +277,13 @@ The number of crossings between segments of neighbouring layers, as `graph.layer
 
 The order of ports counts on both ends. A graph without layers has none.
 
-Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read, and
-KeyError with the id of an end that is not in `graph.nodes`. s log s for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting", 2002).
+Reads: `nodes`, `layers`, the ends of `edges` and the `index` of their ports.
+
+Writes: nothing.
+
+Raises what `break_cycles` raises, and KeyError with the id of an end that is not in `graph.nodes`.
+s log s for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting",
+2002).
 )doc"},
     {"reduce_crossings",
      with_keywords(run_phase<vorn_layered::reduce_crossings, uses::REDUCE_CROSSINGS>), kKeywords,
@@ -276,10 +296,16 @@ Phase 3: reorder the nodes inside `graph.layers` to cut crossings, and write the
 `thoroughness` bounds the sweeps over the layers. The result never has more crossings than the
 first order.
 
-Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. KeyError with the id of an end that is not in `graph.nodes`, and TypeError if
-`thoroughness` is not an integer, where sweeps are made. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for Visual Understanding of
-Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo, 1993, section 3.)
+Reads: `layers`, the ends of `edges`, the `index` of their ports, `options.crossing_strategy` and
+`options.thoroughness`; for "INTERACTIVE" also the nodes' `origin_x`, `origin_y` and `width`, and
+`options.direction`.
+
+Writes: `layers`, and `order` of the nodes in them.
+
+Raises what `count_crossings` raises, and TypeError if `thoroughness` is not an integer, where
+sweeps are made. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for
+Visual Understanding of Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo,
+1993, section 3.)
 )doc"},
     {"place_nodes", with_keywords(run_phase<vorn_layered::place_nodes, uses::PLACE_NODES>),
      kKeywords,
@@ -288,13 +314,23 @@ Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo, 1993, 
 
 Phase 4: coordinates of all nodes, dummies included, in the normalised frame.
 
-Writes `x` and `y` and nothing else; a graph without layers is left alone. The boxes of a layer
-keep their spacing where spacings are not negative, and the least coordinates are the paddings.
-`graph.options.placement_strategy` chooses.
+A graph without layers is left alone. The boxes of a layer keep their spacing where spacings are not
+negative, and the least coordinates are the paddings. `graph.options.placement_strategy` chooses.
 
+<<<<<<< HEAD
 Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
-Assignment", 2002.)
+the graph is then left as it was. Near-linear; "NETWORK_SIMPLEX" takes as many pivots as it needs,
+within 1000 steps for each node and edge. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
+Assignment", 2002; Gansner, Koutsofios, North and Vo, 1993, section 4.)
+=======
+Reads: `layers`, the ends of `edges`, `width`, `height`, `kind` and `order` of the nodes,
+`options.placement_strategy`, the spacings and the paddings.
+
+Writes: `x` and `y` of the nodes in `layers`.
+
+Raises what `count_crossings` raises. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal
+Coordinate Assignment", 2002.)
+>>>>>>> 85d4a20 (Make a page of all names from the docstrings)
 )doc"},
     {"route_edges", with_keywords(run_phase<vorn_layered::route_edges, uses::ROUTE_EDGES>),
      kKeywords,
@@ -305,12 +341,15 @@ Phase 5: `bend_points` of all segments, in the normalised frame.
 
 With "ORTHOGONAL", segments of one gap between layers that overlap across the flow get tracks of
 their own, and layers behind a gap that is too narrow for its tracks move along the flow, by their
-`x`. Every other value of `graph.options.edge_routing` leaves straight segments without bend
-points.
+`x`. With "POLYLINE", or a value that is not known, segments are straight and have no bend points.
 
-Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. s log s for s segments: greedy colouring of intervals, first track that is
-free.
+Reads: `layers`, the ends of `edges`, the `offset` of their ports, `width`, `layer`, `x` and `y` of
+the nodes, `options.edge_routing`, `options.spacing_edge_edge` and `options.spacing_edge_node`.
+
+Writes: `bend_points` of the edges, and `x` of the nodes that it moves.
+
+Raises what `count_crossings` raises. s log s for s segments: greedy colouring of intervals, first
+track that is free.
 )doc"},
     {"run_phases", with_keywords(run_phase<vorn_layered::run_phases, uses::RUN_PHASES>), kKeywords,
      R"doc(run_phases(graph)

@@ -17,7 +17,7 @@ import enum as _enum
 
 
 class Direction(_enum.StrEnum):
-    """Where the flow of a drawing runs. Every value is its own name as text."""
+    """Where the flow of a drawing runs. Every value is its own name as a str."""
 
     RIGHT = "RIGHT"
     LEFT = "LEFT"
@@ -43,7 +43,7 @@ class PortSide(_enum.StrEnum):
 
 
 class NodeKind(_enum.StrEnum):
-    """NORMAL is a node of the caller, LONG_EDGE a dummy that splits a long edge."""
+    """NORMAL is a node of the caller's, LONG_EDGE a dummy that splits a long edge."""
 
     NORMAL = "NORMAL"
     LONG_EDGE = "LONG_EDGE"
@@ -71,7 +71,7 @@ class LayoutOptions:
 
     Lengths are in the caller's units.
 
-    direction: where the flow runs, a `Direction` or its text.
+    direction: where the flow runs: a `Direction` or its name.
     interactive: keep the arrangement that the nodes' `x` and `y` show: it turns the three automatic
         strategies into "INTERACTIVE".
     cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
@@ -79,18 +79,21 @@ class LayoutOptions:
         (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
     crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE" or
         "NONE".
-    placement_strategy: "SIMPLE" or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
+    placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires) or "BRANDES_KOEPF";
+        "LINEAR_SEGMENTS" is accepted for the latter.
     edge_routing: "ORTHOGONAL" or "POLYLINE".
     spacing_node_node: gap across the flow between two nodes of a layer.
     spacing_node_node_between_layers: gap along the flow between two layers.
     spacing_edge_edge: gap across the flow between two long edges, and the least pitch of tracks.
     spacing_edge_node: gap across the flow between a long edge and a node, and the margin between
         nodes and the tracks beside them.
-    padding_left, padding_top: least coordinates of the drawing along and across the flow.
+    padding_left: least coordinate of the drawing along the flow; see the guide for LEFT and UP.
+    padding_top: least coordinate of the drawing across the flow; see the guide for DOWN and UP.
     thoroughness: bound on the sweeps that reduce crossings, and what "SIFTING" may cost, where more
         than 100 buys nothing; below 1 counts as 1.
 
-    Strategies are compared exactly; an unknown text takes the last choice of its phase.
+    Strategies are compared exactly; an unknown one means "GREEDY", "LONGEST_PATH", "LAYER_SWEEP",
+    "BRANDES_KOEPF" or "POLYLINE".
     """
 
     direction: Direction = _DirectionField()
@@ -121,8 +124,13 @@ class LayoutOptions:
 class LPort:
     """A connection point on one side of a node.
 
-    offset is the distance from the node's origin along the cross axis; index counts the ports of
-    the side from 0. No phase changes side, index or offset.
+    id: the name of the port.
+    node: the node that it belongs to.
+    side: WEST where edges enter, EAST where they leave.
+    index: its position among the ports of its side, from 0.
+    offset: distance from the node's near corner across the flow.
+
+    No phase changes a port.
     """
 
     id: str
@@ -146,8 +154,18 @@ class LPort:
 class LNode:
     """A node of the layered graph in the normalised frame: a real node or a dummy.
 
-    width and x run along the flow axis, height and y across it; x and y are the near corner.
-    origin_x and origin_y are where the caller had the node, None where the caller said nothing.
+    id: the caller's id as a str, or a made one for a dummy.
+    width: size of the box along the flow.
+    height: size of the box across the flow.
+    kind: whether it is a real node or a dummy.
+    origin_x: where the caller had the node along the flow; None where nothing was said.
+    origin_y: where the caller had the node across the flow; None where nothing was said.
+    layer: number of its layer, from 0.
+    order: its position inside the layer, from 0.
+    x: where the box begins along the flow.
+    y: where the box begins across the flow.
+    in_ports: the ports where edges enter, by index.
+    out_ports: the ports where edges leave, by index.
     """
 
     id: str
@@ -186,10 +204,14 @@ LPort.__dataclass_fields__["node"].type = LNode
 
 @_dataclasses.dataclass(eq=False)
 class LEdge:
-    """One segment of a connection, in layering direction.
+    """One segment of a connection, in the direction of the layers.
 
-    origin_id is the id of the caller's edge that it belongs to. bend_points are (x, y) tuples
-    between source and target, in that order.
+    id: the name of the segment; that of the caller's edge until the edge is split.
+    source: the port where it begins.
+    target: the port where it ends.
+    origin_id: the id of the caller's edge that it belongs to.
+    reversed: whether phase 1 exchanged its source and target.
+    bend_points: (x, y) tuples between source and target, in that order.
     """
 
     id: str
@@ -214,16 +236,19 @@ class LEdge:
 class LGraph:
     """The intermediate graph on which the phases work, in the normalised frame.
 
-    nodes are the real nodes in payload order, then the dummies in order of creation. edges are all
-    current segments. chains maps the id of a caller's edge to its segments in flow order,
-    reversed_originals the same id to whether phase 1 flipped the edge. layers lists the nodes of
-    each layer in order.
+    nodes: the real nodes in payload order, then the dummies in order of creation.
+    edges: all current segments.
+    options: the options, with every strategy that was "AUTO" pinned to a value.
+    chains: the id of a caller's edge, and its segments in the order of the flow.
+    reversed_originals: the id of a caller's edge, and whether phase 1 reversed it.
+    layers: the nodes of each layer, in order.
+    _counter: the last number that `next_id` has given out.
 
     A graph may be built or changed by hand: nodes appended, edges removed, ports made for one edge
-    alone. No phase looks at the port lists of a node; what counts of a port is its node, side, index
-    and offset. An edge is split where it is long, and has a route, by its entry in chains. Each
-    function reads what it needs and nothing else, and raises TypeError or ValueError, naming the
-    record and the field, for what it cannot read; the graph is then left as it was.
+    alone. No phase looks at the port lists of a node; what counts of a port is its node, side,
+    index and offset. An edge is split where it is long, and has a route, by its entry in chains.
+    Each function reads what it needs and nothing else, and raises TypeError or ValueError, naming
+    the record and the field, for what it cannot read; the graph is then left as it was.
     """
 
     nodes: list[LNode] = _dataclasses.field(default_factory=list)
@@ -244,11 +269,11 @@ class LGraph:
         return next((node for node in self.nodes if node.id == node_id), None)
 
     def real_nodes(self) -> list[LNode]:
-        """A new list of the nodes that are no dummies, in `nodes` order."""
+        """A new list of the nodes that are not dummies, in `nodes` order."""
         return [node for node in self.nodes if not node.is_dummy]
 
     def rebuild_layers(self) -> None:
-        """Regroup the nodes into `layers` by their layer and renumber `order`.
+        """Regroup the nodes into `layers` by their layer, and renumber `order`.
 
         Inside a layer nodes sort by `order`, equal ones in `nodes` order. Raises ValueError for a
         layer below 0.

@@ -19,7 +19,8 @@ _CycleBreaking: TypeAlias = Literal["AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIV
 _Layering: TypeAlias = (
     Literal["AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"] | str)
 _Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "SIFTING", "INTERACTIVE", "NONE"] | str
-_Placement: TypeAlias = Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "SIMPLE"] | str
+_Placement: TypeAlias = (
+    Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE"] | str)
 _Routing: TypeAlias = Literal["ORTHOGONAL", "POLYLINE"] | str
 
 class Direction(StrEnum):
@@ -41,6 +42,7 @@ class NodeKind(StrEnum):
     LONG_EDGE = "LONG_EDGE"
 
 AUTO: Final = "AUTO"
+"""The value of a strategy that leaves the choice to `LayoutOptions.resolved`."""
 
 class _DirectionField:
     def __get__(self, options: object, owner: type | None = None) -> Direction: ...
@@ -141,7 +143,9 @@ class LGraph:
     def rebuild_layers(self) -> None: ...
 
 DEFAULT_NODE_WIDTH: Final = 140.0
+"""Width of a node whose mapping gives none."""
 DEFAULT_NODE_HEIGHT: Final = 56.0
+"""Height of a node whose mapping gives none."""
 
 def build_graph(nodes: _Nodes, edges: _Edges, options: LayoutOptions | None = None) -> LGraph: ...
 def graph_extent(graph: LGraph) -> tuple[float, float]: ...
@@ -153,6 +157,8 @@ def weakly_connected_components(
 def break_cycles(graph: LGraph) -> None: ...
 
 NETWORK_SIMPLEX_NODE_LIMIT: Final = 400
+"""The most nodes of a connected part for which "NETWORK_SIMPLEX" is taken; beyond it,
+"LONGEST_PATH" is."""
 
 def assign_layers(graph: LGraph) -> None: ...
 def insert_dummy_nodes(graph: LGraph) -> None: ...

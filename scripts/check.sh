@@ -174,7 +174,7 @@ check_typing() {
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
   "$own" -m mypy.stubtest --allowlist tests/typing/stubtest_allowlist.txt quillan.core.vorn_layered
   "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py examples/check_payload.py \
-    bench/run.py bench/quality.py host/write_stub.py
+    bench/run.py bench/quality.py host/write_stub.py docs/make_api.py
   PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
 }
 
@@ -194,6 +194,7 @@ check_docs() {
   own=$(venv editor "${pins[@]}")
   export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
   "$own" -m doctest scripts/index_readme.py
+  "$own" docs/make_api.py --check
   "$own" docs/run_blocks.py
   "$own" examples/option_pictures.py --check
 }

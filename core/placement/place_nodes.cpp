@@ -9,6 +9,8 @@ void place_nodes(LGraph& graph) {
   _assign_layer_x(graph);
   if (graph.options.placement_strategy == "SIMPLE") {
     _place_simple_y(graph);
+  } else if (graph.options.placement_strategy == "NETWORK_SIMPLEX") {
+    place_network_simplex_y(graph);
   } else {
     _place_brandes_kopf_y(graph);
     _pack_layer_overlaps(graph);

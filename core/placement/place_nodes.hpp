@@ -23,6 +23,10 @@ void _place_simple_y(LGraph& graph);
 // at least one node. Near-linear, see _compact_blocks.
 void _place_brandes_kopf_y(LGraph& graph);
 
+// Least weighted length of all segments across the flow, from what Brandes-Koepf gives. See
+// straighten(); where a length is absurd, boxes are only pushed apart.
+void place_network_simplex_y(LGraph& graph);
+
 // Pushes the boxes of each layer apart towards larger y, in order of their y. m log m per layer,
 // linear where the layer's list is in that order already.
 void _pack_layer_overlaps(LGraph& graph);
