@@ -317,20 +317,15 @@ Phase 4: coordinates of all nodes, dummies included, in the normalised frame.
 A graph without layers is left alone. The boxes of a layer keep their spacing where spacings are not
 negative, and the least coordinates are the paddings. `graph.options.placement_strategy` chooses.
 
-<<<<<<< HEAD
-Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
-the graph is then left as it was. Near-linear; "NETWORK_SIMPLEX" takes as many pivots as it needs,
-within 1000 steps for each node and edge. (Brandes and Koepf, "Fast and Simple Horizontal Coordinate
-Assignment", 2002; Gansner, Koutsofios, North and Vo, 1993, section 4.)
-=======
 Reads: `layers`, the ends of `edges`, `width`, `height`, `kind` and `order` of the nodes,
-`options.placement_strategy`, the spacings and the paddings.
+`options.placement_strategy`, the spacings and the paddings; for "NETWORK_SIMPLEX" also the rest of
+the nodes and ports.
 
 Writes: `x` and `y` of the nodes in `layers`.
 
-Raises what `count_crossings` raises. Near-linear. (Brandes and Koepf, "Fast and Simple Horizontal
-Coordinate Assignment", 2002.)
->>>>>>> 85d4a20 (Make a page of all names from the docstrings)
+Raises what `count_crossings` raises. Near-linear; "NETWORK_SIMPLEX" takes as many pivots as it
+needs, within 1000 steps for each node and edge. (Brandes and Koepf, "Fast and Simple Horizontal
+Coordinate Assignment", 2002; Gansner, Koutsofios, North and Vo, 1993, section 4.)
 )doc"},
     {"route_edges", with_keywords(run_phase<vorn_layered::route_edges, uses::ROUTE_EDGES>),
      kKeywords,
