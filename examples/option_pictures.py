@@ -146,11 +146,12 @@ def interactive() -> Panels:
 
 
 def interactive_crossing() -> Panels:
-    """An order of the user's that has crossings, and what the sweeps make of it."""
+    """An order of the user's that has crossings, what the sweeps make of it, and kept."""
     crossed = graph("A>C A>D A>E B>D",
                     {"A": (0, 40), "B": (0, 130), "C": (150, 100), "D": (150, 0),
                      "E": (150, 190)})
-    return [given(crossed), drawn(crossed, "interactive=True", interactive=True)]
+    return [given(crossed), drawn(crossed, "interactive=True", interactive=True),
+            drawn(crossed, 'and "KEEP"', interactive=True, crossing_strategy="KEEP")]
 
 
 def interactive_again() -> Panels:

@@ -77,8 +77,8 @@ class LayoutOptions:
     cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
     layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "MINIMUM_LENGTH"
         (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
-    crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE" or
-        "NONE".
+    crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE",
+        "KEEP" (the order that the user sees) or "NONE".
     placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires) or "BRANDES_KOEPF";
         "LINEAR_SEGMENTS" is accepted for the latter.
     edge_routing: "ORTHOGONAL" or "POLYLINE".

@@ -18,7 +18,7 @@ _DirectionName: TypeAlias = Literal["RIGHT", "LEFT", "DOWN", "UP"]
 _CycleBreaking: TypeAlias = Literal["AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"] | str
 _Layering: TypeAlias = (
     Literal["AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"] | str)
-_Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "SIFTING", "INTERACTIVE", "NONE"] | str
+_Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "SIFTING", "INTERACTIVE", "KEEP", "NONE"] | str
 _Placement: TypeAlias = (
     Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE"] | str)
 _Routing: TypeAlias = Literal["ORTHOGONAL", "POLYLINE"] | str

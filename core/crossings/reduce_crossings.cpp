@@ -8,6 +8,7 @@
 #include "core/base/faults.hpp"
 #include "core/crossings/adjacent_swap.hpp"
 #include "core/crossings/counting.hpp"
+#include "core/crossings/keep.hpp"
 #include "core/crossings/neighbor_order.hpp"
 #include "core/crossings/sifting.hpp"
 
@@ -236,6 +237,11 @@ void _commit_order(LGraph& graph) {
 void reduce_crossings(LGraph& graph) {
   const std::string& strategy = graph.options.crossing_strategy;
   if (graph.layers.size() < 2 || strategy == "NONE") {
+    _commit_order(graph);
+    return;
+  }
+  if (strategy == "KEEP" && _has_usable_positions(graph)) {
+    _keep_seen_order(graph);
     _commit_order(graph);
     return;
   }

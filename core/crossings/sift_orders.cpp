@@ -26,7 +26,8 @@ std::int32_t gain_of_key(std::span<const std::int64_t> keys, std::int64_t other)
 
 SiftOrders::SiftOrders(const LayerOrders& orders) {
   Arena& scratch = orders.graph().scratch;
-  const std::size_t slots = orders.slot_count();
+  // Nodes that stand in no layer come last in the numbering of slots.
+  const std::size_t slots = orders.first_slot(orders.layer_count());
   nodes_ = scratch.raw_array<Node>(slots + 1);
   layers_ = scratch.raw_array<Layer>(orders.layer_count());
   at_ = scratch.raw_array<std::int32_t>(slots);
@@ -49,7 +50,7 @@ SiftOrders::SiftOrders(const LayerOrders& orders) {
   keys_ = scratch.raw_array<Key>(most);
   ends_ = scratch.raw_array<End>(count);
   collect_ends(orders);
-  set_all(orders.all());
+  set_all(orders.all().first(slots));
 }
 
 void SiftOrders::collect_ends(const LayerOrders& orders) {
@@ -125,31 +126,64 @@ std::int64_t SiftOrders::gain_of_passing(const Mover& mover, std::int32_t slot) 
          gain_of_side(mover.down, middle, ends_.data() + nodes_[slot + 1].first);
 }
 
-std::int64_t SiftOrders::sift(std::int32_t slot, std::int64_t tolerance) {
+// Has the slot's node look at the places to one side of its own, one after the other. Calls
+// `consider` with each place, the node passed last, and the change of crossings there; that says
+// whether to go on.
+template <typename Consider>
+void SiftOrders::walk(std::int32_t slot, const Mover& mover, std::int32_t step,
+                      const Consider& consider) {
   const Layer layer = layers_[nodes_[slot].layer];
-  if (layer.size < 2) return 0;
   const std::int32_t* const at = &at_[layer.first];
+  const std::int32_t last = step > 0 ? layer.size - 1 : 0;
+  std::int64_t change = 0;
+  std::int64_t reach = kReach;
+  for (std::int32_t place = place_[slot]; place != last;) {
+    place += step;
+    reach -= weight(at[place]);
+    if (reach < 0) break;
+    change += step * gain_of_passing(mover, at[place]);
+    if (!consider(place, at[place], change)) break;
+  }
+  effort_ += kReach - reach;
+}
+
+std::int64_t SiftOrders::sift(std::int32_t slot, std::int64_t tolerance) {
   const std::int32_t start = place_[slot];
+  if (layer_size(slot) < 2) return 0;
   const Mover moving = mover(slot);
   std::int64_t best = 0;
   std::int32_t best_place = start;
   const std::int32_t first_step = random_.below(2) == 0 ? 1 : -1;
   for (const std::int32_t step : {first_step, -first_step}) {
-    const std::int32_t last = step > 0 ? layer.size - 1 : 0;
-    std::int64_t change = 0;
-    std::int64_t reach = kReach;
-    for (std::int32_t place = start; place != last && change <= tolerance;) {
-      place += step;
-      reach -= weight(at[place]);
-      if (reach < 0) break;
-      change += step * gain_of_passing(moving, at[place]);
+    walk(slot, moving, step, [&](std::int32_t place, std::int32_t, std::int64_t change) {
       best_place = change <= best ? place : best_place;
       best = std::min(best, change);
-    }
-    effort_ += kReach - reach;
+      return change <= tolerance;
+    });
   }
   if (best_place != start) move(slot, best_place);
   return best;
+}
+
+SiftOrders::Passed SiftOrders::sift_at_price(
+    std::int32_t slot, const std::function<double(std::int32_t passed, std::int32_t step)>& price) {
+  const Mover moving = mover(slot);
+  double best = 0.0;
+  std::int32_t best_place = place_[slot];
+  Passed last;
+  for (const std::int32_t step : {-1, 1}) {
+    walk(slot, moving, step, [&](std::int32_t place, std::int32_t passed, std::int64_t change) {
+      const double total = static_cast<double>(change) + price(passed, step);
+      if (total < best) {
+        best = total;
+        best_place = place;
+        last = {passed, step};
+      }
+      return true;
+    });
+  }
+  if (last.slot >= 0) move(slot, best_place);
+  return last;
 }
 
 std::int64_t SiftOrders::push(std::int32_t slot, std::int32_t reach, std::int64_t tolerance) {

@@ -4,6 +4,7 @@
 #define QUILLAN_CORE_CROSSINGS_SIFT_ORDERS_HPP_
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -28,8 +29,8 @@ class SiftOrders {
     std::int32_t port;
   };
 
-  // Takes over the slots, the segments and the present order. The arrays live in the open frame of
-  // the graph's scratch memory. Linear, but for sorting each node's segments by port.
+  // Takes over the slots of all layers, the segments and the present order. The arrays live in the
+  // open frame of the graph's scratch memory. Linear, but for sorting each node's segments by port.
   explicit SiftOrders(const LayerOrders& orders);
 
   [[nodiscard]] std::int32_t slot_count() const { return static_cast<std::int32_t>(at_.size()); }
@@ -62,6 +63,16 @@ class SiftOrders {
   // has passed kReach nodes and segments. Costs the nodes passed and their segments, times the
   // logarithm of the node's own.
   std::int64_t sift(std::int32_t slot, std::int64_t tolerance);
+  // The last node that another one passed, and towards later places (1) or earlier ones (-1).
+  struct Passed {
+    std::int32_t slot = -1;
+    std::int32_t step = 0;
+  };
+  // Moves a node to the place where crossings and price together are fewest, and tells which node
+  // it passed last: none if its own place, which has no price, is none the worse. `price` is that
+  // of the place right beyond a node.
+  Passed sift_at_price(std::int32_t slot,
+                       const std::function<double(std::int32_t passed, std::int32_t step)>& price);
   // Moves a node up to `reach` places to one side, both chosen by lot, but no farther than where
   // the crossings have grown by more than `tolerance`. Returns the change. REQUIRES: the layer has
   // another node.
@@ -115,6 +126,8 @@ class SiftOrders {
   void collect_ends(const LayerOrders& orders);
   [[nodiscard]] Mover mover(std::int32_t slot);
   [[nodiscard]] std::int64_t gain_of_passing(const Mover& mover, std::int32_t slot) const;
+  template <typename Consider>
+  void walk(std::int32_t slot, const Mover& mover, std::int32_t step, const Consider& consider);
   void move(std::int32_t slot, std::int32_t place);
   void sort_layer(const Layer& layer, Reference side);
 

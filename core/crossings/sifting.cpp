@@ -16,9 +16,9 @@ class Search {
   explicit Search(LayerOrders& orders)
       : orders_(orders),
         sift_(orders),
-        in_queue_(orders.graph().scratch.array<bool>(orders.slot_count(), false)),
-        sequence_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())),
-        best_(orders.all().begin(), orders.all().end()),
+        in_queue_(orders.graph().scratch.array<bool>(sift_.slot_count(), false)),
+        sequence_(orders.graph().scratch.raw_array<std::int32_t>(sift_.slot_count())),
+        best_(sift_.all().begin(), sift_.all().end()),
         best_crossings_(count()) {}
 
   void run(std::int64_t thoroughness) {

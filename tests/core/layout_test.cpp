@@ -21,7 +21,7 @@ LayoutOptions random_options(Random& random) {
   options.layering_strategy =
       random.pick({"AUTO", "LONGEST_PATH", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "INTERACTIVE"});
   options.crossing_strategy =
-      random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING"});
+      random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING", "KEEP"});
   options.placement_strategy = random.pick({"BRANDES_KOEPF", "SIMPLE", "NETWORK_SIMPLEX"});
   options.spacing_node_node = random.below(500) / 10.0;
   options.spacing_edge_edge = random.below(200) / 10.0;
