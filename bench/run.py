@@ -74,6 +74,16 @@ def measure_all(effort: Effort, share: python_call.Share) -> list[Figures]:
     return result
 
 
+def processor() -> str:
+    """What the system calls the processor."""
+    try:
+        lines = Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
+    except OSError:
+        lines = []
+    names = [line.partition(":")[2].strip() for line in lines if line.startswith("model name")]
+    return names[0] if names else platform.processor() or platform.machine()
+
+
 def main() -> None:
     """Parse the command line, measure, print the tables."""
     parser = argparse.ArgumentParser(description=__doc__)
@@ -97,12 +107,14 @@ def main() -> None:
 
     machine = {
         "cores": os.cpu_count(),
+        "processor": processor(),
         "compiler": all_figures[0].core.compiler,
         "python": platform.python_version(),
         "share_of_a_core": share.had / share.passed,
     }
     print(
-        f"\nMachine: {machine['cores']} cores, {machine['compiler']}, Python {machine['python']};"
+        f"\nMachine: {machine['cores']} cores of {machine['processor']}, {machine['compiler']},"
+        f" Python {machine['python']};"
         f" {time.perf_counter() - began:.0f} s in all. While the calls were timed, this process"
         f" had {share.had / share.passed:.0%} of a core."
     )

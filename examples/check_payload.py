@@ -180,7 +180,7 @@ def odd_numbers(where: str, node: Mapping[Any, Any]) -> Iterator[Finding]:
             continue
         number = number_of(value)
         if number is None:
-            yield where, f"'{key}' is {value!r}, which is no number"
+            yield where, f"'{key}' is {value!r}, which is not a number"
         elif not math.isfinite(number):
             yield where, f"'{key}' is {value!r}, and so will be the positions of what comes after it"
         elif key in ("width", "height") and number < 0:
@@ -204,7 +204,7 @@ def odd_ports(where: str, key: str, ports: Any) -> Iterator[Finding]:
         if isinstance(port, Mapping):
             yield from near_keys(where, "port", port)
             if "offset" in port and number_of(port["offset"]) is None:
-                yield where, f"the offset of a port in '{key}' is no number"
+                yield where, f"the offset of a port in '{key}' is not a number"
         elif number_of(port) is None:
             yield where, (f"'{key}' lists {port!r} where the offset of a port belongs; give "
                           f"{len(ports)}, or mappings with 'id' and 'offset'")

@@ -129,7 +129,7 @@ const char* advice_on_list(PyObject* given) {
   return nullptr;
 }
 
-// What to pass in place of an item that is no mapping, or null.
+// What to pass in place of an item that is not a mapping, or null.
 const char* advice_on_item(const Place& place) {
   PyObject* const item = item_of(place);
   if (type_has(item, "__dataclass_fields__")) {

@@ -80,7 +80,7 @@ void read_options(const State& state, PyObject* record, OptionParts parts, Layou
   if ((parts & DIRECTION) != 0) options.direction = read_direction(fields);
   for (const Strategy& strategy : kStrategies) {
     if ((parts & strategy.part) == 0) continue;
-    // A strategy that is no text equals none of the texts that the phases know.
+    // A strategy that is not a str equals none of the names that the phases know.
     const Ref value = fields.get(strategy.field);
     options.*strategy.member = PyUnicode_Check(value.get()) ? utf8(value) : std::string();
   }

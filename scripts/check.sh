@@ -16,6 +16,7 @@ declare -A CHECK_PACKAGES=(
   [fuzz]="clang-14 libclang-rt-14-dev libgtest-dev"
 )
 readonly CLANG=clang++-14
+readonly NETWORKX=networkx==3.6.1
 readonly CHECKERS=(mypy==2.4.1 "pyright[nodejs]==1.1.414")
 
 check_format() {
@@ -191,7 +192,7 @@ check_docs() {
   build_release_module
   local own pins
   mapfile -t pins < <(lines_of tests/editor/requirements.txt)
-  own=$(venv editor "${pins[@]}")
+  own=$(venv docs "${pins[@]}" "$NETWORKX")
   export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
   "$own" -m doctest scripts/index_readme.py
   "$own" docs/make_api.py --check

@@ -34,7 +34,7 @@ MISTAKES = (
     ((TWO, [{**GOOD, "port": 1}]), "the key 'port' is not read; did you mean 'source_port' or"),
     ((TWO, [{**GOOD, "targetPort": 1}]), "did you mean 'target_port'?"),
     (node(input_ports=[{"ofset": 3}]), "the key 'ofset' is not read; did you mean 'offset'?"),
-    (node(width="200px"), "'width' is '200px', which is no number"),
+    (node(width="200px"), "'width' is '200px', which is not a number"),
     (node(height=0), "'height' is 0, which means the default size"),
     (node(width=float("inf")), "so will be the positions"),
     (node(x=3), "only one of 'x' and 'y' is given"),
