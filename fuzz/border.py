@@ -43,7 +43,8 @@ TEXTS = ("", "7", " 12.5 ", "nan", "1e999", "x", "\ud800", "a\0b", "é", "n1", "
 REALS = (0.0, -0.0, 0.5, -7.0, 1e20, 1e308, -1e308, 5e-324, math.inf, -math.inf, math.nan)
 INTEGERS = (0, 1, 2, 7, -1, 2**31, 2**63, -(2**63) - 1, 10**9, 10**30, -(10**30), 10**400)
 STRATEGIES = ("AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE", "NETWORK_SIMPLEX", "LONGEST_PATH",
-              "LAYER_SWEEP", "SIFTING", "KEEP", "NONE", "BRANDES_KOEPF", "SIMPLE", "ORTHOGONAL", "POLYLINE")
+              "MINIMUM_LENGTH", "LAYER_SWEEP", "SIFTING", "KEEP", "NONE", "BRANDES_KOEPF", "SIMPLE",
+              "ORTHOGONAL", "ORTHOGONAL_ORDERED", "POLYLINE")
 PHASES = ("break_cycles", "assign_layers", "reduce_crossings", "place_nodes", "route_edges")
 GRAPH_CALLS = (*PHASES, "run_phases", "insert_dummy_nodes", "count_crossings", "graph_extent",
                "node_positions", "edge_routes", "_rebuild_layers")
