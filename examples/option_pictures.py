@@ -220,6 +220,12 @@ def edge_routing() -> Panels:
     return each(net, "edge_routing", "ORTHOGONAL", "POLYLINE")
 
 
+def orthogonal_ordered() -> Panels:
+    """Tracks in any order, and ordered trunks."""
+    fan = graph("A>D A>E A>F B>D B>E C>F C>E B>G C>G A>G")
+    return each(fan, "edge_routing", "ORTHOGONAL", "ORTHOGONAL_ORDERED")
+
+
 def thoroughness() -> Panels:
     """One round of sweeps, and the default."""
     net = graph("A>D A>F A>H B>E B>F B>G B>H C>D C>E C>F E>H")
@@ -349,7 +355,7 @@ def dummies() -> Panels:
 SMALL: tuple[Callable[[], Panels], ...] = (
     direction, interactive, interactive_crossing, interactive_again, cycle_breaking_strategy,
     layering_strategy, minimum_length, crossing_strategy, sifting, placement_strategy,
-    network_simplex, edge_routing, thoroughness,
+    network_simplex, edge_routing, orthogonal_ordered, thoroughness,
     spacing_node_node, spacing_node_node_between_layers, spacing_edge_edge, spacing_edge_node,
     padding_left, padding_top, component_gap, ports, dummies,
 )

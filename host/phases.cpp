@@ -336,7 +336,11 @@ Phase 5: `bend_points` of all segments, in the normalised frame.
 
 With "ORTHOGONAL", segments of one gap between layers that overlap across the flow get tracks of
 their own, and layers behind a gap that is too narrow for its tracks move along the flow, by their
-`x`. With "POLYLINE", or a value that is not known, segments are straight and have no bend points.
+`x`. With "ORTHOGONAL_ORDERED", wires of one port share their run across the flow, such runs are
+ordered so that wires cross as rarely as the layers allow, no two wires of different ports lie on
+one another, and dummies give way across the flow, by their `y`, where that takes a bend out of a
+long edge; segments then have up to four bend points. With "POLYLINE", or a value that is not known,
+segments are straight and have no bend points.
 
 Reads: `layers`, the ends of `edges`, the `offset` of their ports, `width`, `layer`, `x` and `y` of
 the nodes, `options.edge_routing`, `options.spacing_edge_edge` and `options.spacing_edge_node`.

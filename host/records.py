@@ -81,7 +81,8 @@ class LayoutOptions:
         "KEEP" (the order that the user sees) or "NONE".
     placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires) or "BRANDES_KOEPF";
         "LINEAR_SEGMENTS" is accepted for the latter.
-    edge_routing: "ORTHOGONAL" or "POLYLINE".
+    edge_routing: "ORTHOGONAL", "ORTHOGONAL_ORDERED" (fewer crossings and bends, and one trunk for the
+        wires of a port) or "POLYLINE".
     spacing_node_node: gap across the flow between two nodes of a layer.
     spacing_node_node_between_layers: gap along the flow between two layers.
     spacing_edge_edge: gap across the flow between two long edges, and the least pitch of tracks.

@@ -21,7 +21,7 @@ _Layering: TypeAlias = (
 _Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "SIFTING", "INTERACTIVE", "KEEP", "NONE"] | str
 _Placement: TypeAlias = (
     Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE"] | str)
-_Routing: TypeAlias = Literal["ORTHOGONAL", "POLYLINE"] | str
+_Routing: TypeAlias = Literal["ORTHOGONAL", "ORTHOGONAL_ORDERED", "POLYLINE"] | str
 
 class Direction(StrEnum):
     RIGHT = "RIGHT"

@@ -107,6 +107,59 @@ inline void check_spacing(const LGraph& graph, std::span<LNode* const> layer, do
   }
 }
 
+// Two segments of a gap that are routed along tracks in any order.
+inline void check_tracks(const LEdge& edge, const LEdge& other) {
+  if (edge.bend_points.empty() || other.bend_points.empty()) return;
+  if (edge.bend_points[0].x != other.bend_points[0].x) return;
+  const auto [low, high] = std::minmax({edge.source->y(), edge.target->y()});
+  const auto [other_low, other_high] = std::minmax({other.source->y(), other.target->y()});
+  law(high <= other_low || other_high <= low, "segments on one track do not overlap");
+}
+
+// The points of a segment, from port to port.
+inline std::vector<Point> points_of(const LEdge& edge) {
+  std::vector<Point> points{{edge.source->x(), edge.source->y()}};
+  points.insert(points.end(), edge.bend_points.begin(), edge.bend_points.end());
+  points.push_back({edge.target->x(), edge.target->y()});
+  return points;
+}
+
+// Two segments of a gap whose trunks are ordered. Those that share a port may lie on one another,
+// and so may those that are not drawn. Ports that are level with one another on one side of the gap
+// leave no way, and neither do small spacings.
+inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& other,
+                        double tolerance) {
+  const auto level = [](const LPort* a, const LPort* b) {
+    return std::abs(a->y() - b->y()) <= 5.0;
+  };
+  if (graph.caller_edges[edge.caller_edge].reversed ||
+      graph.caller_edges[other.caller_edge].reversed)
+    return;
+  if (level(edge.source, other.source) || level(edge.target, other.target)) return;
+  const std::vector<Point> points = points_of(edge);
+  const std::vector<Point> other_points = points_of(other);
+  const auto meet = [&](double a, double b, double c, double d) {
+    const auto [low, high] = std::minmax(a, b);
+    const auto [other_low, other_high] = std::minmax(c, d);
+    return std::min(high, other_high) > std::max(low, other_low) + tolerance;
+  };
+  for (std::size_t i = 1; i < points.size(); ++i) {
+    const Point a = points[i - 1];
+    const Point b = points[i];
+    for (std::size_t j = 1; j < other_points.size(); ++j) {
+      const Point c = other_points[j - 1];
+      const Point d = other_points[j];
+      if (a.x == b.x && c.x == d.x && meet(a.y, b.y, c.y, d.y)) {
+        law(std::abs(a.x - c.x) + tolerance >= graph.options.spacing_edge_edge,
+            "wires side by side keep the pitch of tracks");
+      }
+      if (a.y == b.y && c.y == d.y && meet(a.x, b.x, c.x, d.x)) {
+        law(std::abs(a.y - c.y) > tolerance, "wires of different ports never lie on one line");
+      }
+    }
+  }
+}
+
 // The gap behind `layer`.
 inline void check_gap(const LGraph& graph, std::int32_t layer, double tolerance) {
   double left = -std::numeric_limits<double>::infinity();
@@ -115,21 +168,21 @@ inline void check_gap(const LGraph& graph, std::int32_t layer, double tolerance)
   for (const LNode* node : graph.layers[layer + 1]) right = std::min(right, node->x);
   law(right + tolerance >= left + graph.options.spacing_node_node_between_layers,
       "layers keep their spacing");
-  std::vector<const LEdge*> bent;
+  std::vector<const LEdge*> here;
   for (const LEdge* edge : graph.edges) {
-    const bool here =
-        edge->source_node()->layer == layer && edge->target_node()->layer == layer + 1;
-    if (here && !edge->bend_points.empty()) bent.push_back(edge);
+    if (edge->source_node()->layer == layer && edge->target_node()->layer == layer + 1) {
+      here.push_back(edge);
+      for (const Point bend : edge->bend_points) {
+        law(bend.x + tolerance >= left && bend.x - tolerance <= right, "a bend lies in its gap");
+      }
+    }
   }
-  for (const LEdge* edge : bent) {
-    const double x = edge->bend_points[0].x;
-    law(x + tolerance >= left && x - tolerance <= right, "a bend lies in its gap");
-    for (const LEdge* other : bent) {
-      if (other == edge || other->bend_points[0].x != x) continue;
-      if (graph.options.spacing_edge_edge <= 2 * tolerance) continue;
-      const auto [low, high] = std::minmax({edge->source->y(), edge->target->y()});
-      const auto [other_low, other_high] = std::minmax({other->source->y(), other->target->y()});
-      law(high <= other_low || other_high <= low, "segments on one track do not overlap");
+  if (graph.options.spacing_edge_edge <= 2 * tolerance) return;
+  const bool ordered = graph.options.edge_routing == "ORTHOGONAL_ORDERED";
+  for (const LEdge* edge : here) {
+    for (const LEdge* other : here) {
+      if (edge == other) continue;
+      ordered ? check_apart(graph, *edge, *other, tolerance) : check_tracks(*edge, *other);
     }
   }
 }
@@ -154,18 +207,23 @@ inline bool same(double a, double b) { return a == b || (std::isnan(a) && std::i
 inline bool same(Point a, Point b) { return same(a.x, b.x) && same(a.y, b.y); }
 
 inline void check_bends(const LGraph& graph) {
-  const bool orthogonal = graph.options.edge_routing == "ORTHOGONAL";
+  const bool ordered = graph.options.edge_routing == "ORTHOGONAL_ORDERED";
+  const bool orthogonal = ordered || graph.options.edge_routing == "ORTHOGONAL";
   for (const LEdge* edge : graph.edges) {
     // A twin without a chain of its own is not split.
     if (edge->target_node()->layer != edge->source_node()->layer + 1) continue;
     const Interval ends{edge->source->y(), edge->target->y()};
     const std::span<const Point> bends = edge->bend_points;
     const bool steep = std::abs(ends.source - ends.target) > 0.5;
-    law(bends.size() == (orthogonal && steep ? 2 : 0), "two bends on an orthogonal way, none else");
+    const std::size_t expected = !orthogonal || !steep ? 0 : ordered && bends.size() == 4 ? 4 : 2;
+    law(bends.size() == expected, "two bends on an orthogonal way, four where it is split");
     if (bends.empty()) continue;
-    law(same(bends[0].x, bends[1].x) && same(bends[0].y, ends.source) &&
-            same(bends[1].y, ends.target),
+    law(same(bends.front().y, ends.source) && same(bends.back().y, ends.target),
         "a route runs along the axes");
+    for (std::size_t i = 1; i < bends.size(); ++i) {
+      law(i % 2 == 1 ? same(bends[i - 1].x, bends[i].x) : same(bends[i - 1].y, bends[i].y),
+          "a route runs along the axes");
+    }
   }
 }
 

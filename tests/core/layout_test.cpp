@@ -23,6 +23,8 @@ LayoutOptions random_options(Random& random) {
   options.crossing_strategy =
       random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING", "KEEP"});
   options.placement_strategy = random.pick({"BRANDES_KOEPF", "SIMPLE", "NETWORK_SIMPLEX"});
+  options.edge_routing =
+      random.pick({"ORTHOGONAL", "ORTHOGONAL_ORDERED", "ORTHOGONAL_ORDERED", "POLYLINE"});
   options.spacing_node_node = random.below(500) / 10.0;
   options.spacing_edge_edge = random.below(200) / 10.0;
   options.spacing_edge_node = random.below(200) / 7.0;
