@@ -72,6 +72,7 @@ def load_graph(graph: NodeGraph, data: Mapping[str, Any]) -> None:
         node = graph.create_node(
             "demo.DemoNode", name=item.get("label") or f"node {item['id']}", selected=False,
             pos=(item.get("x", 0.0), item.get("y", 0.0)), push_undo=False)
+        node.set_port_deletion_allowed(True)  # Without it a session forgets such ports.
         for name in _port_names(item.get("input_ports")):
             node.add_input(name, multi_input=True)
         for name in _port_names(item.get("output_ports")):

@@ -1,6 +1,6 @@
 """Tidy a NodeGraphQt graph with the layered layout engine, in one undo step.
 
-Copy this file beside your editor and call it from a menu or a button:
+Copy the files `nodegraphqt_*.py` beside your editor and call this from a menu or a button:
 
     from nodegraphqt_layout import tidy
     from quillan.core.vorn_layered import LayoutOptions
@@ -8,44 +8,43 @@ Copy this file beside your editor and call it from a menu or a button:
     tidy(graph)                                        # the whole graph
     tidy(graph, selected_only=True)                    # only what is selected
     tidy(graph, LayoutOptions(interactive=True))       # keep my arrangement
+    tidy(graph, LayoutOptions())                       # the engine's own defaults
+    tidy(graph, pinned=["Output"], fit=True)           # a node that stays; frame the result
 
-Whatever the view draws is measured, never assumed: NodeGraphQt gives a node another size and other
-places for its ports in each of its two layout directions. All lengths are scene units.
+Graphs made by `routed_graph()` of `nodegraphqt_routes` show the routes at once.
 """
 
 from __future__ import annotations
 
-import math
-from collections.abc import Iterable, Mapping, Sequence
+import gc
+from collections.abc import Iterable, Iterator, Sequence
+from contextlib import contextmanager
 from dataclasses import dataclass, replace
-from itertools import pairwise
-from typing import Any, NamedTuple
 
-from NodeGraphQt import BackdropNode, NodeGraph
+from NodeGraphQt import NodeGraph
 from NodeGraphQt.base.node import NodeObject
 from NodeGraphQt.constants import LayoutDirectionEnum
-from NodeGraphQt.qgraphics.node_abstract import AbstractNodeItem
 from Qt import QtCore
 
-from quillan.core.vorn_layered import Direction, LayoutOptions, layout
+from nodegraphqt_blocks import Arranger, Block, Ways, read_blocks
+from nodegraphqt_reading import Canvas, Connection, drawn_box, read_canvas, scene_box
+from nodegraphqt_room import holds, meets, united
+from nodegraphqt_router import Point, Rect
+from nodegraphqt_ways import Wiring
+from nodegraphqt_writing import Change, write
+from quillan.core.vorn_layered import Direction, LayoutOptions
 
-Point = tuple[float, float]
+__all__ = ["BEST", "Connection", "Tidied", "drawn_box", "scene_box", "tidy"]
+
+# The strategies that make the best drawings; `LayoutOptions()` has the engine's own defaults.
+BEST = LayoutOptions(layering_strategy="MINIMUM_LENGTH", crossing_strategy="SIFTING")
 
 # A node that would move by no more than this stays where it is. Moving a drawing back to its old
 # corner rounds; without a tolerance a second tidy would fill the undo stack with invisible steps.
 MOVE_TOLERANCE = 1e-6
 
-# How often an interactive layout is laid out again, at most, until it repeats.
-SETTLING_ROUNDS = 20
-
-
-class Connection(NamedTuple):
-    """What tells one pipe from all others: its nodes' ids and its ports' names."""
-
-    source: str
-    output: str
-    target: str
-    input: str
+FRAME_MARGIN = 12.0  # between a backdrop that had to grow and what it grew for
+FIT_MARGIN = 40.0  # scene units around a drawing to which the view is fitted
 
 
 @dataclass(frozen=True)
@@ -53,8 +52,8 @@ class Tidied:
     """What `tidy` did, in scene coordinates.
 
     `positions` maps the id of every node that took part to its new `pos()`. `routes` maps
-    connections to polylines from the output port to the input port. A connection that closes a
-    cycle, or a node's connection to itself, has no route: the canvas draws it as it always did.
+    connections to polylines from the output port to the input port. Only a connection whose pipe
+    isn't drawn, or for which there is no way around the nodes, has no route.
     """
 
     positions: dict[str, Point]
@@ -68,281 +67,221 @@ def tidy(
     selected_only: bool = False,
     direction: Direction | str | None = None,
     component_gap: float = 80.0,
+    pinned: Iterable[NodeObject | str] = (),
+    fit: bool = False,
 ) -> Tidied:
     """Lay out `graph`, or only its selected nodes, in one undo step.
 
     The drawing stays where it was: the top-left corner of the whole graph keeps its place, and so
-    does the centre of a selection. Nodes that were not asked for, and nodes that are hidden, don't
-    move. A backdrop is no node of the layout: it is fitted again, with the margins it had, around
-    the nodes that it held if any of them moved. If nothing has to move there is no undo step.
+    does the centre of a selection if there is room; otherwise the selection goes to the nearest
+    place where it covers nothing. Nodes that were not asked for, nodes that are hidden, nodes that
+    the user can't move, and those in `pinned` (nodes, their ids or their names) don't move. What a
+    backdrop holds stays together in it. Parts without a connection are packed, `component_gap`
+    apart, to the shape of the view. If nothing has to move there is no undo step.
 
-    The flow follows `graph.layout_direction()`, to the right or down, unless `direction` says
-    otherwise or `options` asks for another direction than its default RIGHT. `options` itself is
-    never changed.
+    With `options.interactive` the arrangement is kept: only what overlaps, or stands in no column,
+    moves. Without `options` the strategies are those of `BEST`.
 
-    Raises TypeError or ValueError for unusable options or an unknown direction, before anything
-    moves. If a node refuses its move, the nodes moved before it go back and the error goes on.
+    The flow is that of the canvas, to the right or down. With `fit` the view frames the result.
+
+    Raises TypeError or ValueError for unusable options, a direction that the canvas can't draw or
+    a pinned node that isn't there, before anything moves. If a node refuses its move, the nodes
+    moved before it go back and the error goes on.
     """
     options = _effective_options(graph, options, direction)
-    nodes = [
-        node for node in graph.all_nodes()
-        # Not graph.selected_nodes(): Qt gives the selection in no fixed order, and the order of
-        # the nodes decides ties in the drawing.
-        if _takes_part(node) and (node.selected() or not selected_only)
-    ]
-    if not nodes:
+    with _without_collector():
+        tidied = _tidy(graph, options, selected_only, component_gap, pinned)
+    if fit:
+        _fit(graph)
+    return tidied
+
+
+def _tidy(graph: NodeGraph, options: LayoutOptions, selected_only: bool, component_gap: float,
+          pinned: Iterable[NodeObject | str]) -> Tidied:
+    canvas = read_canvas(graph)
+    pins, pinned_frames = _pinned(canvas, pinned)
+    wiring = Wiring(graph, canvas)
+    size = graph.viewer().size()
+    aspect = max(size.width(), 1) / max(size.height(), 1)
+    arranger = Arranger(canvas, options, component_gap, 1 / aspect if canvas.vertical else aspect,
+                        pins, pinned_frames, wiring.following())
+    rects = [box.rect for box in canvas.boxes]
+    frames = [frame.rect for frame in canvas.frames]
+    sheet = read_blocks(canvas)
+    if selected_only:
+        part, ways = _arrange_selection(arranger, sheet, rects, frames)
+        wiring.propose(ways)
+    else:
+        part = set(range(len(rects)))
+        drawing = arranger.block(sheet, range(len(canvas.wires)))
+        wiring.propose(drawing.ways)
+        for index, rect in drawing.boxes.items():
+            rects[index] = rect
+        for index, rect in drawing.frames.items():
+            frames[index] = rect
+    if not part:
         return Tidied({}, {})
 
-    node_payload, edge_payload, connections = read_graph(nodes, options.direction)
-    positions, routes = _settled_layout(node_payload, edge_payload, options, component_gap)
-
-    before = {node.id: scene_box(node) for node in nodes}
-    after = {}
-    for node, item in zip(nodes, node_payload):
-        size = before[node.id].size()
-        after[node.id] = QtCore.QRectF(QtCore.QPointF(*positions[item["id"]]), size)
-    shift = _anchor(before.values(), selected_only) - _anchor(after.values(), selected_only)
-    moves: dict[str, Point] = {}
-    for id_, box in after.items():
-        box.translate(shift)
-        step = box.topLeft() - before[id_].topLeft()
-        if max(abs(step.x()), abs(step.y())) > MOVE_TOLERANCE:
-            at = box.topLeft() - drawn_box(graph.get_node_by_id(id_).view).topLeft()
-            moves[id_] = (at.x(), at.y())
-        else:
-            box.moveTo(before[id_].topLeft())
-
-    _apply(graph, moves, _fit_backdrops(graph, after, moves))
+    change = _change(canvas, rects, frames)
+    routes = wiring.routes(
+        [rect if box.node.id in change.moves else box.rect
+         for box, rect in zip(canvas.boxes, rects)],
+        {index for index, wire in enumerate(canvas.wires)
+         if wire.source in part or wire.target in part},
+        keep=options.interactive, trusted=not (pins or selected_only or canvas.frames))
+    write(graph, replace(change, routes=routes), "tidy")
     return Tidied(
-        positions={node.id: tuple(node.view.xy_pos) for node in nodes},
-        routes={connections[int(edge)]: [(x + shift.x(), y + shift.y()) for x, y in points]
-                for edge, points in routes.items()},
-    )
+        positions={canvas.boxes[index].node.id: tuple(canvas.boxes[index].node.view.xy_pos)
+                   for index in sorted(part)},
+        routes=routes)
 
 
-def read_graph(
-    nodes: Sequence[NodeObject], direction: Direction
-) -> tuple[list[dict[str, Any]], list[dict[str, Any]], list[Connection]]:
-    """The engine's payload for `nodes` and the connections among them.
+@contextmanager
+def _without_collector() -> Iterator[None]:
+    """Pause Python's cyclic collector: nothing here is garbage yet, and with a thousand nodes on
+    the canvas each of its rounds takes longer than the layout."""
+    enabled = gc.isenabled()
+    gc.disable()
+    try:
+        yield
+    finally:
+        if enabled:
+            gc.enable()
 
-    A payload id is the position of its node in `nodes`, or of its edge in the returned list of
-    connections. NodeGraphQt's own ids are memory addresses: the engine decides ties by the text
-    of the ids, and with addresses the same file would be drawn in another way after every start.
+
+def _arrange_selection(arranger: Arranger, sheet: Block, rects: list[Rect],
+                       frames: list[Rect]) -> tuple[set[int], Ways]:
+    """Lay out what is selected, where it has room, and note it in `rects` and `frames`.
+
+    A backdrop of which everything is selected is part of the selection like a node. Of a backdrop
+    that holds others as well, the selected nodes stay in it.
     """
-    members = {node.id: f"{index:08d}" for index, node in enumerate(nodes)}
-    inputs = {node.id: {port.name(): index for index, port in enumerate(_ports(node, "input"))}
-              for node in nodes}
-    node_payload, edge_payload, connections = [], [], []
-    for node in nodes:
-        box = scene_box(node)
-        node_payload.append({
-            "id": members[node.id],
-            "x": box.x(), "y": box.y(), "width": box.width(), "height": box.height(),
-            "input_ports": _port_payload(node, "input", direction),
-            "output_ports": _port_payload(node, "output", direction),
-        })
-        for index, port in enumerate(_ports(node, "output")):
-            for other in port.connected_ports():
-                target = other.node().id
-                if target not in members:
-                    continue
-                edge_payload.append({
-                    "id": str(len(connections)),
-                    "source": members[node.id], "source_port": index,
-                    "target": members[target], "target_port": inputs[target][other.name()],
-                })
-                connections.append(Connection(node.id, port.name(), target, other.name()))
-    return node_payload, edge_payload, connections
+    canvas = arranger.canvas
+    part: set[int] = set()
+    ways: Ways = {}
+
+    def whole(block: Block) -> bool:
+        boxes = block.all_boxes()
+        return bool(boxes) and all(canvas.boxes[box].selected for box in boxes)
+
+    def visit(block: Block, chain: Sequence[Block]) -> None:
+        chosen = Block(None, [box for box in block.boxes if canvas.boxes[box].selected],
+                       [inner for inner in block.blocks if whole(inner)])
+        for inner in block.blocks:
+            if not whole(inner):
+                visit(inner, [*chain, inner])
+        members = set(chosen.all_boxes())
+        if not members:
+            return
+        part.update(members)
+        own = {*chosen.all_frames(), *(one.frame for one in chain)}
+        taken = [*(rect for index, rect in enumerate(rects) if index not in members),
+                 *(frame for index, frame in enumerate(frames) if index not in own)]
+        wires = [index for index, wire in enumerate(canvas.wires)
+                 if wire.source in members and wire.target in members]
+
+        def in_order(rect: Rect) -> bool:
+            """The backdrops around, grown to hold `rect`, take in nothing that isn't theirs."""
+            for one, frame in _grown(chain, frames, rect):
+                inside = {*one.all_boxes()}
+                if any(meets(frame, other) for index, other in enumerate(rects)
+                       if index not in inside and not meets(frames[one.frame], other)):
+                    return False
+            return True
+
+        drawing = replace(arranger, obstacles=taken, accept=in_order,
+                          centred=True).block(chosen, wires)
+        ways.update(drawing.ways)
+        for one, frame in _grown(chain, frames, drawing.rect):
+            frames[one.frame] = frame
+        for index, rect in drawing.boxes.items():
+            rects[index] = rect
+        for index, rect in drawing.frames.items():
+            frames[index] = rect
+
+    visit(sheet, [])
+    return part, ways
 
 
-def drawn_box(view: AbstractNodeItem) -> QtCore.QRectF:
-    """The room a node takes on the canvas, in its item's own coordinates.
-
-    Not `node.model.width`: NodeGraphQt leaves it at its old value when the layout direction
-    changes. And not `boundingRect()` alone: in the vertical direction label and icon are drawn
-    beside the node, outside of it. They count even while they are invisible, because NodeGraphQt
-    hides them when the user zooms out, and zooming must not change a layout.
-    """
-    box = view.boundingRect()
-    vertical = view.layout_direction == LayoutDirectionEnum.VERTICAL.value
-    for part in ("text_item", "icon_item"):
-        item = getattr(view, part, None)
-        if item is None:
-            continue
-        rect = view.mapRectFromItem(item, item.boundingRect())
-        # The edges that carry the ports stay, or routes would end in the air beside the ports:
-        # with a large font the icon reaches over the top of a vertical node.
-        if vertical:
-            rect = QtCore.QRectF(rect.x(), box.y(), rect.width(), box.height())
-        else:
-            rect = QtCore.QRectF(box.x(), rect.y(), box.width(), rect.height())
-        box = box.united(rect)
-    return box
+def _grown(chain: Sequence[Block], frames: Sequence[Rect],
+           rect: Rect) -> Iterator[tuple[Block, Rect]]:
+    """The backdrops of `chain`, the inner ones first, as large as they have to be to hold `rect`."""
+    for one in reversed(chain):
+        assert one.frame is not None
+        if holds(frames[one.frame], rect):
+            return
+        rect = united([frames[one.frame], (
+            rect[0] - FRAME_MARGIN, rect[1] - FRAME_MARGIN,
+            rect[2] + FRAME_MARGIN, rect[3] + FRAME_MARGIN)])
+        yield one, rect
 
 
-def scene_box(node: NodeObject) -> QtCore.QRectF:
-    """`drawn_box` of a node where it stands in the scene."""
-    # Translated by hand rather than through the scene's matrices, so that positions come back
-    # from the layout with the very bits with which they are applied.
-    return drawn_box(node.view).translated(*node.view.xy_pos)
+def _pinned(canvas: Canvas,
+            pinned: Iterable[NodeObject | str]) -> tuple[frozenset[int], frozenset[int]]:
+    """The boxes and the backdrops that stay: those that were named, or can't be moved."""
+    names = {one if isinstance(one, str) else one.id for one in pinned}
+    known = set()
+    chosen: list[frozenset[int]] = []
+    for ones in (canvas.boxes, canvas.frames):
+        stay = set()
+        for index, one in enumerate(ones):
+            labels = {one.node.id, one.node.name()}
+            known |= labels
+            if not one.movable or names & labels:
+                stay.add(index)
+        chosen.append(frozenset(stay))
+    if unknown := sorted(names - known):
+        raise ValueError(f"no visible node to pin: {', '.join(unknown)}")
+    return chosen[0], chosen[1]
 
 
-def _takes_part(node: NodeObject) -> bool:
-    return not isinstance(node, BackdropNode) and node.view.isVisible()
+def _change(canvas: Canvas, rects: Sequence[Rect], frames: Sequence[Rect]) -> Change:
+    """What has to be written so that boxes and backdrops come to stand at these places."""
+    moves = {}
+    for box, rect in zip(canvas.boxes, rects):
+        if _differs(box.rect[:2], rect[:2]):
+            x, y = rect[0] - box.corner[0], rect[1] - box.corner[1]
+            moves[box.node.id] = (y, x) if canvas.vertical else (x, y)
+    resized = {}
+    for one, rect in zip(canvas.frames, frames):
+        if _differs(one.rect, rect):
+            left, top, right, bottom = canvas.turned_rect(rect)
+            resized[one.node.id] = QtCore.QRectF(left, top, right - left, bottom - top)
+    return Change(moves, resized, {})
 
 
-def _ports(node: NodeObject, side: str) -> list[Any]:
-    return getattr(node, f"{side}_ports", list)()
-
-
-def _port_payload(node: NodeObject, side: str, direction: Direction) -> list[dict[str, Any]]:
-    """Ids and offsets of a node's ports, from the edge of its box along the cross axis."""
-    view, box = node.view, drawn_box(node.view)
-    payload = []
-    for port in _ports(node, side):
-        item = port.view
-        # NodeGraphQt never places a port that is hidden; its stale place would be noise.
-        centre = (view.mapFromItem(item, item.boundingRect().center())
-                  if item.isVisible() else view.boundingRect().center())
-        offset = centre - box.topLeft()
-        payload.append({"id": port.name(),
-                        "offset": offset.x() if direction.is_transposed else offset.y()})
-    return payload
-
-
-def _settled_layout(
-    nodes: list[dict[str, Any]],
-    edges: list[dict[str, Any]],
-    options: LayoutOptions,
-    component_gap: float,
-) -> tuple[dict[str, Point], dict[str, list[Point]]]:
-    """The engine's positions and routes; with `interactive`, such that they stay.
-
-    An interactive run starts from the order it finds and still removes crossings, so on what it
-    made of a wild arrangement the next run can find more to do, and a few arrangements lead to
-    one another in turn. The user asked once and should not see the drawing change when they ask
-    again: it is laid out again until it repeats, most often at the second round. Of a turn of
-    several, the one with the shortest routes is taken, wherever the turn was entered.
-    """
-    drawings = [layout(nodes, edges, options, component_gap=component_gap)]
-    if not options.interactive:
-        return drawings[0]
-    for _ in range(SETTLING_ROUNDS):
-        for node in nodes:
-            node["x"], node["y"] = drawings[-1][0][node["id"]]
-        drawing = layout(nodes, edges, options, component_gap=component_gap)
-        if drawing in drawings:
-            return min(drawings[drawings.index(drawing):], key=_rank)
-        drawings.append(drawing)
-    return drawings[-1]
-
-
-def _rank(drawing: tuple[dict[str, Point], dict[str, list[Point]]]) -> tuple[float, list[Point]]:
-    """The length of all routes; the positions decide between equal lengths."""
-    positions, routes = drawing
-    length = sum(math.dist(*segment) for route in routes.values() for segment in pairwise(route))
-    return length, list(positions.values())
+def _differs(before: Sequence[float], now: Sequence[float]) -> bool:
+    return any(abs(one - other) > MOVE_TOLERANCE for one, other in zip(before, now))
 
 
 def _effective_options(
     graph: NodeGraph, options: LayoutOptions | None, direction: Direction | str | None
 ) -> LayoutOptions:
-    if options is None:
-        options = LayoutOptions()
-    elif not isinstance(options, LayoutOptions):
+    """Options for the engine, which sees every canvas as one that flows to the right."""
+    if options is not None and not isinstance(options, LayoutOptions):
         raise TypeError(f"options must be LayoutOptions or None, not {type(options).__name__}")
-    if direction is None:
-        direction = options.direction
-        vertical = graph.layout_direction() == LayoutDirectionEnum.VERTICAL.value
-        if vertical and direction == Direction.RIGHT:
-            direction = Direction.DOWN
-    return replace(options, direction=Direction(direction))
+    vertical = graph.layout_direction() == LayoutDirectionEnum.VERTICAL.value
+    drawn = Direction.DOWN if vertical else Direction.RIGHT
+    asked = drawn if options is None or options.direction == Direction.RIGHT else options.direction
+    asked = Direction(direction if direction is not None else asked)
+    if asked != drawn:
+        other = {Direction.RIGHT: "HORIZONTAL", Direction.DOWN: "VERTICAL"}.get(asked)
+        remedy = ("leave the direction out" if other is None else
+                  f"call graph.set_layout_direction(LayoutDirectionEnum.{other}.value) first")
+        raise ValueError(f"this canvas draws its ports for a flow {drawn.name}, and {asked.name} "
+                         f"would take its wires behind the nodes; {remedy}")
+    return replace(BEST if options is None else options, direction=Direction.RIGHT)
 
 
-def _anchor(boxes: Iterable[QtCore.QRectF], centred: bool) -> QtCore.QPointF:
-    """The point of a drawing that keeps its place."""
-    bounds = _united(boxes)
-    return bounds.center() if centred else bounds.topLeft()
-
-
-def _united(boxes: Iterable[QtCore.QRectF]) -> QtCore.QRectF:
+def _fit(graph: NodeGraph) -> None:
+    """Frame what is visible, without making it larger than life."""
     bounds = QtCore.QRectF()
-    for box in boxes:
-        bounds = bounds.united(box)
-    return bounds
-
-
-def _fit_backdrops(
-    graph: NodeGraph, placed: Mapping[str, QtCore.QRectF], moved: Mapping[str, Point]
-) -> dict[str, QtCore.QRectF]:
-    """New scene rectangles of the backdrops that held a node which moves.
-
-    `placed` has the new boxes of the nodes that took part. What a backdrop holds is what moves
-    with it when the user drags it: every node that lies wholly inside. That is computed here and
-    not asked of `BackdropNode.nodes()`, which searches the scene's index; NodeGraphQt changes
-    sizes without telling that index, so that after a change of direction it can miss nodes.
-    """
-    frames = {node.id: node.view.boundingRect().translated(*node.view.xy_pos)
-              for node in graph.all_nodes() if node.view.isVisible()}
-    old = {id_: scene_box(graph.get_node_by_id(id_)) for id_ in frames}
-    new = {id_: placed.get(id_, box) for id_, box in old.items()}
-    # From the smallest to the largest, so that a backdrop inside another is fitted first.
-    backdrops = sorted(
-        (node.id for node in graph.all_nodes()
-         if isinstance(node, BackdropNode) and node.id in frames),
-        key=lambda id_: frames[id_].width() * frames[id_].height())
-    fitted: dict[str, QtCore.QRectF] = {}
-    for rank, backdrop in enumerate(backdrops):
-        frame = frames[backdrop]
-        # Of two backdrops with the same rectangle only the later holds the other.
-        larger = set(backdrops[rank:])
-        held = [id_ for id_ in frames if id_ not in larger and frame.contains(frames[id_])]
-        if moved.keys().isdisjoint(held):
-            continue
-        was, now = (_united(boxes[id_] for id_ in held) for boxes in (old, new))
-        # A label may stick out of a backdrop, but a fitted one never cuts into what it holds.
-        new[backdrop] = fitted[backdrop] = now.adjusted(
-            min(frame.left() - was.left(), 0.0), min(frame.top() - was.top(), 0.0),
-            max(frame.right() - was.right(), 0.0), max(frame.bottom() - was.bottom(), 0.0))
-    return fitted
-
-
-def _apply(
-    graph: NodeGraph, moves: Mapping[str, Point], backdrops: Mapping[str, QtCore.QRectF]
-) -> None:
-    """Carry out the moves as one undo step: all of them, or none if a node raises."""
-    if not moves and not backdrops:
-        return
-    complete = False
-    graph.begin_undo("tidy")
-    try:
-        for id_, (x, y) in moves.items():
-            node = graph.get_node_by_id(id_)
-            # `set_pos` compares with, and undo returns to, the model's position. Reading `pos()`
-            # first brings the model up to date if only the view was moved.
-            node.pos()
-            node.set_pos(x, y)
-        for id_, rect in backdrops.items():
-            backdrop = graph.get_node_by_id(id_)
-            backdrop.pos()
-            backdrop.size()  # As above: the model forgets sizes that the view was given.
-            backdrop.set_property("width", rect.width())
-            backdrop.set_property("height", rect.height())
-            backdrop.set_pos(rect.x(), rect.y())
-        complete = True
-    finally:
-        graph.end_undo()
-        if not complete:
-            _take_back(graph.undo_stack())
-
-
-def _take_back(stack: Any) -> None:
-    """Undo the last step and forget it, so that it can't be redone by half."""
-    # False as well while a step of the caller's own is open: then that step holds ours, and
-    # undoing it is the caller's.
-    if not stack.canUndo():
-        return
-    stack.undo()
-    stack.command(stack.index()).setObsolete(True)
-    # An obsolete step is dropped instead of redone.
-    stack.redo()
+    for node in graph.all_nodes():
+        if node.view.isVisible():
+            bounds = bounds.united(scene_box(node))
+    bounds.adjust(-FIT_MARGIN, -FIT_MARGIN, FIT_MARGIN, FIT_MARGIN)
+    size = graph.viewer().size()
+    wide, high = (max(size.width() - bounds.width(), 0.0), max(size.height() - bounds.height(), 0.0))
+    if wide and high:
+        bounds.adjust(-wide / 2, -high / 2, wide / 2, high / 2)
+    graph.viewer().set_scene_rect(list(bounds.getRect()))

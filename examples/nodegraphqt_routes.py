@@ -1,90 +1,67 @@
-"""Draw NodeGraphQt's pipes along the routes of the layout engine.
+"""Draw NodeGraphQt's pipes along routes, and keep them right while the user works.
 
     from nodegraphqt_layout import tidy
-    from nodegraphqt_routes import routed_graph, show_routes
+    from nodegraphqt_routes import route_wires, routed_graph
 
     graph = routed_graph()            # instead of NodeGraph()
-    show_routes(graph, tidy(graph))
+    tidy(graph)                       # shows its routes at once
+    route_wires(graph)                # new ways where nodes stand, without moving one
 
-A pipe follows its route as long as the route begins and ends on the pipe's ports. Once the user
-moves either node the canvas's own painter takes over, and after an undo the route is back. Pipes
-without a route, those that close a cycle for example, are always the canvas's own.
+Once a graph has routes they live: when nodes have moved, the wires that no longer fit, and those
+that a node now covers, get new ways as soon as the event loop runs; the others stay. What moves
+together keeps its routes. When the nodes are back where they were, after an undo say, so are the
+routes. Saving a session saves them, and loading it brings them back.
 """
 
 from __future__ import annotations
 
-import math
-from collections.abc import Sequence
+import time
+import weakref
+from collections.abc import Callable, Iterable, Mapping, Sequence
 from typing import Any
 
-from NodeGraphQt import NodeGraph
-from NodeGraphQt.qgraphics.pipe import PipeItem
+from NodeGraphQt import GroupNode, NodeGraph, SubGraph
 from NodeGraphQt.qgraphics.port import PortItem
 from NodeGraphQt.widgets.viewer import NodeViewer
-from Qt import QtCore, QtGui, QtWidgets
+from Qt import QtCompat, QtCore, QtWidgets
 
-from nodegraphqt_layout import Connection, Point, Tidied
+from nodegraphqt_layout import Tidied
+from nodegraphqt_pipes import RoutedPipe, rounded_path
+from nodegraphqt_reading import Connection, read_canvas
+from nodegraphqt_router import Point
+from nodegraphqt_saving import load_routes, saved_routes
+from nodegraphqt_ways import Wiring
+from nodegraphqt_writing import Routes, draw_changed_pipes
 
-CORNER_RADIUS = 8.0  # scene units
-FIT_TOLERANCE = 0.5  # how far, in scene units, a route may end from the centre of its port
-GRAB_WIDTH = 8.0     # width, in scene units, of the band in which the mouse finds a routed pipe
+__all__ = ["RoutedGraph", "RoutedPipe", "RoutedViewer", "route_wires", "routed_graph",
+           "rounded_path", "show_routes"]
 
-
-class RoutedPipe(PipeItem):
-    """A pipe that follows its route while that fits its ports."""
-
-    # Qt asks for the shape while the base class is still being initialised.
-    _band: QtGui.QPainterPath | None = None
-
-    def draw_path(
-        self,
-        start_port: PortItem,
-        end_port: PortItem | None = None,
-        cursor_pos: QtCore.QPointF | None = None,
-    ) -> None:
-        """Draw the canvas's own path, then put the route in its place if there is one."""
-        self._band = None
-        # NodeGraphQt shrinks the arrow of a short pipe and never lets it grow again.
-        self._dir_pointer.setScale(1.0)
-        super().draw_path(start_port, end_port, cursor_pos)
-        route = self._fitting_route() if self.isVisible() else None
-        if route is None:
-            return
-        # Backwards: NodeGraphQt's pipes run from the input to the output, and it turns their
-        # arrows on that understanding.
-        path = rounded_path(route[::-1], CORNER_RADIUS)
-        stroker = QtGui.QPainterPathStroker()
-        stroker.setWidth(GRAB_WIDTH)
-        self._band = stroker.createStroke(path)
-        self.setPath(path)
-        self._draw_direction_pointer()
-
-    def shape(self) -> QtGui.QPainterPath:
-        """Where the mouse finds the pipe."""
-        # The shape that Qt makes of a path holds all that the path encloses. A route encloses
-        # whole regions of the canvas, and a click into one would pull the pipe off its port.
-        return super().shape() if self._band is None else self._band
-
-    def _fitting_route(self) -> list[Point] | None:
-        output, input_ = self.output_port, self.input_port
-        viewer = self.viewer()
-        if output is None or input_ is None or not isinstance(viewer, RoutedViewer):
-            return None
-        route = viewer.routes.get(
-            Connection(output.node.id, output.name, input_.node.id, input_.name))
-        if route is None or len(route) < 2:
-            return None
-        fits = _is_at(route[0], output) and _is_at(route[-1], input_)
-        return route if fits else None
+MOVES = ("pos", "width", "height", "visible")  # properties whose change can spoil a route
 
 
 class RoutedViewer(NodeViewer):
-    """NodeGraphQt's viewer, with pipes that can follow routes."""
+    """NodeGraphQt's viewer, with pipes that can follow routes.
 
-    def __init__(self, parent: QtWidgets.QWidget | None = None, undo_stack: Any = None) -> None:
-        # Before the base class, which already draws its live pipe.
-        self.routes: dict[Connection, list[Point]] = {}
-        super().__init__(parent, undo_stack)
+    `routes` are those that were asked for, by a tidy for instance. `detours` take their place
+    while nodes stand in their way.
+    """
+
+    # Before the base class is initialised, which already draws its live pipe.
+    routes: Routes = {}
+    detours: Routes = {}
+    _mender: QtCore.QTimer | None = None
+
+    def serve(self, graph: NodeGraph) -> None:
+        """Start to route the pipes of `graph`."""
+        self.routes, self.detours = {}, {}
+        self._graph = graph
+        self._mender = QtCore.QTimer()
+        self._mender.setSingleShot(True)
+        mend_later = _while_alive(self, RoutedViewer.mend_later)
+        self._mender.timeout.connect(_while_alive(self, RoutedViewer.mend))
+        graph.undo_stack().indexChanged.connect(mend_later)
+        graph.property_changed.connect(
+            lambda _, name, __: name in MOVES and mend_later())
 
     def establish_connection(self, start_port: PortItem, end_port: PortItem) -> None:
         """Make the pipe of a new connection.
@@ -100,6 +77,92 @@ class RoutedViewer(NodeViewer):
         if not start_port.node.visible or not end_port.node.visible:
             pipe.hide()
 
+    def known_routes(self, connection: Connection) -> list[list[Point]]:
+        """The routes of a connection: the one that was asked for, then the detour."""
+        return [route for routes in (self.routes, self.detours)
+                if (route := routes.get(connection)) is not None]
+
+    def exchange_routes(self, state: tuple[Routes, Routes]) -> None:
+        """Take other routes and detours; the pipes have to be drawn by the caller."""
+        self.routes, self.detours = state
+
+    def mend_later(self) -> None:
+        """Mend the routes when the event loop runs next."""
+        if self._mender is not None and self.routes and not self._mender.isActive():
+            self._mender.start()
+
+    def mend(self) -> None:
+        """Give new ways to the wires whose routes do not fit any more, or run behind a node."""
+        if not self.routes or self._mender is None:
+            return
+        started = time.perf_counter()
+        canvas = read_canvas(self._graph)
+        found = Wiring(self._graph, canvas).routes(
+            [box.rect for box in canvas.boxes], range(len(canvas.wires)))
+        detours = {connection: route for connection, route in found.items()
+                   if self.routes.get(connection) != route}
+        old = self.detours
+        self.detours = detours
+        draw_changed_pipes(self._graph, {
+            connection for connection in old.keys() | detours.keys()
+            if old.get(connection) != detours.get(connection)})
+        # In a large graph no more than half of the time while a node is dragged.
+        self._mender.stop()
+        self._mender.setInterval(int(1000 * (time.perf_counter() - started)))
+
+
+def _while_alive(viewer: RoutedViewer, action: Callable[[RoutedViewer], None]) -> Callable[..., None]:
+    """A slot that does nothing once Qt has begun to take the viewer apart.
+
+    Then its undo stack still says that its index has changed.
+    """
+    me = weakref.ref(viewer)
+
+    def run(*_: Any) -> None:
+        viewer = me()
+        if viewer is not None and QtCompat.isValid(viewer) and QtCompat.isValid(viewer._mender):
+            action(viewer)
+
+    return run
+
+
+class _Routed:
+    """What a graph with routes adds to one without."""
+
+    def serialize_session(self) -> dict[str, Any]:
+        """The session, with the routes."""
+        session = super().serialize_session()
+        session["routes"] = saved_routes(self)
+        return session
+
+    def deserialize_session(self, layout_data: dict[str, Any], *args: Any, **kwargs: Any) -> None:
+        """Load a session, with the routes that were saved with it."""
+        there = {node.id for node in self.all_nodes()}
+        super().deserialize_session(layout_data, *args, **kwargs)
+        load_routes(self, layout_data, there)
+
+    def expand_group_node(self, node: GroupNode) -> SubGraph:
+        """Open a group; its pipes follow routes, too."""
+        opened = super().expand_group_node(node)
+        if opened is not None and not isinstance(opened, _Routed):
+            # NodeGraphQt has no hook for the kind of graph, viewer and pipe that it makes here.
+            opened.__class__ = RoutedSubGraph
+            viewer = opened.viewer()
+            viewer.__class__ = RoutedViewer
+            viewer.serve(opened)
+            for pipe in viewer.all_pipes():
+                pipe.__class__ = RoutedPipe
+            load_routes(opened, node.get_sub_graph_session(), set())
+        return opened
+
+
+class RoutedGraph(_Routed, NodeGraph):
+    """A `NodeGraph` whose pipes can follow routes."""
+
+
+class RoutedSubGraph(_Routed, SubGraph):
+    """The graph in an opened group of a `RoutedGraph`."""
+
 
 class _UndoStack(QtWidgets.QUndoStack):
     def __bool__(self) -> bool:
@@ -108,60 +171,57 @@ class _UndoStack(QtWidgets.QUndoStack):
         return True
 
 
-def routed_graph(**kwargs: Any) -> NodeGraph:
+def routed_graph(**kwargs: Any) -> RoutedGraph:
     """A `NodeGraph` whose pipes can follow routes; takes the keywords of `NodeGraph`."""
     stack = _UndoStack()
-    return NodeGraph(viewer=RoutedViewer(undo_stack=stack), undo_stack=stack, **kwargs)
+    graph = RoutedGraph(viewer=RoutedViewer(undo_stack=stack), undo_stack=stack, **kwargs)
+    graph.viewer().serve(graph)
+    return graph
 
 
 def show_routes(graph: NodeGraph, tidied: Tidied) -> None:
     """Draw the pipes of `graph` along the routes that `tidy` returned.
 
-    Routes of pipes that took no part in that tidy are kept.
+    A tidy of a routed graph has done so itself; this is for routes that were kept, or shown
+    elsewhere. Routes of pipes that took no part in that tidy stay.
     """
+    _take(_viewer(graph), graph, tidied.routes)
+
+
+def route_wires(
+    graph: NodeGraph, wires: Iterable[Connection] | None = None, *, afresh: bool = False
+) -> dict[Connection, list[Point]]:
+    """Route all wires, or only some, for nodes where they stand, without moving a node.
+
+    No wire runs behind a node where there is a way around. A wire that can keeps its route, unless
+    it is to be routed `afresh`. Returns the routes, in scene coordinates; a routed graph shows them
+    at once, without an undo step.
+    """
+    canvas = read_canvas(graph)
+    chosen = None if wires is None else set(wires)
+    part = [index for index, wire in enumerate(canvas.wires)
+            if chosen is None or canvas.connection(wire) in chosen]
+    routes = Wiring(graph, canvas).routes([box.rect for box in canvas.boxes], part,
+                                          keep=not afresh)
+    viewer = graph.viewer()
+    if isinstance(viewer, RoutedViewer):
+        _take(viewer, graph, routes)
+    return routes
+
+
+def _viewer(graph: NodeGraph) -> RoutedViewer:
     viewer = graph.viewer()
     if not isinstance(viewer, RoutedViewer):
         raise TypeError("routes can be shown only in a graph made by routed_graph()")
+    return viewer
+
+
+def _take(viewer: RoutedViewer, graph: NodeGraph,
+          routes: Mapping[Connection, Sequence[Point]]) -> None:
     present = {node.id for node in graph.all_nodes()}
-    part = tidied.positions.keys()
-    viewer.routes = {
-        connection: route for connection, route in viewer.routes.items()
-        if {connection.source, connection.target} <= present
-        and not (connection.source in part and connection.target in part)
-    } | tidied.routes
-    for pipe in viewer.all_pipes():
-        pipe.draw_path(pipe.input_port, pipe.output_port)
-
-
-def rounded_path(points: Sequence[Point], radius: float) -> QtGui.QPainterPath:
-    """A path along `points`, at least two, with every corner rounded by up to `radius`."""
-    corners = _corners(points)
-    path = QtGui.QPainterPath(QtCore.QPointF(*corners[0]))
-    for before, corner, after in zip(corners, corners[1:], corners[2:]):
-        # No more than half of a segment: its other half belongs to the next corner.
-        cut = min(radius, math.dist(before, corner) / 2, math.dist(corner, after) / 2)
-        path.lineTo(QtCore.QPointF(*_towards(corner, before, cut)))
-        path.quadTo(QtCore.QPointF(*corner), QtCore.QPointF(*_towards(corner, after, cut)))
-    path.lineTo(QtCore.QPointF(*corners[-1]))
-    return path
-
-
-def _corners(points: Sequence[Point]) -> list[Point]:
-    """`points` without those at which the line runs straight on; they would limit the radius."""
-    corners = [points[0]]
-    for here, after in zip(points[1:], points[2:]):
-        (x0, y0), (x1, y1), (x2, y2) = corners[-1], here, after
-        turn = (x1 - x0) * (y2 - y1) - (y1 - y0) * (x2 - x1)
-        if abs(turn) > 1e-6:
-            corners.append(here)
-    return [*corners, points[-1]]
-
-
-def _towards(start: Point, end: Point, distance: float) -> Point:
-    share = distance / math.dist(start, end)
-    return start[0] + (end[0] - start[0]) * share, start[1] + (end[1] - start[1]) * share
-
-
-def _is_at(point: Point, port: PortItem) -> bool:
-    centre = port.mapToScene(port.boundingRect().center())
-    return math.dist(point, (centre.x(), centre.y())) <= FIT_TOLERANCE
+    viewer.exchange_routes((
+        {connection: list(route) for connection, route in (viewer.routes | dict(routes)).items()
+         if {connection.source, connection.target} <= present},
+        {connection: route for connection, route in viewer.detours.items()
+         if connection not in routes}))
+    draw_changed_pipes(graph, set(routes))
