@@ -16,17 +16,14 @@ Grouped neighbours(const Grouped& map, std::span<const std::int32_t> ends, Arena
 Adjacency _adjacency(LGraph& graph) {
   Arena& scratch = graph.scratch;
   const std::int32_t count = static_cast<std::int32_t>(graph.nodes.size());
-  const std::span<std::int32_t> sources = scratch.raw_array<std::int32_t>(graph.edges.size());
-  const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(graph.edges.size());
+  const EdgeEnds ends = edge_ends(graph);
   for (std::size_t i = 0; i < graph.edges.size(); ++i) {
-    sources[i] = graph.edges[i]->source_node()->position;
-    targets[i] = graph.edges[i]->target_node()->position;
-    const bool outside = sources[i] < 0 || targets[i] < 0;
-    if (outside || sources[i] == targets[i]) sources[i] = targets[i] = -1;
+    const bool outside = ends.sources[i] < 0 || ends.targets[i] < 0;
+    if (outside || ends.sources[i] == ends.targets[i]) ends.sources[i] = ends.targets[i] = -1;
   }
-  const Grouped outgoing = group_by(sources, count, scratch);
-  const Grouped incoming = group_by(targets, count, scratch);
-  return {neighbours(outgoing, targets, scratch), neighbours(incoming, sources, scratch)};
+  const Grouped outgoing = group_by(ends.sources, count, scratch);
+  const Grouped incoming = group_by(ends.targets, count, scratch);
+  return {neighbours(outgoing, ends.targets, scratch), neighbours(incoming, ends.sources, scratch)};
 }
 
 std::span<const std::int32_t> _topological_order(LGraph& graph, const Adjacency& adjacency) {

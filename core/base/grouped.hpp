@@ -1,4 +1,4 @@
-// Grouped: lists of integers, back to back in one array.
+// GroupsOf: lists of one kind, back to back in one array. Grouped: the same of integers.
 //
 // Example:
 //   const std::array<std::int32_t, 4> layer_of = {1, 0, -1, 1};
@@ -15,15 +15,21 @@
 
 namespace quillan::vorn_layered {
 
-struct Grouped {
+template <typename Item>
+struct GroupsOf {
   std::span<const std::int32_t> starts;  // where each list begins, and the end of the last one
-  std::span<const std::int32_t> items;
+  std::span<Item> items;
 
   [[nodiscard]] std::int32_t size() const { return static_cast<std::int32_t>(starts.size()) - 1; }
-  [[nodiscard]] std::span<const std::int32_t> operator[](std::int32_t list) const {
-    return items.subspan(starts[list], starts[list + 1] - starts[list]);
+  [[nodiscard]] std::int32_t size_of(std::int32_t list) const {
+    return starts[list + 1] - starts[list];
+  }
+  [[nodiscard]] std::span<Item> operator[](std::int32_t list) const {
+    return items.subspan(starts[list], size_of(list));
   }
 };
+
+using Grouped = GroupsOf<const std::int32_t>;
 
 // Groups the indices of `keys` by key: list k of the `lists` lists holds, ascending, every i with
 // keys[i] == k. A key below 0 belongs to no list. The result lives as long as what is allocated

@@ -79,13 +79,13 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
   }
   // The lower ends get ranks in ascending order, and the segments of one end in the order in which
   // they come here, so that no two of them cross.
-  const std::span<const LayerOrders::LowerEnd> ends = orders.ends_above(lower);
-  const std::span<std::uint32_t> next_ranks = scratch.raw_array<std::uint32_t>(ends.size());
-  for (std::size_t end = 0; end < ends.size(); ++end) {
-    next_ranks[end] = ranks_before[ends[end].slot - first_slot] + ends[end].before;
+  const std::span<const LayerOrders::TargetPort> ports = orders.target_ports(lower);
+  const std::span<std::uint32_t> next_ranks = scratch.raw_array<std::uint32_t>(ports.size());
+  for (std::size_t i = 0; i < ports.size(); ++i) {
+    next_ranks[i] = ranks_before[ports[i].slot - first_slot] + ports[i].before;
   }
 
-  const std::int32_t first_end = orders.first_end(lower);
+  const std::int32_t first_port = orders.first_target_port(lower);
   RankSet members(total, scratch);
   const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(total);
   std::int64_t crossings = 0;
@@ -96,7 +96,7 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
       const std::int32_t port = segments[begin].upper_port;
       std::size_t end = begin;
       for (; end < segments.size() && segments[end].upper_port == port; ++end) {
-        ranks[end] = next_ranks[segments[end].lower_end - first_end]++;
+        ranks[end] = next_ranks[segments[end].target_number - first_port]++;
         crossings += members.count_above(ranks[end]);
       }
       for (; begin < end; ++begin) members.insert(ranks[begin]);

@@ -5,159 +5,135 @@
 
 namespace quillan::vorn_layered {
 
-// Per edge of the graph: the slots of its ends, and those again where they lie in layers next to
-// each other, else -1.
-struct LayerOrders::EdgeSlots {
-  std::span<std::int32_t> source;
-  std::span<std::int32_t> target;
-  std::span<std::int32_t> adjacent_source;
-  std::span<std::int32_t> adjacent_target;
-};
+namespace {
+
+// A port and a segment in one integer, the port in the high bits.
+constexpr int kPortShift = 32;
+constexpr std::int64_t kSegmentMask = (std::int64_t{1} << kPortShift) - 1;
+
+}  // namespace
 
 LayerOrders::LayerOrders(LGraph& graph)
-    : graph_(graph), stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
-  require_known_ends(graph);
-  Arena& scratch = graph.scratch;
-  const std::span<const std::int32_t> slot_of = number_nodes();
-  const std::size_t count = graph.edges.size();
-  EdgeSlots ends{
-      scratch.raw_array<std::int32_t>(count), scratch.raw_array<std::int32_t>(count), {}, {}};
-  for (std::size_t i = 0; i < count; ++i) {
-    ends.source[i] = slot_of[graph.edges[i]->source_node()->position];
-    ends.target[i] = slot_of[graph.edges[i]->target_node()->position];
-    if (layer_of_[ends.source[i]] + 1 != layer_of_[ends.target[i]]) regular_ = false;
-  }
-  ends.adjacent_source = ends.source;
-  ends.adjacent_target = ends.target;
-  if (!regular_) {
-    ends.adjacent_source = scratch.array<std::int32_t>(count, -1);
-    ends.adjacent_target = scratch.array<std::int32_t>(count, -1);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (layer_of_[ends.source[i]] + 1 != layer_of_[ends.target[i]]) continue;
-      ends.adjacent_source[i] = ends.source[i];
-      ends.adjacent_target[i] = ends.target[i];
+    : graph_(graph),
+      slots_(graph),
+      at_(graph.scratch.raw_array<std::int32_t>(slots_.count())),
+      place_(graph.scratch.raw_array<std::int32_t>(slots_.count())),
+      stamp_(graph.scratch.array<std::int64_t>(graph.layers.size(), 0)) {
+  std::iota(at_.begin(), at_.end(), 0);
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    for (const std::int32_t slot : graph.layers.slots(layer)) {
+      place_[slot] = slot - first_slot(layer);
     }
+  }
+  const EdgeEnds ends = slots_.ends_of_edges(graph);
+  for (std::size_t i = 0; regular_ && i < ends.sources.size(); ++i) {
+    regular_ = slots_.joins_neighbours(ends.sources[i], ends.targets[i]);
   }
   collect(ends);
 }
 
-std::span<const std::int32_t> LayerOrders::number_nodes() {
+void LayerOrders::collect(const EdgeEnds& ends) {
   Arena& scratch = graph_.scratch;
-  const std::span<LNode* const> layered = graph_.layers.flat();
-  const std::span<std::int32_t> slot_of = scratch.array<std::int32_t>(graph_.nodes.size(), -1);
-  std::size_t known = 0;  // nodes of the graph that stand in a layer
-  for (std::size_t slot = 0; slot < layered.size(); ++slot) {
-    if (layered[slot]->position < 0) continue;
-    slot_of[layered[slot]->position] = static_cast<std::int32_t>(slot);
-    ++known;
-  }
-  const std::size_t count = layered.size() + graph_.nodes.size() - known;
-  nodes_ = scratch.raw_array<LNode*>(count);
-  layer_of_ = scratch.array<std::int32_t>(count, NO_LAYER);
-  at_ = scratch.raw_array<std::int32_t>(count);
-  place_ = scratch.raw_array<std::int32_t>(count);
-  std::iota(at_.begin(), at_.end(), 0);
-  std::copy(layered.begin(), layered.end(), nodes_.begin());
-  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
-    for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
-      layer_of_[slot] = layer;
-      place_[slot] = slot - first_slot(layer);
+  std::span<std::int32_t> uppers = ends.sources;
+  std::span<std::int32_t> lowers = ends.targets;
+  if (!regular_) {
+    uppers = scratch.array<std::int32_t>(uppers.size(), -1);
+    lowers = scratch.array<std::int32_t>(lowers.size(), -1);
+    for (std::size_t i = 0; i < uppers.size(); ++i) {
+      if (!slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
+      uppers[i] = ends.sources[i];
+      lowers[i] = ends.targets[i];
     }
   }
-  if (known == graph_.nodes.size()) return slot_of;
-  std::int32_t next = static_cast<std::int32_t>(layered.size());
-  for (LNode* node : graph_.nodes) {
-    if (slot_of[node->position] >= 0) continue;
-    nodes_[next] = node;
-    slot_of[node->position] = next++;
-  }
-  return slot_of;
-}
-
-void LayerOrders::collect(const EdgeSlots& ends) {
-  Arena& scratch = graph_.scratch;
-  const Grouped below = group_by(ends.adjacent_source, slot_count(), scratch);
-  const Grouped above = group_by(ends.adjacent_target, slot_count(), scratch);
+  const Grouped below = group_by(uppers, slot_count(), scratch);
+  const Grouped above = group_by(lowers, slot_count(), scratch);
   const std::size_t count = below.items.size();
 
-  Half& upper = halves_[static_cast<int>(Reference::UPPER)];
   const std::span<std::int32_t> sources = scratch.raw_array<std::int32_t>(count);
-  upper = {above.starts, sources, scratch.raw_array<std::int32_t>(count),
-           scratch.raw_array<EndKey>(count), scratch.array<std::int64_t>(layer_count(), -1)};
+  collect_side(Reference::UPPER, above.starts, sources);
   for (std::size_t i = 0; i < count; ++i) {
-    sources[i] = ends.source[above.items[i]];
-    upper.ports[i] = graph_.edges[above.items[i]]->source->index + 1;
+    sources[i] = ends.sources[above.items[i]];
+    neighbours_[0].ports[i] = graph_.edges[above.items[i]]->source->index + 1;
   }
 
-  segments_ = scratch.raw_array<Segment>(count);
+  const std::span<Segment> segments = scratch.raw_array<Segment>(count);
   for (std::size_t i = 0; i < count; ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
-    segments_[i] = {edge.source->index, ends.target[below.items[i]], edge.target->index, 0};
+    segments[i] = {edge.source->index, ends.targets[below.items[i]], edge.target->index, 0};
   }
-  number_ends(above, below);
-  Half& lower = halves_[static_cast<int>(Reference::LOWER)];
+  segments_ = {below.starts, segments};
+  number_target_ports(above, below, segments);
+  const auto by_port = [](const Segment& a, const Segment& b) {
+    return a.upper_port < b.upper_port;
+  };
+  for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
+    const std::span<Segment> own = segments_[slot];
+    if (!std::is_sorted(own.begin(), own.end(), by_port)) {
+      std::sort(own.begin(), own.end(), by_port);
+    }
+  }
   const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
-  lower = {below.starts, targets, scratch.raw_array<std::int32_t>(count),
-           scratch.raw_array<EndKey>(count), scratch.array<std::int64_t>(layer_count(), -1)};
-  sort_segments(ends);
+  collect_side(Reference::LOWER, below.starts, targets);
   for (std::size_t i = 0; i < count; ++i) {
-    targets[i] = segments_[i].lower_slot;
-    lower.ports[i] = segments_[i].lower_port + 1;
+    targets[i] = segments[i].lower_slot;
+    neighbours_[1].ports[i] = segments[i].lower_port + 1;
   }
+  collect_successors(ends);
 }
 
-void LayerOrders::number_ends(const Grouped& above, const Grouped& below) {
+void LayerOrders::collect_side(Reference side, std::span<const std::int32_t> starts,
+                               std::span<const std::int32_t> neighbours) {
   Arena& scratch = graph_.scratch;
-  first_end_ = scratch.raw_array<std::int32_t>(slot_count() + 1);
-  ends_ = scratch.raw_array<LowerEnd>(segments_.size());
+  keys_[static_cast<int>(side)] = {starts, scratch.raw_array<EndKey>(neighbours.size())};
+  neighbours_[static_cast<int>(side)] = {neighbours,
+                                         scratch.raw_array<std::int32_t>(neighbours.size()),
+                                         scratch.array<std::int64_t>(layer_count(), -1)};
+}
+
+void LayerOrders::number_target_ports(const Grouped& above, const Grouped& below,
+                                      std::span<Segment> segments) {
+  Arena& scratch = graph_.scratch;
+  const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(layer_count() + 1);
+  const std::span<TargetPort> ports = scratch.raw_array<TargetPort>(segments.size());
   const Arena::Frame frame(scratch);
   const std::span<std::int32_t> segment_of = scratch.raw_array<std::int32_t>(graph_.edges.size());
   for (std::size_t i = 0; i < below.items.size(); ++i) {
     segment_of[below.items[i]] = static_cast<std::int32_t>(i);
   }
-  const std::span<std::int64_t> by_port = scratch.raw_array<std::int64_t>(above.items.size());
+  const std::span<std::int64_t> by_port = scratch.raw_array<std::int64_t>(segments.size());
   std::int32_t count = 0;
-  for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
-    first_end_[slot] = count;
-    const std::int32_t begin = above.starts[slot];
-    const std::span<std::int64_t> own = by_port.first(above.starts[slot + 1] - begin);
-    for (std::size_t i = 0; i < own.size(); ++i) {
-      const std::int32_t segment = segment_of[above.items[begin + i]];
-      own[i] = (std::int64_t{segments_[segment].lower_port} << 32U) | segment;
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    starts[layer] = count;
+    for (const std::int32_t slot : graph_.layers.slots(layer)) {
+      const std::span<std::int64_t> own = by_port.first(above.size_of(slot));
+      for (std::size_t i = 0; i < own.size(); ++i) {
+        const std::int32_t segment = segment_of[above[slot][i]];
+        own[i] = (std::int64_t{segments[segment].lower_port} << kPortShift) | segment;
+      }
+      sort_few(own);
+      std::int32_t last_port = -1;
+      for (std::size_t i = 0; i < own.size(); ++i) {
+        const auto port = static_cast<std::int32_t>(own[i] >> kPortShift);
+        if (port != last_port) ports[count++] = {slot, static_cast<std::int32_t>(i)};
+        segments[own[i] & kSegmentMask].target_number = count - 1;
+        last_port = port;
+      }
+      highest_target_port_ = std::max(highest_target_port_, last_port);
     }
-    sort_few(own);
-    std::int32_t last_port = -1;
-    for (std::size_t i = 0; i < own.size(); ++i) {
-      const auto port = static_cast<std::int32_t>(own[i] >> 32U);
-      if (port != last_port) ends_[count++] = {slot, static_cast<std::int32_t>(i)};
-      segments_[own[i] & INT32_MAX].lower_end = count - 1;
-      last_port = port;
-    }
-    highest_target_port_ = std::max(highest_target_port_, last_port);
   }
-  first_end_.back() = count;
+  starts.back() = count;
+  target_ports_ = {starts, ports};
 }
 
-void LayerOrders::sort_segments(const EdgeSlots& ends) {
-  const Half& lower = halves_[static_cast<int>(Reference::LOWER)];
-  const auto by_port = [](const Segment& a, const Segment& b) {
-    return a.upper_port < b.upper_port;
-  };
-  for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
-    const std::span<Segment> own =
-        segments_.subspan(lower.starts[slot], lower.starts[slot + 1] - lower.starts[slot]);
-    if (!std::is_sorted(own.begin(), own.end(), by_port)) {
-      std::sort(own.begin(), own.end(), by_port);
-    }
-  }
+void LayerOrders::collect_successors(const EdgeEnds& ends) {
   if (regular_) {
-    successors_ = {lower.starts, lower.slots};
+    successors_ = {segments_.starts, neighbours_[1].slots};
     return;
   }
-  const Grouped leaving = group_by(ends.source, slot_count(), graph_.scratch);
+  const Grouped leaving = group_by(ends.sources, slot_count(), graph_.scratch);
   const std::span<std::int32_t> items =
       graph_.scratch.raw_array<std::int32_t>(leaving.items.size());
-  for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends.target[leaving.items[i]];
+  for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends.targets[leaving.items[i]];
   successors_ = {leaving.starts, items};
 }
 
@@ -181,27 +157,27 @@ void LayerOrders::set_all(std::span<const std::int32_t> ordered) {
 void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
   const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
   if (neighbour < 0 || neighbour >= layer_count()) return;
-  Half& half = halves_[static_cast<int>(side)];
-  if (half.seen[layer] == stamp_[neighbour]) return;
-  half.seen[layer] = stamp_[neighbour];
-  const std::int32_t begin = half.starts[first_slot(layer)];
-  const std::int32_t end = half.starts[first_slot(layer + 1)];
+  const Neighbours& from = neighbours_[static_cast<int>(side)];
+  if (from.seen[layer] == stamp_[neighbour]) return;
+  from.seen[layer] = stamp_[neighbour];
+  const GroupsOf<EndKey>& keys = keys_[static_cast<int>(side)];
+  const std::int32_t begin = keys.starts[first_slot(layer)];
+  const std::int32_t end = keys.starts[first_slot(layer + 1)];
   for (std::int32_t i = begin; i < end; ++i) {
-    half.keys[i] = place_[half.slots[i]] * KEY_SCALE + half.ports[i];
+    keys.items[i] = place_[from.slots[i]] * KEY_SCALE + from.ports[i];
   }
-  for (std::int32_t slot = first_slot(layer); slot < first_slot(layer + 1); ++slot) {
-    const std::int32_t degree = half.starts[slot + 1] - half.starts[slot];
-    if (degree > 1) sort_few(half.keys.subspan(half.starts[slot], degree));
+  for (const std::int32_t slot : graph_.layers.slots(layer)) {
+    if (keys.size_of(slot) > 1) sort_few(keys[slot]);
   }
 }
 
 void LayerOrders::rank_ids() {
   Arena& scratch = graph_.scratch;
-  id_rank_ = scratch.raw_array<std::int32_t>(nodes_.size());
-  by_id_ = scratch.raw_array<std::int32_t>(nodes_.size());
+  id_rank_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
+  by_id_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
   const Arena::Frame frame(scratch);
-  const std::span<Text> ids = scratch.raw_array<Text>(nodes_.size());
-  for (std::size_t slot = 0; slot < nodes_.size(); ++slot) ids[slot] = nodes_[slot]->id;
+  const std::span<Text> ids = scratch.raw_array<Text>(slots_.nodes.size());
+  for (std::size_t slot = 0; slot < slots_.nodes.size(); ++slot) ids[slot] = slots_.nodes[slot]->id;
   // Successors of one node may lie in different layers if segments skip some.
   if (!regular_) rank_texts(ids, id_rank_, scratch);
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
@@ -229,7 +205,7 @@ void LayerOrders::commit() {
   std::size_t count = 0;
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
     for (const std::int32_t slot : order(layer)) {
-      const std::int32_t position = nodes_[slot]->position;
+      const std::int32_t position = slots_.nodes[slot]->position;
       if (position < 0) continue;
       members[count] = graph_.nodes[position];
       members[count++]->order = sizes[layer]++;

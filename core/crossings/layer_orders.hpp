@@ -1,8 +1,7 @@
 // LayerOrders: the working form of phase 3.
 //
-// Nodes are renumbered by layer (`slots`), so that all that belongs to one layer is contiguous in
-// every array. For each slot it knows the neighbours in the layer before and in the layer after,
-// with the port that each segment uses there.
+// Nodes go by their slots (core/graph/layer_slots.hpp). For each slot it knows the neighbours in
+// the layer before and in the layer after, with the port that each segment uses there.
 //
 // The position of a segment's end is stated as index + (port + 1) / 64 in real arithmetic. Here it
 // is the integer 64 * index + port + 1, a key: the real is exactly the key divided by 64, so keys
@@ -15,7 +14,7 @@
 #include <cstdint>
 #include <span>
 
-#include "core/graph/incident_maps.hpp"
+#include "core/graph/layer_slots.hpp"
 #include "core/graph/lgraph.hpp"
 
 namespace quillan::vorn_layered {
@@ -47,12 +46,9 @@ void sort_few(std::span<Integer> values) {
 
 class LayerOrders {
  public:
-  static constexpr std::int32_t NO_LAYER = -2;
-
-  // Nodes that stand in no layer get slots behind all others: segments reach them, orders do not.
-  // A node outside the graph that stands in a layer is one without segments. REQUIRES: no node
-  // stands in `graph.layers` twice. Throws LookupFault for a segment with an end outside the graph.
-  // The arrays live in the open frame of `graph.scratch`. Linear in nodes plus edges.
+  // Segments reach nodes that stand in no layer, orders do not. REQUIRES: no node stands in
+  // `graph.layers` twice. Throws LookupFault for a segment with an end outside the graph. The
+  // arrays live in the open frame of `graph.scratch`. Linear in nodes plus edges.
   explicit LayerOrders(LGraph& graph);
 
   [[nodiscard]] std::int32_t layer_count() const { return graph_.layers.size(); }
@@ -63,9 +59,9 @@ class LayerOrders {
   [[nodiscard]] std::int32_t layer_size(std::int32_t layer) const {
     return first_slot(layer + 1) - first_slot(layer);
   }
-  [[nodiscard]] LNode* node(std::int32_t slot) const { return nodes_[slot]; }
-  // NO_LAYER for a node that stands in none; no layer comes before or after that.
-  [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return layer_of_[slot]; }
+  [[nodiscard]] LNode* node(std::int32_t slot) const { return slots_.nodes[slot]; }
+  // LayerSlots::NO_LAYER for a node that stands in none.
+  [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return slots_.layer_of[slot]; }
   [[nodiscard]] LGraph& graph() const { return graph_; }
 
   // The slots of a layer in their current order.
@@ -86,14 +82,12 @@ class LayerOrders {
 
   // How many segments lead from `slot` into the reference layer.
   [[nodiscard]] std::int32_t degree(std::int32_t slot, Reference side) const {
-    const Half& half = halves_[static_cast<int>(side)];
-    return half.starts[slot + 1] - half.starts[slot];
+    return keys_[static_cast<int>(side)].size_of(slot);
   }
   // The keys of these segments' ends in the reference layer, ascending; they read the orders as
   // they were at the last refresh_keys() for the slot's layer and side.
   [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, Reference side) const {
-    const Half& half = halves_[static_cast<int>(side)];
-    return half.keys.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
+    return keys_[static_cast<int>(side)][slot];
   }
   // Brings the keys of a layer up to date with the order of its neighbouring layer.
   void refresh_keys(std::int32_t layer, Reference side);
@@ -103,28 +97,27 @@ class LayerOrders {
     std::int32_t upper_port;
     std::int32_t lower_slot;
     std::int32_t lower_port;
-    std::int32_t lower_end;  // the number of the lower port
+    std::int32_t target_number;  // of the lower port among target_ports()
   };
   [[nodiscard]] std::span<const Segment> segments_below(std::int32_t slot) const {
-    const Half& half = halves_[static_cast<int>(Reference::LOWER)];
-    return segments_.subspan(half.starts[slot], half.starts[slot + 1] - half.starts[slot]);
+    return segments_[slot];
   }
   // How many segments join layer `upper` to the next.
   [[nodiscard]] std::int32_t gap_size(std::int32_t upper) const {
-    const Half& half = halves_[static_cast<int>(Reference::LOWER)];
-    return half.starts[first_slot(upper + 1)] - half.starts[first_slot(upper)];
+    return segments_.starts[first_slot(upper + 1)] - segments_.starts[first_slot(upper)];
   }
 
-  // The ports at which segments from above end, numbered by slot, then port.
-  struct LowerEnd {
+  // A port at which segments from above end.
+  struct TargetPort {
     std::int32_t slot;
     std::int32_t before;  // how many segments end at lower ports of the slot
   };
-  [[nodiscard]] std::int32_t first_end(std::int32_t layer) const {
-    return first_end_[first_slot(layer)];
+  // Those of a layer by slot, then port. They are numbered in this order through all layers.
+  [[nodiscard]] std::span<const TargetPort> target_ports(std::int32_t layer) const {
+    return target_ports_[layer];
   }
-  [[nodiscard]] std::span<const LowerEnd> ends_above(std::int32_t layer) const {
-    return ends_.subspan(first_end(layer), first_end(layer + 1) - first_end(layer));
+  [[nodiscard]] std::int32_t first_target_port(std::int32_t layer) const {
+    return target_ports_.starts[layer];
   }
   // The highest index of a port at which a segment between neighbouring layers ends.
   [[nodiscard]] std::int32_t highest_target_port() const { return highest_target_port_; }
@@ -146,33 +139,30 @@ class LayerOrders {
   void commit();
 
  private:
-  // The ends of the segments towards one side, by slot.
-  struct Half {
-    std::span<const std::int32_t> starts;
-    std::span<const std::int32_t> slots;  // of the neighbours
+  // Where the keys of one side come from.
+  struct Neighbours {
+    std::span<const std::int32_t> slots;  // laid out like the keys
     std::span<std::int32_t> ports;        // port index + 1 at the neighbour
-    std::span<EndKey> keys;
-    std::span<std::int64_t> seen;  // per layer: the neighbour's stamp that keys reflect
+    std::span<std::int64_t> seen;         // per layer: the neighbour's stamp that keys reflect
   };
-  struct EdgeSlots;
-  std::span<const std::int32_t> number_nodes();
-  void collect(const EdgeSlots& ends);
-  void number_ends(const Grouped& above, const Grouped& below);
-  void sort_segments(const EdgeSlots& ends);
+  void collect(const EdgeEnds& ends);
+  void collect_side(Reference side, std::span<const std::int32_t> starts,
+                    std::span<const std::int32_t> neighbours);
+  void number_target_ports(const Grouped& above, const Grouped& below, std::span<Segment> segments);
+  void collect_successors(const EdgeEnds& ends);
 
   LGraph& graph_;
-  std::span<LNode*> nodes_;
-  std::span<std::int32_t> layer_of_;
+  LayerSlots slots_;
   std::span<std::int32_t> at_;
   std::span<std::int32_t> place_;
   std::span<std::int64_t> stamp_;
   std::int64_t last_stamp_ = 0;
-  std::span<Segment> segments_;
-  std::span<LowerEnd> ends_;
-  std::span<std::int32_t> first_end_;  // per slot: the number of its first lower end
+  GroupsOf<Segment> segments_;         // by upper slot
+  GroupsOf<TargetPort> target_ports_;  // by layer
   std::int32_t highest_target_port_ = 0;
   Grouped successors_;
-  Half halves_[2];
+  GroupsOf<EndKey> keys_[2];  // by side, then slot
+  Neighbours neighbours_[2];
   std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;
   bool regular_ = true;  // whether every segment joins a layer to the next

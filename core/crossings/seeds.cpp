@@ -29,7 +29,7 @@ void _seed_dfs(LayerOrders& orders) {
         visited[slot] = true;
         // The walk leads on through nodes that stand in no layer.
         const std::int32_t own_layer = orders.layer_of(slot);
-        if (own_layer != LayerOrders::NO_LAYER) ordered[ends[own_layer]++] = slot;
+        if (own_layer != LayerSlots::NO_LAYER) ordered[ends[own_layer]++] = slot;
         const std::size_t bottom = stack.size();
         for (const std::int32_t successor : orders.successors(slot)) {
           if (!visited[successor]) stack.push_back(successor);

@@ -12,17 +12,22 @@ void require_known_ends(const LGraph& graph) {
   }
 }
 
+EdgeEnds edge_ends(LGraph& graph) {
+  const EdgeEnds ends{graph.scratch.raw_array<std::int32_t>(graph.edges.size()),
+                      graph.scratch.raw_array<std::int32_t>(graph.edges.size())};
+  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
+    ends.sources[i] = graph.edges[i]->source_node()->position;
+    ends.targets[i] = graph.edges[i]->target_node()->position;
+  }
+  return ends;
+}
+
 IncidentMaps _incident_maps(LGraph& graph) {
   require_known_ends(graph);
   const std::int32_t count = static_cast<std::int32_t>(graph.nodes.size());
-  const std::span<std::int32_t> sources = graph.scratch.raw_array<std::int32_t>(graph.edges.size());
-  const std::span<std::int32_t> targets = graph.scratch.raw_array<std::int32_t>(graph.edges.size());
-  for (std::size_t i = 0; i < graph.edges.size(); ++i) {
-    sources[i] = graph.edges[i]->source_node()->position;
-    targets[i] = graph.edges[i]->target_node()->position;
-  }
-  const Grouped incoming = group_by(targets, count, graph.scratch);
-  const Grouped outgoing = group_by(sources, count, graph.scratch);
+  const EdgeEnds ends = edge_ends(graph);
+  const Grouped incoming = group_by(ends.targets, count, graph.scratch);
+  const Grouped outgoing = group_by(ends.sources, count, graph.scratch);
   return {incoming, outgoing};
 }
 

@@ -3,6 +3,9 @@
 #ifndef QUILLAN_CORE_GRAPH_INCIDENT_MAPS_HPP_
 #define QUILLAN_CORE_GRAPH_INCIDENT_MAPS_HPP_
 
+#include <cstdint>
+#include <span>
+
 #include "core/base/grouped.hpp"
 #include "core/graph/lgraph.hpp"
 
@@ -18,6 +21,14 @@ struct IncidentMaps {
 // The arrays live in the frame of `graph.scratch` that is open when this is called. Throws
 // LookupFault for a segment with an end outside LGraph::nodes. Linear in nodes plus edges.
 IncidentMaps _incident_maps(LGraph& graph);
+
+// The positions in LGraph::nodes at which every edge starts and ends, by edge; -1 for an end
+// outside the graph. In the open frame of `graph.scratch`.
+struct EdgeEnds {
+  std::span<std::int32_t> sources;
+  std::span<std::int32_t> targets;
+};
+EdgeEnds edge_ends(LGraph& graph);
 
 // Throws what _incident_maps() throws, and does nothing else.
 void require_known_ends(const LGraph& graph);

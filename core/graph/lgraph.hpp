@@ -15,6 +15,7 @@
 #define QUILLAN_CORE_GRAPH_LGRAPH_HPP_
 
 #include <cstdint>
+#include <ranges>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -123,6 +124,10 @@ class Layers {
   void clear() {
     nodes_.clear();
     starts_.assign(1, 0);
+  }
+  // The places of a layer's nodes in flat().
+  [[nodiscard]] auto slots(std::int32_t index) const {
+    return std::views::iota(start(index), start(index + 1));
   }
   // Makes `sizes.size()` layers of these sizes with empty slots.
   void resize(std::span<const std::int32_t> sizes);

@@ -11,12 +11,8 @@ void push_behind_predecessors(LGraph& graph, OwnLayer keep) {
   const std::span<const std::int32_t> order = _topological_order(graph, _adjacency(graph));
   // Not by the lists of the order, which leave out edges from a node to itself and from a node
   // outside the graph: both push their target.
-  const std::span<std::int32_t> targets = graph.scratch.raw_array<std::int32_t>(graph.edges.size());
-  for (std::size_t i = 0; i < targets.size(); ++i) {
-    targets[i] = graph.edges[i]->target_node()->position;
-  }
-  const Grouped incoming =
-      group_by(targets, static_cast<std::int32_t>(graph.nodes.size()), graph.scratch);
+  const Grouped incoming = group_by(edge_ends(graph).targets,
+                                    static_cast<std::int32_t>(graph.nodes.size()), graph.scratch);
   for (const std::int32_t position : order) {
     const std::span<const std::int32_t> edges = incoming[position];
     if (edges.empty()) continue;

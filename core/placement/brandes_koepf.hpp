@@ -10,17 +10,18 @@
 #include <cstdint>
 #include <span>
 
-#include "core/graph/incident_maps.hpp"
+#include "core/graph/layer_slots.hpp"
 #include "core/graph/lgraph.hpp"
 #include "core/placement/compaction.hpp"
 
 namespace quillan::vorn_layered {
 
-// The layers of a graph in working form. Slots number the nodes by layer and place, so that
-// comparing slots of one layer compares places.
+// The layers of a graph in working form. Comparing slots of one layer compares places.
 class AlignmentGraph {
  public:
-  // The arrays live in the open frame of the graph's scratch arena. Linear in nodes plus edges.
+  // Throws LookupFault for a segment with an end outside the graph, and for a node outside it in a
+  // layer. The arrays live in the open frame of the graph's scratch arena. Linear in nodes plus
+  // edges.
   explicit AlignmentGraph(LGraph& laid_out);
 
   // A neighbour in the adjacent layer, and the entry that stands for the segments to it: parallel
@@ -30,28 +31,21 @@ class AlignmentGraph {
     std::int32_t segment;
   };
 
-  [[nodiscard]] std::span<const Link> above(std::int32_t slot) const {
-    return above_.subspan(above_starts_[slot], above_starts_[slot + 1] - above_starts_[slot]);
-  }
-  [[nodiscard]] std::span<const Link> below(std::int32_t slot) const {
-    return below_.subspan(below_starts_[slot], below_starts_[slot + 1] - below_starts_[slot]);
-  }
+  [[nodiscard]] std::span<const Link> above(std::int32_t slot) const { return above_[slot]; }
+  [[nodiscard]] std::span<const Link> below(std::int32_t slot) const { return below_[slot]; }
 
   LGraph& graph;
-  std::int32_t slot_count;
+  LayerSlots slots;
   std::int32_t segment_count = 0;
-  std::span<std::int32_t> slot_of;  // by position in LGraph::nodes
-  std::span<double> separation;     // from the center of the slot before
+  std::span<double> separation;  // from the center of the slot before
   std::span<bool> opens_layer;
   std::span<std::int32_t> inner_source;  // slot of the dummy at the other end of the first inner
                                          // segment into this dummy; -1 for none
  private:
-  void collect_links();
+  void collect_links(const EdgeEnds& ends);
 
-  std::span<const std::int32_t> above_starts_;
-  std::span<Link> above_;  // ascending by slot
-  std::span<std::int32_t> below_starts_;
-  std::span<Link> below_;  // ascending by slot
+  GroupsOf<const Link> above_;  // each list ascending by slot
+  GroupsOf<const Link> below_;
 };
 
 // By segment: whether it crosses an inner segment, one with a dummy at both ends. Linear.

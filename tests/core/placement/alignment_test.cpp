@@ -29,7 +29,7 @@ std::vector<std::pair<int, int>> conflicts(TestGraph& graph) {
   const AlignmentGraph layers(graph);
   const std::span<const bool> marked = _mark_type1_conflicts(layers);
   std::vector<std::pair<int, int>> found;
-  for (std::int32_t slot = 0; slot < layers.slot_count; ++slot) {
+  for (std::int32_t slot = 0; slot < layers.slots.count(); ++slot) {
     for (const AlignmentGraph::Link& link : layers.above(slot)) {
       if (marked[link.segment]) found.emplace_back(link.slot, slot);
     }
