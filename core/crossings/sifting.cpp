@@ -27,9 +27,11 @@ class Search {
     if (best_crossings_ > 0) sift_all(kFarTolerance);
     const std::int64_t shares = std::min(thoroughness, kMostThoroughness);
     const std::int64_t effort = kEffortOfGraph + kEffortOfSlot * sift_.slot_count();
-    for (std::int64_t share = 0; share < shares && best_crossings_ > 0; ++share) {
+    std::int64_t last_gain = 0;
+    for (std::int64_t share = 1; share <= shares && best_crossings_ > 0; ++share) {
       for (const std::int64_t end = sift_.effort() + effort; sift_.effort() < end;) kick();
-      keep_if_better();
+      if (keep_if_better()) last_gain = share;
+      if (share - last_gain > kPatience + last_gain / 2) break;
     }
     orders_.set_all(best_);
   }
@@ -38,14 +40,19 @@ class Search {
   // Crossings that a node may add on the way to a better place.
   static constexpr std::int64_t kTolerance = 1;
   static constexpr std::int64_t kFarTolerance = 10;
-  // Starts from random orders, and the sweeps that each gets.
-  static constexpr int kRandomStarts = 2;
+  // Starts from random orders, more than the least while all of them together are cheap, and the
+  // sweeps that each gets.
+  static constexpr int kLeastStarts = 2;
+  static constexpr int kMostStarts = 6;
+  static constexpr std::int64_t kCheapEffort = 60'000;
   static constexpr int kSweeps = 3;
   // Values above it count as this one.
   static constexpr std::int64_t kMostThoroughness = 100;
-  // What kicks may cost, for one unit of thoroughness.
+  // The search ends once it has brought nothing for so many shares, plus half of those before.
+  static constexpr std::int64_t kPatience = 2;
+  // A share, for one unit of thoroughness.
   static constexpr std::int64_t kEffortOfGraph = 1000;
-  static constexpr std::int64_t kEffortOfSlot = 24;
+  static constexpr std::int64_t kEffortOfSlot = 48;
 
   // The crossings of the present orders.
   std::int64_t count() {
@@ -53,11 +60,12 @@ class Search {
     return count_crossings(orders_);
   }
 
-  void keep_if_better() {
+  bool keep_if_better() {
     const std::int64_t crossings = count();
-    if (crossings >= best_crossings_) return;
+    if (crossings >= best_crossings_) return false;
     best_crossings_ = crossings;
     best_.assign(sift_.all().begin(), sift_.all().end());
+    return true;
   }
 
   void sift_all(std::int64_t tolerance) {
@@ -73,7 +81,8 @@ class Search {
     keep_if_better();
     seed_by_ports();
     keep_if_better();
-    for (int i = 0; i < kRandomStarts && best_crossings_ > 0; ++i) {
+    for (int i = 0; best_crossings_ > 0 && i < kMostStarts; ++i) {
+      if (i >= kLeastStarts && sift_.effort() >= kCheapEffort) break;
       seed_by_search();
       for (int sweep = 0; sweep < kSweeps; ++sweep) sift_.sweep();
       sift_all(kTolerance);
