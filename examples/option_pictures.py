@@ -28,7 +28,7 @@ Panels = list[Arrangement]
 
 ROOT = Path(__file__).resolve().parents[1]
 PICTURES = ROOT / "docs" / "pictures"
-REAL_GRAPH = ROOT / "examples" / "graphs" / "inpainting.json"
+REAL_GRAPH = ROOT / "examples" / "graphs" / "text_to_image.json"
 
 WIDTH = 900  # pixels of a page
 SIZE = (56.0, 38.0)  # of a node
@@ -201,8 +201,9 @@ def sifting() -> Panels:
 
 def placement_strategy() -> Panels:
     """Straight chains, and means of neighbours."""
-    net = graph("A>B>C>D>E A>F B>G C>H A>D")
-    return each(net, "placement_strategy", "BRANDES_KOEPF", "SIMPLE")
+    net = graph("A>B A>D B>C C>F D>E E>G F>H G>H A>H")
+    return each(net, "placement_strategy", "BRANDES_KOEPF", "SIMPLE",
+                spacing_node_node_between_layers=TIGHT)
 
 
 def network_simplex() -> Panels:

@@ -28,6 +28,13 @@ LABEL, NAME, IDLE = "#f1f4f9", "#a9b3c3", "#737e90"  # IDLE: what has no wire
 WIRES = ("#6cb6ff", "#f2b155", "#7ed491", "#f0839c", "#b795f6", "#4fd1c8",
          "#e8d66b", "#f59a6d", "#8ea2ff", "#a9d65c", "#e58be0", "#5cc8ee")
 
+# What the colours become where the reader prefers a light page. Colours of marks that others draw on
+# an arrangement, such as LABEL, turn with the rest.
+LIGHT = {CANVAS: "#fbfcfe", DOT: "#dde2ea", EDGE: "#d3d9e3", CARD: "#edf1f6", OUTLINE: "#a3adbd",
+         LABEL: "#1b222d", NAME: "#4b5768", IDLE: "#8a94a4",
+         **dict(zip(WIRES, ("#1f74d1", "#b36b00", "#2b8a45", "#c93a61", "#7a4bd0", "#12857e",
+                            "#8a7a00", "#c2531f", "#4658d8", "#5b8a10", "#b03aa8", "#1380b5")))}
+
 HEADER = 30.0  # height of a header that holds the label
 LABEL_SIZE, NAME_SIZE = 19.0, 13.0
 STRIP = 12.0  # height of a header that doesn't
@@ -305,9 +312,17 @@ def page(arrangements: Sequence[Arrangement], width: float | None = None,
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {right:.0f} {bottom:.0f}" '
         f'width="{right:.0f}" height="{bottom:.0f}" '
         'font-family="Inter, \'Segoe UI\', Roboto, \'Helvetica Neue\', Arial, sans-serif">',
+        f"<style>{light_style()}</style>",
         '<defs><pattern id="dots" width="24" height="24" patternUnits="userSpaceOnUse">'
         f'<circle cx="12" cy="12" r="1.2" fill="{DOT}"/></pattern></defs>',
         *panels, "</svg>\n"])
+
+
+def light_style() -> str:
+    """Rules that turn the colours of the page where the reader prefers light ones."""
+    rules = "".join(f'[fill="{dark}"]{{fill:{light}}}[stroke="{dark}"]{{stroke:{light}}}'
+                    for dark, light in LIGHT.items())
+    return f"@media (prefers-color-scheme:light){{{rules}}}"
 
 
 def draw_panel(arrangement: Arrangement, rect: tuple[float, float, float, float],
