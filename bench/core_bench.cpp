@@ -75,7 +75,8 @@ struct PlainPayload {
 
 const TextSource* read_text(std::istream& file, PlainPayload& plain) {
   file >> plain.bytes.emplace_back();
-  return &plain.texts.emplace_back(TextSource{plain.bytes.back()});
+  plain.texts.push_back({plain.bytes.back()});
+  return &plain.texts.back();
 }
 
 // The file is text: the numbers of nodes and of edges, then for each node its id, width, height, x,

@@ -6,14 +6,6 @@ namespace {
 
 thread_local PutOff* innermost = nullptr;
 
-bool is_finalizing() {
-#if PY_VERSION_HEX >= 0x030D0000
-  return Py_IsFinalizing() != 0;
-#else
-  return _Py_IsFinalizing() != 0;
-#endif
-}
-
 PyThreadState* current_state() {
 #if PY_VERSION_HEX >= 0x030D0000
   return PyThreadState_GetUnchecked();

@@ -27,6 +27,15 @@ namespace quillan::host {
 // Thrown while Python's error indicator is set.
 struct PythonError {};
 
+// Whether the interpreter is coming to its end.
+inline bool is_finalizing() {
+#if PY_VERSION_HEX >= 0x030D0000
+  return Py_IsFinalizing() != 0;
+#else
+  return _Py_IsFinalizing() != 0;
+#endif
+}
+
 // Gives a reference back, without running any code of the caller's: an object whose end could run
 // some is put off until the call of the module is over. Does nothing on a thread that has lost the
 // interpreter.
@@ -51,7 +60,13 @@ class Ref {
   Ref(const Ref&) = delete;
   Ref& operator=(const Ref&) = delete;
   ~Ref() {
-    if (object_ != nullptr) drop(object_);
+    if (object_ == nullptr) return;
+    // Most objects have other owners and go on living: there is nothing to put off.
+    if (Py_REFCNT(object_) != 1 && !is_finalizing()) {
+      Py_DECREF(object_);
+    } else {
+      drop(object_);
+    }
   }
 
   [[nodiscard]] PyObject* get() const { return object_; }

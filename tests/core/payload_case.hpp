@@ -43,7 +43,8 @@ class PayloadCase : public Payload {
 
   const TextSource* keep(std::string bytes) {
     bytes_.push_back(std::move(bytes));
-    return &sources_.emplace_back(TextSource{bytes_.back()});
+    sources_.push_back({bytes_.back()});
+    return &sources_.back();
   }
 
   Arena arena;  // of what is derived from the payload

@@ -116,10 +116,11 @@ struct Recorded {
   }
 
   static void add_points(Named& named, Line& line, int points) {
-    std::pair<std::string, Bits>& entry = named.emplace_back();
-    entry.first = line.text();
+    std::string name = line.text();
     if (points == 0) points = line.number();
-    for (int i = 0; i < 2 * points; ++i) entry.second.push_back(hexadecimal(line.word()));
+    Bits bits;
+    for (int i = 0; i < 2 * points; ++i) bits.push_back(hexadecimal(line.word()));
+    named.emplace_back(std::move(name), std::move(bits));
   }
 
   void check() {
