@@ -154,6 +154,15 @@ def interactive_crossing() -> Panels:
             drawn(crossed, 'and "KEEP"', interactive=True, crossing_strategy="KEEP")]
 
 
+def interactive_places() -> Panels:
+    """A node set into a wire, and what moves."""
+    users = graph("S>A>T S>B>T S>N N>T",
+                  {"S": (0, 60), "A": (116, 0), "B": (116, 160), "T": (232, 60), "N": (70, 82)})
+    kept = {"crossing_strategy": "KEEP", "placement_strategy": "INTERACTIVE"}
+    return [given(users), drawn(users, "interactive=True", interactive=True),
+            drawn(users, 'and "KEEP", "INTERACTIVE"', interactive=True, **kept)]
+
+
 def interactive_again() -> Panels:
     """A call whose result the next call still changes."""
     users = graph("A>B A>C A>D", {"A": (0, 140), "B": (280, 140), "C": (120, 140), "D": (120, 0)})
@@ -354,7 +363,8 @@ def dummies() -> Panels:
 
 
 SMALL: tuple[Callable[[], Panels], ...] = (
-    direction, interactive, interactive_crossing, interactive_again, cycle_breaking_strategy,
+    direction, interactive, interactive_crossing, interactive_places, interactive_again,
+    cycle_breaking_strategy,
     layering_strategy, minimum_length, crossing_strategy, sifting, placement_strategy,
     network_simplex, edge_routing, orthogonal_ordered, thoroughness,
     spacing_node_node, spacing_node_node_between_layers, spacing_edge_edge, spacing_edge_node,

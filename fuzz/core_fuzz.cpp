@@ -102,7 +102,7 @@ class Draw {
     options.crossing_strategy =
         pick({"AUTO", "LAYER_SWEEP", "INTERACTIVE", "NONE", "SIFTING", "KEEP"});
     options.placement_strategy =
-        pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE", ""});
+        pick({"BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE", "INTERACTIVE", ""});
     options.edge_routing = pick({"ORTHOGONAL", "ORTHOGONAL_ORDERED", "POLYLINE"});
     for (double* field : {&options.spacing_node_node, &options.spacing_node_node_between_layers,
                           &options.spacing_edge_edge, &options.spacing_edge_node,

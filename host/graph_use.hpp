@@ -121,7 +121,7 @@ inline constexpr GraphUse ASSIGN_LAYERS{
      LAYERING, LAYER_NUMBERS | ORDERS | SPLITS | LAYERS},
     [](const Options& options, std::size_t) -> Use {
       if (options.layering_strategy != "INTERACTIVE") return {};
-      return {WIDTHS, DIRECTION};
+      return {WIDTHS, DIRECTION | PLACEMENT};
     }};
 
 // Looks at those nodes only that the edges of chains join.

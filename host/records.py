@@ -79,8 +79,8 @@ class LayoutOptions:
         (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
     crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE",
         "KEEP" (the order that the user sees) or "NONE".
-    placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires) or "BRANDES_KOEPF";
-        "LINEAR_SEGMENTS" is accepted for the latter.
+    placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires), "INTERACTIVE" (the places
+        that the user sees) or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
     edge_routing: "ORTHOGONAL", "ORTHOGONAL_ORDERED" (fewer crossings and bends, and one trunk for the
         wires of a port) or "POLYLINE".
     spacing_node_node: gap across the flow between two nodes of a layer.

@@ -20,7 +20,7 @@ _Layering: TypeAlias = (
     Literal["AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"] | str)
 _Crossing: TypeAlias = Literal["AUTO", "LAYER_SWEEP", "SIFTING", "INTERACTIVE", "KEEP", "NONE"] | str
 _Placement: TypeAlias = (
-    Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE"] | str)
+    Literal["BRANDES_KOEPF", "LINEAR_SEGMENTS", "NETWORK_SIMPLEX", "SIMPLE", "INTERACTIVE"] | str)
 _Routing: TypeAlias = Literal["ORTHOGONAL", "ORTHOGONAL_ORDERED", "POLYLINE"] | str
 
 class Direction(StrEnum):

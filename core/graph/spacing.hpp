@@ -1,4 +1,4 @@
-// The clear distance along the cross axis between two neighbours of a layer.
+// Distances: between two neighbours of a layer along the cross axis, and between tracks.
 
 #ifndef QUILLAN_CORE_GRAPH_SPACING_HPP_
 #define QUILLAN_CORE_GRAPH_SPACING_HPP_
@@ -15,6 +15,14 @@ inline double _spacing_between(bool a_is_dummy, bool b_is_dummy, const LayoutOpt
 
 inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptions& options) {
   return _spacing_between(a.is_dummy(), b.is_dummy(), options);
+}
+
+// The least distance between two tracks of a gap. Where nodes are to keep the places that the user
+// sees, tracks come nearer to one another before a column moves: a drawing that is laid out again
+// may need a few tracks more than it needed at first.
+inline double track_pitch(const LayoutOptions& options) {
+  const bool keeps_places = options.placement_strategy == "INTERACTIVE";
+  return keeps_places ? options.spacing_edge_edge / 2.0 : options.spacing_edge_edge;
 }
 
 }  // namespace quillan::vorn_layered

@@ -9,7 +9,11 @@ namespace quillan::vorn_layered {
 void assign_layers(LGraph& graph) {
   const std::string& strategy = graph.options.layering_strategy;
   if (strategy == "INTERACTIVE" && _has_usable_positions(graph)) {
-    _layer_interactive(graph);
+    if (graph.options.placement_strategy == "INTERACTIVE") {
+      layer_by_columns(graph);
+    } else {
+      _layer_interactive(graph);
+    }
   } else if (strategy == "NETWORK_SIMPLEX" &&
              graph.nodes.size() <= static_cast<std::size_t>(NETWORK_SIMPLEX_NODE_LIMIT)) {
     _layer_network_simplex(graph);

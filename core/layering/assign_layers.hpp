@@ -19,6 +19,13 @@ void _layer_longest_path(LGraph& graph);
 // a walk in topological order then pushes every node behind its predecessors. n log n.
 void _layer_interactive(LGraph& graph);
 
+// The same for a drawing that is to keep still, where _layer_interactive() would tear columns
+// apart: a node set between two columns makes one layer of them there, and those that follow one
+// another leave it one by one. Here such a node gets a layer of its own, a column whose nodes
+// depend on one another as many as it takes, and all nodes behind it move on together. Without such
+// nodes both give the same layers. n log n.
+void layer_by_columns(LGraph& graph);
+
 // A layering of small total span, by network simplex with a cap on its pivots.
 void _layer_network_simplex(LGraph& graph);
 

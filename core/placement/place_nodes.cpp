@@ -6,14 +6,17 @@ namespace quillan::vorn_layered {
 
 void place_nodes(LGraph& graph) {
   if (graph.layers.empty()) return;
-  _assign_layer_x(graph);
-  if (graph.options.placement_strategy == "SIMPLE") {
-    _place_simple_y(graph);
-  } else if (graph.options.placement_strategy == "NETWORK_SIMPLEX") {
-    place_network_simplex_y(graph);
-  } else {
-    _place_brandes_kopf_y(graph);
-    _pack_layer_overlaps(graph);
+  const std::string& strategy = graph.options.placement_strategy;
+  if (strategy != "INTERACTIVE" || !place_interactive(graph)) {
+    _assign_layer_x(graph);
+    if (strategy == "SIMPLE") {
+      _place_simple_y(graph);
+    } else if (strategy == "NETWORK_SIMPLEX") {
+      place_network_simplex_y(graph);
+    } else {
+      _place_brandes_kopf_y(graph);
+      _pack_layer_overlaps(graph);
+    }
   }
   _snap_non_negative(graph);
 }

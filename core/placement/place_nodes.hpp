@@ -27,6 +27,13 @@ void _place_brandes_kopf_y(LGraph& graph);
 // straighten(); where a length is absurd, boxes are only pushed apart.
 void place_network_simplex_y(LGraph& graph);
 
+// Places every node as near as possible to where the user sees it. Across the flow that is least
+// squares in each layer; dummies and nodes without a position take part only by the room they need,
+// and then go to where wires run straightest. Along the flow a column moves only as far as the one
+// before it reaches too far. False, with nothing but coordinates written, where the user has placed
+// nothing or a length is absurd. REQUIRES: every node is in a layer. Linear but for straighten().
+bool place_interactive(LGraph& graph);
+
 // Pushes the boxes of each layer apart towards larger y, in order of their y. m log m per layer,
 // linear where the layer's list is in that order already.
 void _pack_layer_overlaps(LGraph& graph);

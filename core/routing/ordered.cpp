@@ -6,6 +6,7 @@
 
 #include "core/base/reals.hpp"
 #include "core/graph/incident_maps.hpp"
+#include "core/graph/spacing.hpp"
 #include "core/routing/gap_tracks.hpp"
 #include "core/routing/gap_widths.hpp"
 #include "core/routing/straighten.hpp"
@@ -116,7 +117,7 @@ class OrderedRouter {
   [[nodiscard]] double needed_width(std::int32_t tracks) const {
     if (tracks == 0) return 0.0;
     const LayoutOptions& options = graph_.options;
-    return options.spacing_edge_node * 2.0 + (tracks - 1) * options.spacing_edge_edge;
+    return options.spacing_edge_node * 2.0 + (tracks - 1) * track_pitch(options);
   }
 
   // Each group of tracks in the middle of the gap, at a pitch that the caller asked for at least.
@@ -124,7 +125,7 @@ class OrderedRouter {
     const LayoutOptions& options = graph_.options;
     const double usable = bounds.right - bounds.left - options.spacing_edge_node * 2.0;
     const double pitch =
-        larger(options.spacing_edge_edge,
+        larger(track_pitch(options),
                smaller(usable / lane.tracks, kWidePitch * options.spacing_edge_edge));
     const double middle = bounds.left + (bounds.right - bounds.left) / 2.0;
     return middle + (lane.track - (lane.tracks - 1) / 2.0) * pitch;

@@ -5,6 +5,7 @@
 
 #include "core/base/reals.hpp"
 #include "core/graph/incident_maps.hpp"
+#include "core/graph/spacing.hpp"
 #include "core/routing/gap_widths.hpp"
 #include "core/routing/ordered.hpp"
 
@@ -64,7 +65,7 @@ void widen(LGraph& graph, std::span<const std::int32_t> track_counts) {
   const LayoutOptions& options = graph.options;
   const std::span<double> needed = graph.scratch.raw_array<double>(track_counts.size());
   for (std::size_t gap = 0; gap < needed.size(); ++gap) {
-    needed[gap] = options.spacing_edge_node * 2.0 + track_counts[gap] * options.spacing_edge_edge;
+    needed[gap] = options.spacing_edge_node * 2.0 + track_counts[gap] * track_pitch(options);
   }
   widen_gaps(graph, needed);
 }

@@ -22,7 +22,8 @@ LayoutOptions random_options(Random& random) {
       random.pick({"AUTO", "LONGEST_PATH", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "INTERACTIVE"});
   options.crossing_strategy =
       random.pick({"AUTO", "LAYER_SWEEP", "NONE", "INTERACTIVE", "SIFTING", "KEEP"});
-  options.placement_strategy = random.pick({"BRANDES_KOEPF", "SIMPLE", "NETWORK_SIMPLEX"});
+  options.placement_strategy =
+      random.pick({"BRANDES_KOEPF", "SIMPLE", "NETWORK_SIMPLEX", "INTERACTIVE"});
   options.edge_routing =
       random.pick({"ORTHOGONAL", "ORTHOGONAL_ORDERED", "ORTHOGONAL_ORDERED", "POLYLINE"});
   options.spacing_node_node = random.below(500) / 10.0;

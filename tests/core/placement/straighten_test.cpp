@@ -10,6 +10,7 @@
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/placement/fit_in_order.hpp"
 #include "core/placement/place_nodes.hpp"
+#include "core/vorn_layered.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {
@@ -78,6 +79,78 @@ TEST(PlaceByNetworkSimplex, LeavesNoNodeThatABetterPlaceIsOpenTo) {
     place_nodes(graph);
     ASSERT_GE(weighted_length(graph), best - 1e-6) << "round " << round;
   }
+}
+
+void keep_still(LayoutOptions& options) {
+  options.interactive = true;
+  options.crossing_strategy = "KEEP";
+  options.placement_strategy = "INTERACTIVE";
+  options = options.resolved();
+}
+
+// As a caller does who lays a drawing out again.
+void see_drawing(TestGraph& from, TestGraph& graph) {
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    graph.nodes[i]->has_origin_x = graph.nodes[i]->has_origin_y = true;
+    graph.nodes[i]->origin_x = from.nodes[i]->x;
+    graph.nodes[i]->origin_y = from.nodes[i]->y;
+  }
+  keep_still(graph.options);
+}
+
+TEST(PlaceInteractive, LeavesAFinishedDrawingWhereItIs) {
+  int still = 0;
+  for (std::uint64_t seed = 0; seed < 300; ++seed) {
+    TestGraph fresh;
+    TestGraph again;
+    for (TestGraph* graph : {&fresh, &again}) {
+      Random random(seed);
+      const std::int32_t count = random.between(2, 25);
+      Shape shape{count, random.below(count), 2, Grid::SEVENTHS};
+      fill_random(*graph, random, shape);
+      graph->options.edge_routing = "POLYLINE";
+    }
+    fresh.options = fresh.options.resolved();
+    run_phases(fresh);
+    see_drawing(fresh, again);
+    run_phases(again);
+    // Long edges may have to be led another way, and then take room elsewhere.
+    const bool dummies = again.nodes.back()->is_dummy();
+    for (std::size_t i = 0; i < again.nodes.size() && !again.nodes[i]->is_dummy(); ++i) {
+      ASSERT_EQ(again.nodes[i]->layer, fresh.nodes[i]->layer) << "seed " << seed;
+      ASSERT_NEAR(again.nodes[i]->x, fresh.nodes[i]->x, 1e-6) << "seed " << seed;
+      if (dummies) continue;
+      ASSERT_NEAR(again.nodes[i]->y, fresh.nodes[i]->y, 1e-6) << "seed " << seed;
+    }
+    still += dummies ? 0 : 1;
+  }
+  EXPECT_GT(still, 50);
+}
+
+TEST(PlaceInteractive, ANodeBetweenTwoColumnsMovesTheSecondAlongTheFlowOnly) {
+  // a, b | c, d with n set between; d follows none of the first column.
+  TestGraph graph({"a", "b", "c", "d", "n"}, {{1, 2}, {0, 4}, {4, 2}});
+  const std::vector<std::pair<double, double>> seen = {
+      {0, 0}, {0, 90}, {200, 10}, {200, 120}, {100, 5}};
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    graph.nodes[i]->has_origin_x = graph.nodes[i]->has_origin_y = true;
+    graph.nodes[i]->origin_x = seen[i].first;
+    graph.nodes[i]->origin_y = seen[i].second;
+  }
+  keep_still(graph.options);
+  graph.options.edge_routing = "POLYLINE";
+  run_phases(graph);
+  Numbers layers;
+  std::vector<double> xs;
+  std::vector<double> ys;
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    layers.push_back(graph.nodes[i]->layer);
+    xs.push_back(graph.nodes[i]->x - 24.0);
+    ys.push_back(graph.nodes[i]->y - 24.0);
+  }
+  EXPECT_EQ(layers, (Numbers{0, 0, 2, 2, 1}));
+  EXPECT_EQ(xs, (std::vector<double>{0, 0, 400, 400, 200}));
+  EXPECT_EQ(ys, (std::vector<double>{0, 90, 10, 120, 5}));
 }
 
 }  // namespace
