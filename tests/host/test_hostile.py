@@ -151,7 +151,7 @@ for kind in (list, dict, str, int, float, tuple):
 
 # An import that is interrupted leaves nothing behind, and the next one works.
 IMPORTS = """
-import dataclasses, importlib
+import dataclasses, importlib.util
 path = engine.__file__
 del sys.modules["quillan.core.vorn_layered"]
 dataclass, kept = dataclasses.dataclass, []
