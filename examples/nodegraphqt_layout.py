@@ -32,12 +32,14 @@ from nodegraphqt_room import holds, meets, united
 from nodegraphqt_router import Point, Rect
 from nodegraphqt_ways import Wiring
 from nodegraphqt_writing import Change, write
-from quillan.core.vorn_layered import Direction, LayoutOptions
+from quillan.core.vorn_layered import AUTO, Direction, LayoutOptions
 
 __all__ = ["BEST", "Connection", "Tidied", "drawn_box", "scene_box", "tidy"]
 
 # The strategies that make the best drawings; `LayoutOptions()` has the engine's own defaults.
-BEST = LayoutOptions(layering_strategy="MINIMUM_LENGTH", crossing_strategy="SIFTING")
+BEST = LayoutOptions(
+    layering_strategy="MINIMUM_LENGTH", crossing_strategy="SIFTING",
+    placement_strategy="NETWORK_SIMPLEX", edge_routing="ORTHOGONAL_ORDERED")
 
 # A node that would move by no more than this stays where it is. Moving a drawing back to its old
 # corner rounds; without a tolerance a second tidy would fill the undo stack with invisible steps.
@@ -270,7 +272,10 @@ def _effective_options(
                   f"call graph.set_layout_direction(LayoutDirectionEnum.{other}.value) first")
         raise ValueError(f"this canvas draws its ports for a flow {drawn.name}, and {asked.name} "
                          f"would take its wires behind the nodes; {remedy}")
-    return replace(BEST if options is None else options, direction=Direction.RIGHT)
+    options = BEST if options is None else options
+    if options.interactive and options.crossing_strategy == AUTO:
+        options = replace(options, crossing_strategy="KEEP")
+    return replace(options, direction=Direction.RIGHT)
 
 
 def _fit(graph: NodeGraph) -> None:
