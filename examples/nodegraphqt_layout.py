@@ -275,6 +275,8 @@ def _effective_options(
     options = BEST if options is None else options
     if options.interactive and options.crossing_strategy == AUTO:
         options = replace(options, crossing_strategy="KEEP")
+    if options.interactive and options.placement_strategy == LayoutOptions().placement_strategy:
+        options = replace(options, placement_strategy="INTERACTIVE")
     return replace(options, direction=Direction.RIGHT)
 
 
