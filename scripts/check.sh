@@ -184,7 +184,7 @@ check_typing() {
   export MYPYPATH=$ROOT/$RELEASE/python PYTHONPATH=$ROOT/$RELEASE/python
   "$own" -m mypy.stubtest --allowlist tests/typing/stubtest_allowlist.txt quillan.core.vorn_layered
   "$own" -m mypy --strict --cache-dir build/check/mypy examples/demo.py examples/check_payload.py \
-    bench/run.py bench/quality.py host/write_stub.py docs/make_api.py
+    bench/run.py bench/quality.py bench/without.py host/write_stub.py docs/make_api.py
   PYTHON=$own unit_tests "$PYTHONPATH" -s tests/typing
 }
 
@@ -205,6 +205,7 @@ check_docs() {
   export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
   "$own" -m doctest scripts/index_readme.py
   "$own" docs/make_api.py --check
+  "$own" bench/without.py --check  # what the figures of the shortcuts are measured by
   "$own" docs/run_blocks.py
   "$own" examples/option_pictures.py --check
 }

@@ -11,12 +11,12 @@ namespace {
 
 // Whether every node has one key on side `sorted` and at most one on side `free`, and the layer
 // stands in ascending order of the former.
-bool is_plain(std::span<const Entry> entries, Range Entry::*sorted, Range Entry::*free) {
+bool is_plain(std::span<const Member> members, SideKeys Member::*sorted, SideKeys Member::*free) {
   EndKey last = INT32_MIN;
-  for (const Entry& entry : entries) {
-    const Range& range = entry.*sorted;
-    if (range.count != 1 || (entry.*free).count > 1 || range.first < last) return false;
-    last = range.first;
+  for (const Member& member : members) {
+    const SideKeys& keys = member.*sorted;
+    if (keys.count != 1 || (member.*free).count > 1 || keys.first < last) return false;
+    last = keys.first;
   }
   return true;
 }
@@ -26,17 +26,17 @@ bool is_plain(std::span<const Entry> entries, Range Entry::*sorted, Range Entry:
 // with equal keys there are exchanged exactly if their other keys stand in descending order, and a
 // node without another key stays where it is and parts those around it. So each stretch of equal
 // keys comes out as a stable sort, which the scans need fewer rounds for than their cap.
-void settle_plain(std::span<Entry> entries, Range Entry::*sorted, Range Entry::*free) {
-  for (std::size_t begin = 0; begin < entries.size();) {
+void settle_plain(std::span<Member> members, SideKeys Member::*sorted, SideKeys Member::*free) {
+  for (std::size_t begin = 0; begin < members.size();) {
     std::size_t end = begin;
-    while (end < entries.size() && (entries[end].*free).count == 1 &&
-           (entries[end].*sorted).first == (entries[begin].*sorted).first) {
+    while (end < members.size() && (members[end].*free).count == 1 &&
+           (members[end].*sorted).first == (members[begin].*sorted).first) {
       ++end;
     }
-    const auto by_free_key = [free](const Entry& a, const Entry& b) {
+    const auto by_free_key = [free](const Member& a, const Member& b) {
       return (a.*free).first < (b.*free).first;
     };
-    const std::span<Entry> stretch = entries.subspan(begin, end - begin);
+    const std::span<Member> stretch = members.subspan(begin, end - begin);
     if (!std::is_sorted(stretch.begin(), stretch.end(), by_free_key)) {
       std::stable_sort(stretch.begin(), stretch.end(), by_free_key);
     }
@@ -44,12 +44,12 @@ void settle_plain(std::span<Entry> entries, Range Entry::*sorted, Range Entry::*
   }
 }
 
-void settle_by_scans(std::span<Entry> entries, Arena& scratch) {
-  const std::int64_t size = static_cast<std::int64_t>(entries.size());
-  SwapScans scans(entries, scratch);
+void settle_by_scans(std::span<Member> members, Arena& scratch) {
+  const std::int64_t size = static_cast<std::int64_t>(members.size());
+  SwapScans scans(members, scratch);
   // Cells are worth looking for where nodes have a long way to go.
   for (std::int64_t exchanges = 8 * size; !scans.run(exchanges); exchanges *= 4) {
-    if (scans.count() <= size && settle_in_cells(entries, scratch)) return;
+    if (scans.count() <= size && settle_in_cells(members, scratch)) return;
   }
 }
 
@@ -59,19 +59,19 @@ void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered) 
   if (ordered.size() < 2) return;
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
-  const std::span<Entry> entries = scratch.raw_array<Entry>(ordered.size());
+  const std::span<Member> members = scratch.raw_array<Member>(ordered.size());
   for (std::size_t i = 0; i < ordered.size(); ++i) {
-    entries[i] = {range_of(orders.keys(ordered[i], Reference::UPPER)),
-                  range_of(orders.keys(ordered[i], Reference::LOWER)), ordered[i]};
+    members[i] = {side_keys(orders.keys(ordered[i], Reference::UPPER)),
+                  side_keys(orders.keys(ordered[i], Reference::LOWER)), ordered[i]};
   }
-  if (is_plain(entries, &Entry::up, &Entry::down)) {
-    settle_plain(entries, &Entry::up, &Entry::down);
-  } else if (is_plain(entries, &Entry::down, &Entry::up)) {
-    settle_plain(entries, &Entry::down, &Entry::up);
+  if (is_plain(members, &Member::up, &Member::down)) {
+    settle_plain(members, &Member::up, &Member::down);
+  } else if (is_plain(members, &Member::down, &Member::up)) {
+    settle_plain(members, &Member::down, &Member::up);
   } else {
-    settle_by_scans(entries, scratch);
+    settle_by_scans(members, scratch);
   }
-  for (std::size_t i = 0; i < ordered.size(); ++i) ordered[i] = entries[i].slot;
+  for (std::size_t i = 0; i < ordered.size(); ++i) ordered[i] = members[i].slot;
 }
 
 }  // namespace quillan::vorn_layered

@@ -9,7 +9,7 @@
 
 namespace quillan::vorn_layered {
 
-// Puts the entries in the order in which scans would leave them and returns true; or changes
+// Puts the members in the order in which scans would leave them and returns true; or changes
 // nothing and returns false, where the layer does not fall into small cells.
 //
 // The cells of a layer follow one another in a fixed order: wherever a node of a later cell stands
@@ -32,7 +32,7 @@ namespace quillan::vorn_layered {
 //
 // REQUIRES: at most m of the 4 m scans were made; a cell takes the rest if it settles at all, since
 // none is larger than m / 2. m log m, plus the exchanges inside the cells.
-bool settle_in_cells(std::span<Entry> entries, Arena& scratch);
+bool settle_in_cells(std::span<Member> members, Arena& scratch);
 
 }  // namespace quillan::vorn_layered
 

@@ -13,7 +13,7 @@ struct SideGain {
   bool overlap;       // if they do not, and the keys themselves must be compared
 };
 
-SideGain gain_of_ranges(const Range& first, const Range& second) {
+SideGain gain_of_spans(const SideKeys& first, const SideKeys& second) {
   const std::int64_t pairs = std::int64_t{first.count} * second.count;
   const int sign =
       static_cast<int>(first.first > second.last) - static_cast<int>(first.last < second.first);
@@ -30,7 +30,7 @@ std::int64_t pairs_below(std::span<const EndKey> few, std::span<const EndKey> ma
   return count;
 }
 
-std::int64_t gain_of_keys(const Range& first, const Range& second) {
+std::int64_t gain_of_keys(const SideKeys& first, const SideKeys& second) {
   constexpr std::int64_t kFew = 32;
   const std::span<const EndKey> left(first.keys, first.count);
   const std::span<const EndKey> right(second.keys, second.count);
@@ -57,9 +57,9 @@ std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const E
   return count;
 }
 
-bool should_swap(const Entry& first, const Entry& second) {
-  SideGain up = gain_of_ranges(first.up, second.up);
-  SideGain down = gain_of_ranges(first.down, second.down);
+bool should_swap(const Member& first, const Member& second) {
+  SideGain up = gain_of_spans(first.up, second.up);
+  SideGain down = gain_of_spans(first.down, second.down);
   if (up.overlap) up.gain = gain_of_keys(first.up, second.up);
   if (down.overlap) down.gain = gain_of_keys(first.down, second.down);
   return up.gain + down.gain > 0;
@@ -68,48 +68,48 @@ bool should_swap(const Entry& first, const Entry& second) {
 // The scan over all pairs: one node is carried along and set down where the next one stays behind
 // it. Fills `again_` with the pairs in front of an exchange and returns their number.
 std::size_t SwapScans::scan_all() {
-  const std::span<Entry> entries = entries_;
+  const std::span<Member> members = members_;
   std::size_t count = 0;
-  Entry carried = entries[0];
-  for (std::size_t index = 0; index + 1 < entries.size(); ++index) {
-    const Entry& next = entries[index + 1];
+  Member carried = members[0];
+  for (std::size_t index = 0; index + 1 < members.size(); ++index) {
+    const Member& next = members[index + 1];
     if (should_swap(carried, next)) {
-      entries[index] = next;
+      members[index] = next;
       again_[count++] = static_cast<std::int32_t>(index) - 1;
     } else {
-      entries[index] = carried;
+      members[index] = carried;
       carried = next;
     }
   }
-  entries.back() = carried;
+  members.back() = carried;
   return count;
 }
 
 // A scan over the pairs with a member that moved since they were looked at: `moved`, and the pairs
 // along which a node is carried in this scan. Fills `again_` like scan_all().
 std::size_t SwapScans::scan_moved(std::size_t moved_count) {
-  const std::span<Entry> entries = entries_;
+  const std::span<Member> members = members_;
   const std::span<const std::int32_t> moved = moved_.first(moved_count);
-  const std::int32_t pairs = static_cast<std::int32_t>(entries.size()) - 1;
+  const std::int32_t pairs = static_cast<std::int32_t>(members.size()) - 1;
   std::size_t count = 0;
   for (std::size_t turn = 0; turn < moved.size();) {
     std::int32_t index = moved[turn++];
     // The first node has no pair in front of it.
-    if (index < 0 || !should_swap(entries[index], entries[index + 1])) continue;
-    const Entry carried = entries[index];
+    if (index < 0 || !should_swap(members[index], members[index + 1])) continue;
+    const Member carried = members[index];
     do {
-      entries[index] = entries[index + 1];
+      members[index] = members[index + 1];
       again_[count++] = index - 1;
       ++index;
       if (turn < moved.size() && moved[turn] == index) ++turn;
-    } while (index < pairs && should_swap(carried, entries[index + 1]));
-    entries[index] = carried;
+    } while (index < pairs && should_swap(carried, members[index + 1]));
+    members[index] = carried;
   }
   return count;
 }
 
 bool SwapScans::run(std::int64_t exchanges) {
-  const std::int64_t cap = 4 * static_cast<std::int64_t>(entries_.size());
+  const std::int64_t cap = 4 * static_cast<std::int64_t>(members_.size());
   while (scans_ == 0 || (last_ > 0 && scans_ < cap)) {
     if (scans_ > 0 && exchanges_ >= exchanges) return false;
     std::swap(moved_, again_);

@@ -11,7 +11,7 @@
 namespace quillan::vorn_layered {
 
 // What a node of the layer has on one side: how many keys, and the range that they lie in.
-struct Range {
+struct SideKeys {
   EndKey first;
   EndKey last;
   std::int32_t count;
@@ -19,15 +19,15 @@ struct Range {
 };
 
 // REQUIRES: `keys` ascending; they outlive the range.
-inline Range range_of(std::span<const EndKey> keys) {
+inline SideKeys side_keys(std::span<const EndKey> keys) {
   if (keys.empty()) return {0, 0, 0, nullptr};
   return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
 }
 
 // A node of the layer. Towards a layer that does not exist it has no keys.
-struct Entry {
-  Range up;
-  Range down;
+struct Member {
+  SideKeys up;
+  SideKeys down;
   std::int32_t slot;
 };
 
@@ -37,17 +37,17 @@ std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const E
 // Whether `second` right behind `first` should change places with it: whether that strictly lowers
 // the crossings towards both neighbouring layers together. For two given nodes at most one way
 // round should be swapped. a log b for a and b keys, a <= b.
-bool should_swap(const Entry& first, const Entry& second);
+bool should_swap(const Member& first, const Member& second);
 
 // The scans of one layer. After the first scan only pairs with a moved member are looked at again:
 // one scan in full, then work in proportion to the exchanges made.
 class SwapScans {
  public:
-  // REQUIRES: at least one entry. The entries are rearranged in place.
-  SwapScans(std::span<Entry> entries, Arena& scratch)
-      : entries_(entries),
-        moved_(scratch.raw_array<std::int32_t>(entries.size())),
-        again_(scratch.raw_array<std::int32_t>(entries.size())) {}
+  // REQUIRES: at least one member. The members are rearranged in place.
+  SwapScans(std::span<Member> members, Arena& scratch)
+      : members_(members),
+        moved_(scratch.raw_array<std::int32_t>(members.size())),
+        again_(scratch.raw_array<std::int32_t>(members.size())) {}
 
   // Scans until a scan makes no exchange or 4 m scans were made, and returns true; or until
   // `exchanges` were made in all, and returns false.
@@ -63,7 +63,7 @@ class SwapScans {
   std::size_t scan_all();
   std::size_t scan_moved(std::size_t moved);
 
-  std::span<Entry> entries_;
+  std::span<Member> members_;
   // Pairs by the index of their first member, ascending: those to look at, and those for the next.
   std::span<std::int32_t> moved_;
   std::span<std::int32_t> again_;

@@ -128,7 +128,7 @@ TEST(AdjacentSwap, HubsOfAnySizeAreWeighedAgainstEachOther) {
     };
     const Keys first = draw();
     const Keys second = draw();
-    const auto entry = [](const Keys& keys) { return Entry{range_of(keys), range_of({}), 0}; };
+    const auto entry = [](const Keys& keys) { return Member{side_keys(keys), side_keys({}), 0}; };
     std::int64_t gain = 0;
     for (const EndKey a : first) {
       for (const EndKey b : second) gain += a > b ? 1 : a < b ? -1 : 0;

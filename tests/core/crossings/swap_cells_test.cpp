@@ -26,14 +26,14 @@ class Tangle {
       lower_[i] = draw(random, i, random.pick({0, 1, 1, 2, 4}), noise);
     }
     for (const std::int32_t i : random.permutation(size)) {
-      entries.push_back({range_of(upper_[i]), range_of(lower_[i]), i});
+      members.push_back({side_keys(upper_[i]), side_keys(lower_[i]), i});
     }
     if (random.chance(30)) {
-      for (Entry& entry : entries) std::swap(entry.up, entry.down);
+      for (Member& member : members) std::swap(member.up, member.down);
     }
   }
 
-  std::vector<Entry> entries;
+  std::vector<Member> members;
 
  private:
   using Keys = std::vector<EndKey>;
@@ -49,10 +49,10 @@ class Tangle {
   std::vector<Keys> lower_;
 };
 
-std::vector<std::int32_t> slots_of(const std::vector<Entry>& entries) {
+std::vector<std::int32_t> slots_of(const std::vector<Member>& members) {
   std::vector<std::int32_t> slots;
-  slots.reserve(entries.size());
-  for (const Entry& entry : entries) slots.push_back(entry.slot);
+  slots.reserve(members.size());
+  for (const Member& member : members) slots.push_back(member.slot);
   return slots;
 }
 
@@ -62,13 +62,13 @@ TEST(SwapCells, GiveTheOrderOfTheScansOrNone) {
   constexpr int kRounds = 30000;
   for (int round = 0; round < kRounds; ++round) {
     Tangle tangle(random, random.between(1, 60), random.pick({1, 4, 8, 12, 20, 40}));
-    std::vector<Entry> scanned = tangle.entries;
+    std::vector<Member> scanned = tangle.members;
     Arena arena;
     SwapScans scans(scanned, arena);
     ASSERT_TRUE(scans.run(std::numeric_limits<std::int64_t>::max()));
-    const std::vector<std::int32_t> before = slots_of(tangle.entries);
-    const bool settled = settle_in_cells(tangle.entries, arena);
-    ASSERT_EQ(slots_of(tangle.entries), settled ? slots_of(scanned) : before) << "round " << round;
+    const std::vector<std::int32_t> before = slots_of(tangle.members);
+    const bool settled = settle_in_cells(tangle.members, arena);
+    ASSERT_EQ(slots_of(tangle.members), settled ? slots_of(scanned) : before) << "round " << round;
     settled_wide += settled && before.size() > 30;
   }
   EXPECT_GT(settled_wide, kRounds / 10);
