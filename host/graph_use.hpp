@@ -77,9 +77,9 @@ struct Use {
 // One function. What it touches can depend on its strategy and on the number of layers: `first` in
 // any case, and whatever `then` says.
 struct GraphUse {
-  const char* name;
+  const char* name = nullptr;
   Use first;
-  Use (*then)(const vorn_layered::LayoutOptions& options, std::size_t layer_count);
+  Use (*then)(const vorn_layered::LayoutOptions& options, std::size_t layer_count) = nullptr;
 };
 
 namespace uses {

@@ -106,7 +106,7 @@ class LeastLength : private SimplexTree<WeightedEdge<Value>> {
     std::span<Value> ranks;         // the given ones, then the root's
     std::span<bool> tight;          // by edge: whether it is in the forest
     std::span<std::int32_t> above;  // union-find
-    std::size_t used = 0;
+    std::size_t used;
   };
 
   // Where a move changes its slope.
@@ -148,7 +148,7 @@ class LeastLength : private SimplexTree<WeightedEdge<Value>> {
   using Base::in_tree;
   using Base::parent_edge;
 
-  std::int32_t root_;
+  std::int32_t root_ = 0;
   Arena& scratch_;
   std::int32_t cursor_ = 0;  // where the next round of choices begins
   std::span<bool> below_;    // per edge outside the tree: whether it counts as shorter than tight
@@ -162,12 +162,12 @@ LeastLength<Value>::Forest::Forest(std::int32_t node_count, std::span<const Edge
       edges(scratch.raw_array<Edge>(given_edges.size() + node_count)),
       ranks(scratch.raw_array<Value>(node_count + 1)),
       tight(scratch.array<bool>(given_edges.size() + node_count, false)),
-      above(scratch.raw_array<std::int32_t>(node_count)) {
+      above(scratch.raw_array<std::int32_t>(node_count)),
+      used(given_edges.size()) {
   std::copy(given_edges.begin(), given_edges.end(), edges.begin());
   std::copy(given_ranks.begin(), given_ranks.end(), ranks.begin());
   ranks[root] = 0;
   std::iota(above.begin(), above.end(), 0);
-  used = given_edges.size();
   for (std::size_t position = 0; position < used; ++position) {
     const Edge& edge = edges[position];
     const Value slack = ranks[edge.head] - ranks[edge.tail] - edge.length();

@@ -94,8 +94,8 @@ class SimplexTree {
   // The nodes on one side of a cut. REQUIRES of all that take one: no pivot since it was made.
   struct Side {
     std::span<const std::int32_t> nodes;
-    bool is_subtree;  // whether it lies below the edge
-    bool has_head;    // whether it holds the edge's head
+    bool is_subtree = false;  // whether it lies below the edge
+    bool has_head = false;    // whether it holds the edge's head
   };
 
   [[nodiscard]] std::int32_t parent(std::int32_t node) const {
