@@ -15,7 +15,6 @@
 #define QUILLAN_CORE_GRAPH_LGRAPH_HPP_
 
 #include <cstdint>
-#include <ranges>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -104,6 +103,33 @@ struct CallerEdge {
   bool reversed = false;      // its value there
 };
 
+// The integers from one up to another, to loop over. The library's own range of them does not
+// compile with every clang that is supported.
+class IndexRange {
+ public:
+  class iterator {
+   public:
+    explicit iterator(std::int32_t value) : value_(value) {}
+    std::int32_t operator*() const { return value_; }
+    iterator& operator++() {
+      ++value_;
+      return *this;
+    }
+    bool operator==(const iterator&) const = default;
+
+   private:
+    std::int32_t value_;
+  };
+
+  IndexRange(std::int32_t first, std::int32_t end) : first_(first), end_(end) {}
+  [[nodiscard]] iterator begin() const { return iterator(first_); }
+  [[nodiscard]] iterator end() const { return iterator(end_); }
+
+ private:
+  std::int32_t first_;
+  std::int32_t end_;
+};
+
 // The layers of a graph: one flat list of nodes and the bounds of each layer in it.
 class Layers {
  public:
@@ -126,8 +152,8 @@ class Layers {
     starts_.assign(1, 0);
   }
   // The places of a layer's nodes in flat().
-  [[nodiscard]] auto slots(std::int32_t index) const {
-    return std::views::iota(start(index), start(index + 1));
+  [[nodiscard]] IndexRange slots(std::int32_t index) const {
+    return {start(index), start(index + 1)};
   }
   // Makes `sizes.size()` layers of these sizes with empty slots.
   void resize(std::span<const std::int32_t> sizes);
