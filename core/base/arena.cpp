@@ -29,29 +29,37 @@ std::unique_ptr<std::byte[]> take_block(std::size_t size) noexcept {
 }
 
 void* Arena::allocate_in_next_block(std::size_t size) {
+  const std::size_t needed = size + kGap;
   std::size_t next = blocks_.empty() ? 0 : block_ + 1;
   // A block kept from an earlier use may be too small for this request; it is dropped, so that the
   // blocks in use stay a prefix of the list.
-  while (next < blocks_.size() && blocks_[next].bytes.size() < size) {
+  while (next < blocks_.size() && blocks_[next].bytes.size() < needed) {
     blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(next));
   }
   if (next == blocks_.size()) {
     const std::size_t last = blocks_.empty() ? 0 : blocks_.back().bytes.size();
     const std::size_t grown = std::clamp(last * 2, kFirstBlock, kLargestGrowth);
-    const std::size_t wanted = std::max(grown, size);
+    const std::size_t wanted = std::max(grown, needed);
     std::unique_ptr<std::byte[]> block = take_block(wanted);
     if (!block) throw std::bad_alloc();
     const std::span<std::byte> bytes(block.get(), wanted);
+    poison(bytes.data(), bytes.size());
     blocks_.push_back({std::move(block), bytes});
   }
   block_ = next;
   base_ = blocks_[next].bytes.data();
   capacity_ = blocks_[next].bytes.size();
-  used_ = size;
+  used_ = needed;
+  unpoison(base_, size);
   return base_;
 }
 
 void Arena::rewind(std::size_t block, std::size_t used) {
+  for (std::size_t i = block; i <= block_ && i < blocks_.size(); ++i) {
+    const std::size_t begin = i == block ? used : 0;
+    const std::size_t end = i == block_ ? used_ : blocks_[i].bytes.size();
+    poison(blocks_[i].bytes.data() + begin, end - begin);
+  }
   block_ = block;
   used_ = used;
   base_ = blocks_.empty() ? nullptr : blocks_[block].bytes.data();

@@ -1,6 +1,7 @@
 #include "core/crossings/adjacent_swap.hpp"
 
 #include <algorithm>
+#include <cassert>
 
 #include "core/crossings/swap_cells.hpp"
 #include "core/crossings/swap_scans.hpp"
@@ -57,6 +58,8 @@ void settle_by_scans(std::span<Member> members, Arena& scratch) {
 
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered) {
   if (ordered.size() < 2) return;
+  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), Reference::UPPER));
+  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), Reference::LOWER));
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
   const std::span<Member> members = scratch.raw_array<Member>(ordered.size());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <numeric>
 
 namespace quillan::vorn_layered {
@@ -28,6 +29,7 @@ class RankSet {
   // REQUIRES: `rank` is no member.
   [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
     const std::uint32_t word = rank / 64;
+    assert((words_[word] >> (rank % 64) & 1U) == 0);
     std::int64_t count = std::popcount(words_[word] >> (rank % 64)) + later_[word];
     if (words_.size() == kBlockWords) return count;
     for (std::size_t i = blocks_behind(word); i > 0; i &= i - 1) count += tree_[i];

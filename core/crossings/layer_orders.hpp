@@ -11,6 +11,7 @@
 #define QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <span>
 
@@ -89,6 +90,13 @@ class LayerOrders {
   [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, Reference side) const {
     return keys_[static_cast<int>(side)][slot];
   }
+  // Whether these keys read the neighbouring layer as it is now. There is nothing to read where
+  // there is no such layer.
+  [[nodiscard]] bool has_fresh_keys(std::int32_t layer, Reference side) const {
+    const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
+    return neighbour < 0 || neighbour >= layer_count() ||
+           halves_[static_cast<int>(side)].seen[layer] == stamp_[neighbour];
+  }
   // Brings the keys of a layer up to date with the order of its neighbouring layer.
   void refresh_keys(std::int32_t layer, Reference side);
 
@@ -127,9 +135,13 @@ class LayerOrders {
     return successors_[slot];
   }
   // Ranks of the node ids by code point, comparable within a layer and among successors of a node.
-  [[nodiscard]] std::span<const std::int32_t> id_ranks() const { return id_rank_; }
+  [[nodiscard]] std::span<const std::int32_t> id_ranks() const {
+    assert(id_rank_.size() == nodes_.size());
+    return id_rank_;
+  }
   // The slots of a layer in ascending order of their ids.
   [[nodiscard]] std::span<const std::int32_t> by_id(std::int32_t layer) const {
+    assert(by_id_.size() == nodes_.size());
     return by_id_.subspan(first_slot(layer), layer_size(layer));
   }
   // Computes what id_ranks() and by_id() return. n log n in the ids.

@@ -1,6 +1,7 @@
 #include "core/crossings/neighbor_order.hpp"
 
 #include <algorithm>
+#include <cassert>
 
 namespace quillan::vorn_layered {
 
@@ -59,6 +60,7 @@ double _weighted_median(std::span<const EndKey> sorted_keys) {
 }
 
 double _barycentre(std::span<const EndKey> keys) {
+  assert(!keys.empty());
   // Stated as a sum of reals in ascending order. All of them are multiples of 1/64 and far below
   // 2^53 / 64, so that sum is exact and this one, taken in integers, is the same.
   std::int64_t sum = 0;
@@ -68,6 +70,7 @@ double _barycentre(std::span<const EndKey> keys) {
 
 void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Reference side,
                          bool use_median, std::span<std::int32_t> ordered) {
+  assert(orders.has_fresh_keys(layer, side));
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
   const std::int32_t size = orders.layer_size(layer);

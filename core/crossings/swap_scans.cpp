@@ -1,6 +1,7 @@
 #include "core/crossings/swap_scans.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 namespace quillan::vorn_layered {
@@ -23,6 +24,7 @@ SideGain gain_of_spans(const SideKeys& first, const SideKeys& second) {
 
 // The pairs (a from `few`, b from `many`) with a < b. REQUIRES: `many` ascending. a log b.
 std::int64_t pairs_below(std::span<const EndKey> few, std::span<const EndKey> many) {
+  assert(std::is_sorted(many.begin(), many.end()));
   std::int64_t count = 0;
   for (const EndKey value : few) {
     count += many.end() - std::upper_bound(many.begin(), many.end(), value);
@@ -50,6 +52,7 @@ std::int64_t gain_of_keys(const SideKeys& first, const SideKeys& second) {
 }  // namespace
 
 std::int64_t _sorted_cross_pairs(std::span<const EndKey> left, std::span<const EndKey> right) {
+  assert(std::is_sorted(right.begin(), right.end()));
   std::int64_t count = 0;
   for (const EndKey value : left) {
     count += std::lower_bound(right.begin(), right.end(), value) - right.begin();

@@ -3,6 +3,8 @@
 #ifndef QUILLAN_CORE_CROSSINGS_SWAP_SCANS_HPP_
 #define QUILLAN_CORE_CROSSINGS_SWAP_SCANS_HPP_
 
+#include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <span>
 
@@ -20,6 +22,7 @@ struct SideKeys {
 
 // REQUIRES: `keys` ascending; they outlive the range.
 inline SideKeys side_keys(std::span<const EndKey> keys) {
+  assert(std::is_sorted(keys.begin(), keys.end()));
   if (keys.empty()) return {0, 0, 0, nullptr};
   return {keys.front(), keys.back(), static_cast<std::int32_t>(keys.size()), keys.data()};
 }
@@ -47,7 +50,9 @@ class SwapScans {
   SwapScans(std::span<Member> members, Arena& scratch)
       : members_(members),
         moved_(scratch.raw_array<std::int32_t>(members.size())),
-        again_(scratch.raw_array<std::int32_t>(members.size())) {}
+        again_(scratch.raw_array<std::int32_t>(members.size())) {
+    assert(!members.empty());
+  }
 
   // Scans until a scan makes no exchange or 4 m scans were made, and returns true; or until
   // `exchanges` were made in all, and returns false.

@@ -1,6 +1,7 @@
 #include "core/graph/lgraph.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace quillan::vorn_layered {
@@ -80,7 +81,10 @@ void LGraph::rebuild_layers() {
   for (const LNode* node : nodes) count = std::max(count, node->layer + 1);
   const Arena::Frame frame(scratch);
   const std::span<std::int32_t> sizes = scratch.array<std::int32_t>(count, 0);
-  for (const LNode* node : nodes) ++sizes[node->layer];
+  for (const LNode* node : nodes) {
+    assert(node->layer >= 0);
+    ++sizes[node->layer];
+  }
   layers.resize(sizes);
   const std::span<std::int32_t> filled = scratch.array<std::int32_t>(count, 0);
   for (LNode* node : nodes) layers[node->layer][filled[node->layer]++] = node;

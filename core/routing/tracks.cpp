@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <bit>
+#include <cassert>
+#include <cmath>
 #include <limits>
 
 #include "core/base/reals.hpp"
@@ -51,6 +53,7 @@ std::int32_t _assign_tracks(std::span<const Interval> intervals, std::span<std::
   const Arena::Frame frame(scratch);
   const std::span<Entry> sorted = scratch.raw_array<Entry>(intervals.size());
   for (std::size_t i = 0; i < intervals.size(); ++i) {
+    assert(!std::isnan(intervals[i].source) && !std::isnan(intervals[i].target));
     sorted[i] = {intervals[i].source, static_cast<std::int32_t>(i)};
   }
   std::sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {

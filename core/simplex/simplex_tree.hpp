@@ -22,6 +22,7 @@
 #define QUILLAN_CORE_SIMPLEX_SIMPLEX_TREE_HPP_
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -71,6 +72,8 @@ class SimplexTree {
         side_(scratch.array<std::int32_t>(count, 0)),
         climb_(scratch.array<std::int32_t>(count, 0)),
         root_(root) {
+    assert(initial_ranks.size() == rank.size());
+    for ([[maybe_unused]] const Edge& edge : edges) assert(edge.tail != edge.head);
     std::copy(initial_ranks.begin(), initial_ranks.end(), rank.begin());
   }
 
@@ -271,6 +274,8 @@ std::int32_t SimplexTree<Edge>::add_flow(std::int32_t from, std::int32_t to, std
 template <typename Edge>
 void SimplexTree<Edge>::replace(std::int32_t leaving, std::int32_t entering, const Side& side,
                                 std::int32_t flow, std::int32_t entering_cut) {
+  assert((side_[edges[entering].tail] == side_stamp_) !=
+         (side_[edges[entering].head] == side_stamp_));
   const std::int32_t child = child_of(leaving);
   const Edge& edge = edges[entering];
   // The ends of the entering edge on the sides of the leaving one's tail and head.

@@ -4,6 +4,7 @@
 #define QUILLAN_CORE_SIMPLEX_TREE_LINKS_HPP_
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -44,11 +45,13 @@ class TreeLinks {
   }
   // REQUIRES: the edge is outside the tree.
   void add_to_tree(std::int32_t position) {
+    assert(!in_tree(position));
     exchange(places_[std::size_t{2} * position], tree_ends_[edges_[position].tail]++);
     exchange(places_[std::size_t{2} * position + 1], tree_ends_[edges_[position].head]++);
   }
   // REQUIRES: the edge is in the tree.
   void take_from_tree(std::int32_t position) {
+    assert(in_tree(position));
     exchange(places_[std::size_t{2} * position], --tree_ends_[edges_[position].tail]);
     exchange(places_[std::size_t{2} * position + 1], --tree_ends_[edges_[position].head]);
   }
