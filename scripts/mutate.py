@@ -110,15 +110,12 @@ class Sources:
         chance = random.Random(seed)
         candidates = []
         for file, lines in self.files.items():
-            in_docstring = False
+            in_prose = False  # inside a docstring, which C++ has as a raw literal
             for index, line in enumerate(lines):
-                if file.endswith(".py"):
-                    quotes = line.count('"""')
-                    prose = in_docstring or quotes
-                    in_docstring ^= quotes % 2
-                    if prose:
-                        continue
-                found = list(changes(line))
+                marks = len(re.findall(r'"""|R"doc\(|\)doc"', line))
+                prose = in_prose or marks
+                in_prose ^= marks % 2
+                found = [] if prose else list(changes(line))
                 if found:
                     candidates.append((file, index, found))
         chance.shuffle(candidates)

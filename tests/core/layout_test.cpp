@@ -46,31 +46,14 @@ Bits bits_of(const LayoutResult& result, bool transposed = false) {
   return bits;
 }
 
-// The segments of a caller's edge follow one another from one of its ports to the other.
-void expect_chain(const CallerEdge& caller_edge, const LEdge& before_phases) {
-  LPort* const source = caller_edge.reversed ? before_phases.target : before_phases.source;
-  LPort* const target = caller_edge.reversed ? before_phases.source : before_phases.target;
-  ASSERT_EQ(caller_edge.chain.front()->source, source);
-  ASSERT_EQ(caller_edge.chain.back()->target, target);
-  for (std::size_t i = 1; i < caller_edge.chain.size(); ++i) {
-    const LNode* joint = caller_edge.chain[i]->source_node();
-    ASSERT_EQ(caller_edge.chain[i - 1]->target_node(), joint);
-    ASSERT_TRUE(joint->is_dummy());
-  }
-}
-
 TEST(Laws, HoldForEveryGraphAfterAllPhases) {
   Random random(30);
   for (int round = 0; round < 4000; ++round) {
     TestGraph graph;
     fill_random(graph, random, random_shape(random, 30));
     graph.options = random_options(random).resolved();
-    std::vector<LEdge> edges;
-    for (const LEdge* edge : graph.edges) edges.push_back(*edge);
     run_phases(graph);
-    ASSERT_NO_THROW(check_laws(graph));
-    for (std::size_t i = 0; i < edges.size(); ++i) expect_chain(graph.caller_edges[i], edges[i]);
-    ASSERT_FALSE(HasFailure()) << "round " << round;
+    ASSERT_NO_THROW(check_laws(graph)) << "round " << round;
   }
 }
 

@@ -166,6 +166,12 @@ inline void fill_layered(TestGraph& graph, Random& random, const Shape& shape) {
   assign_layers(graph);
 }
 
+// Moves all layers from `first` on by one, which leaves an empty layer and segments that skip it.
+inline void open_gap(LGraph& graph, std::int32_t first) {
+  for (LNode* node : graph.nodes) node->layer += node->layer >= first ? 1 : 0;
+  graph.rebuild_layers();
+}
+
 }  // namespace quillan::vorn_layered::testing
 
 #endif  // QUILLAN_TESTS_CORE_RANDOM_GRAPHS_HPP_

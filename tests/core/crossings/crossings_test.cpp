@@ -33,7 +33,7 @@ TEST(Counting, InversionsEqualComparisonOfAllPairs) {
   Random random(6);
   for (int round = 0; round < 3000; ++round) {
     Arena arena;
-    std::vector<std::int64_t> sequence(random.below(150));
+    std::vector<std::int64_t> sequence(random.below(round % 100 == 0 ? 3000 : 150));
     const std::int32_t spread = random.pick({1, 5, 100, 1'000'000});
     for (std::int64_t& value : sequence) value = random.below(spread);
     std::int64_t naive = 0;
@@ -68,53 +68,6 @@ TEST(Median, LeansToTheDenserSide) {
   EXPECT_EQ(_weighted_median(keys_at({4, 4, 4, 4})), 4.015625);  // no division by zero
   EXPECT_EQ(_weighted_median({}), -1.0);
   EXPECT_EQ(_weighted_median(Keys{3 * 64 + 1, 3 * 64 + 2}), 3.0234375);  // two ports of one node
-}
-
-TEST(NeighborOrder, NodesWithoutNeighboursCompeteWithTheirOwnPlaceAndTiesGoById) {
-  // Measures: x 2.015625, y 1 (its place), z and a 0.015625 both.
-  TestGraph graph({"u", "v", "w", "x", "y", "z", "a"}, {{2, 3}, {0, 5}, {0, 6}});
-  graph.set_layers({{0, 1, 2}, {3, 4, 5, 6}});
-  LayerOrders orders(graph);
-  orders.rank_ids();
-  orders.refresh_keys(1, Reference::UPPER);
-  Numbers ordered(4);
-  _order_by_neighbors(orders, 1, Reference::UPPER, true, ordered);
-  EXPECT_EQ(ordered, (Numbers{6, 5, 4, 3}));
-}
-
-TEST(NeighborOrder, ManyTiesGoByIdToo) {
-  TestGraph star({"hub"}, {});
-  std::vector<Numbers> layers = {{0}, {}};
-  for (const std::int32_t name : Random(9).permutation(40)) {
-    layers[1].push_back(star.put_node(numbered("n", name), 1, 1, 1, 1)->position);
-    star.put_edge({0, layers[1].back()});
-  }
-  star.set_layers(layers);
-  LayerOrders orders(star);
-  orders.rank_ids();
-  orders.refresh_keys(1, Reference::UPPER);
-  Numbers ordered(40);
-  _order_by_neighbors(orders, 1, Reference::UPPER, true, ordered);
-  EXPECT_TRUE(std::is_sorted(ordered.begin(), ordered.end(), [&](std::int32_t a, std::int32_t b) {
-    return orders.node(a)->id.str() < orders.node(b)->id.str();
-  }));
-}
-
-TEST(AdjacentSwap, TheSumOfBothGapsDecidesAndZeroChangesNothing) {
-  EXPECT_EQ(_sorted_cross_pairs(keys_at({2, 1, 1}), keys_at({0, 1, 2})), 4);
-  const auto refined = [](std::initializer_list<TestEdge> links) {
-    TestGraph graph({"u", "v", "a", "b", "x", "y"}, links);
-    graph.set_layers({{0, 1}, {2, 3}, {4, 5}});
-    LayerOrders orders(graph);
-    orders.refresh_keys(1, Reference::UPPER);
-    orders.refresh_keys(1, Reference::LOWER);
-    Numbers ordered = {2, 3};
-    _adjacent_swap(orders, ordered);
-    return ordered;
-  };
-  EXPECT_EQ(refined({{1, 2}, {0, 3}}), (Numbers{3, 2}));
-  EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 4}, {3, 5}}), (Numbers{2, 3}));  // won above, lost below
-  EXPECT_EQ(refined({{1, 2}, {0, 3}, {2, 5}}), (Numbers{3, 2}));  // below only one has neighbours
 }
 
 TEST(AdjacentSwap, HubsOfAnySizeAreWeighedAgainstEachOther) {

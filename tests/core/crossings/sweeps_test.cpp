@@ -199,12 +199,6 @@ class Naive {
   std::vector<std::vector<const LEdge*>> outgoing_;
 };
 
-// Moves all layers from `first` on by one, which leaves an empty layer and segments that skip it.
-void open_gap(LGraph& graph, std::int32_t first) {
-  for (LNode* node : graph.nodes) node->layer += node->layer >= first ? 1 : 0;
-  graph.rebuild_layers();
-}
-
 TEST(Sweeps, OneLayerEqualsFullScans) {
   Random random(7);
   for (int round = 0; round < 3000; ++round) {

@@ -50,22 +50,6 @@ Numbers naive_greedy(const LGraph& graph) {
   return head;
 }
 
-TEST(Sequences, TriangleAndTwoPairs) {
-  TestGraph triangle({"a", "b", "c"}, {{0, 1}, {1, 2}, {2, 0}});
-  EXPECT_EQ(list(_sequence_greedy(triangle)), (Numbers{0, 1, 2}));
-  EXPECT_EQ(list(_sequence_depth_first(triangle)), (Numbers{0, 1, 2}));
-  TestGraph pairs({"a", "b", "c", "d"}, {{0, 1}, {1, 0}, {2, 3}, {3, 2}, {1, 2}});
-  EXPECT_EQ(list(_sequence_greedy(pairs)), (Numbers{1, 2, 3, 0}));
-  EXPECT_EQ(list(_sequence_depth_first(pairs)), (Numbers{0, 1, 2, 3}));
-}
-
-TEST(Sequences, LonelyNodesGoToTheTailAndDepthFirstFollowsEdgeOrder) {
-  TestGraph lonely({"a", "b", "c"}, {{1, 2}});
-  EXPECT_EQ(list(_sequence_greedy(lonely)), (Numbers{1, 2, 0}));
-  TestGraph fan({"a", "b", "c"}, {{0, 2}, {0, 1}});
-  EXPECT_EQ(list(_sequence_depth_first(fan)), (Numbers{0, 1, 2}));
-}
-
 TEST(Sequences, InteractiveSortsByFlowThenCrossThenId) {
   TestGraph graph({"a9", "a10", "b", "c"}, {});
   const std::vector<Point> spots = {{50.0, 5.0}, {50.0, 5.0}, {50.0, -5.0}, {-1.0, 0.0}};

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 #include "core/layering/assign_layers.hpp"
@@ -26,12 +25,6 @@ Numbers bands(TestGraph& graph, const std::vector<std::pair<double, double>>& bo
   return layers_of(graph);
 }
 
-std::string ids(const auto& records) {
-  std::string result;
-  for (const auto* record : records) result += record->id.str() + " ";
-  return result;
-}
-
 TEST(InteractiveLayers, GroupsBoxesWhileTheyOverlapTheBand) {
   TestGraph touching({"a", "b", "c"}, {});
   EXPECT_EQ(bands(touching, {{0, 100}, {50, 10}, {100, 100}}), (Numbers{0, 0, 1}));
@@ -41,13 +34,20 @@ TEST(InteractiveLayers, GroupsBoxesWhileTheyOverlapTheBand) {
   EXPECT_EQ(bands(flat, {{5, 0}, {5, 0}, {5, 0}}), (Numbers{2, 0, 1}));
 }
 
-TEST(InteractiveLayers, RepairPushesTargetsOnAndShiftBringsTheSmallestToZero) {
-  TestGraph backwards({"s", "t"}, {{0, 1}});
-  EXPECT_EQ(bands(backwards, {{200, 100}, {0, 100}}), (Numbers{1, 2}));
-  _normalise_layers(backwards);
-  EXPECT_EQ(layers_of(backwards), (Numbers{0, 1}));
-  TestGraph cascade({"a", "b", "c"}, {{1, 2}, {0, 1}});
-  EXPECT_EQ(bands(cascade, {{0, 100}, {0, 100}, {0, 100}}), (Numbers{0, 1, 2}));
+TEST(LongestPath, AnEdgeFromANodeToItselfPushesIt) {
+  TestGraph graph({"a", "b"}, {{0, 0}});
+  _layer_longest_path(graph);
+  EXPECT_EQ(layers_of(graph), (Numbers{1, 0}));
+}
+
+TEST(LongEdges, ATwinOfASplitEdgeLeavesWithIt) {
+  TestGraph graph({"a", "b", "c"}, {{0, 2}, {0, 1}, {1, 2}});
+  for (LNode* node : graph.nodes) node->layer = node->position;
+  LEdge* const edge = graph.edges[0];
+  graph.add_edge(edge->id, edge->source, edge->target, edge->caller_edge);
+  insert_dummy_nodes(graph);
+  ASSERT_EQ(graph.edges.size(), 4U);  // both twins gave way to the two segments of one chain
+  EXPECT_EQ(graph.edges[0]->id.str(), "e1");
 }
 
 TEST(AssignLayers, TakesNetworkSimplexUpToTheLimit) {
@@ -61,38 +61,6 @@ TEST(AssignLayers, TakesNetworkSimplexUpToTheLimit) {
     assign_layers(graph);
     EXPECT_EQ(graph.nodes[0]->layer, count > NETWORK_SIMPLEX_NODE_LIMIT ? 0 : count - 3);
   }
-}
-
-TEST(LongEdges, NumberDummiesAndSegmentsChainByChain) {
-  TestGraph graph({"a", "b", "c", "d"}, {{0, 2}, {0, 1}, {0, 3}});
-  for (LNode* node : graph.nodes) node->layer = node->position;
-  const LEdge* whole = graph.edges[1];
-  insert_dummy_nodes(graph);
-  EXPECT_EQ(ids(graph.nodes), "a b c d dummy:e0#1 dummy:e2#4 dummy:e2#6 ");
-  EXPECT_EQ(ids(graph.edges), "e1 e0:seg#2 e0:seg#3 e2:seg#5 e2:seg#7 e2:seg#8 ");
-  EXPECT_EQ(ids(graph.caller_edges[2].chain), "e2:seg#5 e2:seg#7 e2:seg#8 ");
-  EXPECT_EQ(graph.nodes[6]->layer, 2);
-  EXPECT_EQ(graph.nodes[6]->out_ports[0].id.str(), "dummy:e2#6:out");
-  EXPECT_EQ(graph.caller_edges[1].chain[0], whole);
-  EXPECT_EQ(graph.caller_edges[2].chain[1]->source, &graph.nodes[5]->out_ports[0]);
-  insert_dummy_nodes(graph);
-  EXPECT_EQ(graph._counter, 8U);
-}
-
-TEST(LongEdges, DummiesInterpolateEachCoordinateThatBothEndsHave) {
-  TestGraph graph({"a", "b"}, {{0, 1}});
-  graph.nodes[0]->layer = 2;
-  graph.nodes[1]->layer = 5;
-  for (LNode* node : graph.nodes) node->has_origin_x = node->has_origin_y = true;
-  graph.nodes[0]->origin_y = 10.0;
-  graph.nodes[1]->origin_x = 300.0;
-  graph.nodes[1]->origin_y = 40.0;
-  graph.nodes[1]->has_origin_x = false;
-  insert_dummy_nodes(graph);
-  EXPECT_EQ(graph.nodes[2]->origin_y, 20.0);
-  EXPECT_EQ(graph.nodes[3]->origin_y, 30.0);
-  EXPECT_TRUE(graph.nodes[3]->has_origin_y);
-  EXPECT_FALSE(graph.nodes[3]->has_origin_x);
 }
 
 }  // namespace

@@ -214,26 +214,6 @@ TEST(NetworkSimplex, WorkedExampleStepByStep) {
   EXPECT_EQ(list(simplex.parent_edge), (Numbers{-1, 2, 6, 3, 1, 0}));
 }
 
-TEST(NetworkSimplex, UnconnectedNodesKeepTheirRanksAndAreNumberedOneByOne) {
-  const Edges edges = {{0, 1}, {2, 3}};
-  const Numbers ranks = {0, 1, 0, 1};
-  Arena arena;
-  _NetworkSimplex simplex(4, edges, ranks, arena);
-  EXPECT_EQ(simplex.solve(), ranks);
-  EXPECT_EQ(flags(simplex.in_tree), (Flags{true, false}));
-  EXPECT_EQ(list(simplex.lim), (Numbers{2, 1, 3, 4}));
-  EXPECT_EQ(list(simplex.low), (Numbers{1, 1, 3, 4}));
-}
-
-TEST(NetworkSimplex, FeasibleTreeAloneMovesTheTreeToItsNearestEdge) {
-  const Edges edges = {{0, 3}, {1, 2}, {2, 3}};
-  const Numbers ranks = {0, 0, 1, 2};
-  Arena arena;
-  _NetworkSimplex simplex(4, edges, ranks, arena);
-  simplex._feasible_tree();
-  EXPECT_EQ(list(simplex.rank), (Numbers{1, 0, 1, 2}));
-}
-
 TEST(NetworkSimplex, EqualsPivotingFromScratch) {
   Random random(4);
   Edges edges;

@@ -3,19 +3,10 @@
 #include <vector>
 
 #include "core/placement/brandes_koepf.hpp"
-#include "core/placement/place_nodes.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {
 namespace {
-
-using Reals = std::vector<double>;
-
-Reals ys(const LGraph& graph) {
-  Reals values;
-  for (const LNode* node : graph.nodes) values.push_back(node->y);
-  return values;
-}
 
 // The blocks of one alignment, by node position. Nodes were numbered in layer order: slots are
 // positions.
@@ -78,53 +69,6 @@ TEST(Alignment, OfTwoNodesWithOneMedianTheFirstVisitedLinks) {
   single.set_layers({{0}, {1, 2}});
   EXPECT_EQ(roots(single, true, true), (Numbers{0, 0, 2}));
   EXPECT_EQ(roots(single, true, false), (Numbers{0, 1, 0}));
-}
-
-TEST(BrandesKoepf, MiddleOfFourAlignmentsThenPackedApart) {
-  TestGraph graph({"A", "B", "C"}, {{0, 2}, {1, 2}});
-  graph.set_layers({{0, 1}, {2}});
-  for (const bool downward : {true, false}) {
-    EXPECT_EQ(roots(graph, downward, true), (downward ? Numbers{0, 1, 0} : Numbers{2, 1, 2}));
-    EXPECT_EQ(roots(graph, downward, false), (downward ? Numbers{0, 1, 1} : Numbers{0, 2, 2}));
-  }
-  _place_brandes_kopf_y(graph);
-  EXPECT_EQ(ys(graph), (Reals{-20.0, 50.0, 15.0}));
-  _pack_layer_overlaps(graph);
-  EXPECT_EQ(ys(graph), (Reals{24.0, 94.0, 24.0}));
-  _snap_non_negative(graph);
-  EXPECT_EQ(graph.nodes[1]->y, 94.0);
-}
-
-TEST(Pack, GoesByYThenOrderThenIdWithSpacingsByKind) {
-  TestGraph graph({"b", "a", "d", "e"}, {});
-  graph.make_dummies({2, 3});
-  graph.set_layers({{0, 1, 2, 3}});
-  for (LNode* node : graph.nodes) node->y = 50.0;
-  graph.nodes[3]->y = 0.0;
-  graph.nodes[0]->order = graph.nodes[1]->order = 1;
-  _pack_layer_overlaps(graph);  // e, then a and b by id, then d by its order
-  EXPECT_EQ(ys(graph), (Reals{120.0, 50.0, 172.0, 24.0}));
-}
-
-TEST(PlaceNodes, ColumnsAdvanceByTheirWidestNode) {
-  TestGraph graph({"a", "b", "c", "d", "e"}, {});
-  graph.make_dummies({2, 3});
-  graph.nodes[1]->width = 100.0;
-  graph.set_layers({{0}, {4, 1, 2}, {}, {3}});
-  _assign_layer_x(graph);
-  EXPECT_EQ(graph.nodes[4]->x, 224.0);
-  EXPECT_EQ(graph.nodes[1]->x, 244.0);
-  EXPECT_EQ(graph.nodes[2]->x, 294.0);
-  EXPECT_EQ(graph.nodes[3]->x, 424.0);  // the empty layer takes no room
-}
-
-TEST(PlaceNodes, SimpleSeesNewPositionsAtOnce) {
-  TestGraph graph({"a", "b", "c"}, {{0, 2}, {1, 2}});
-  graph.set_layers({{0, 1}, {2}});
-  graph.options.placement_strategy = "SIMPLE";
-  place_nodes(graph);
-  // Each pass: a goes to the middle of c, b too and is pushed below it, then c goes between them.
-  EXPECT_EQ(ys(graph), (Reals{24.0, 94.0, 24.0}));
 }
 
 }  // namespace
