@@ -95,7 +95,7 @@ class LayerOrders {
   [[nodiscard]] bool has_fresh_keys(std::int32_t layer, Reference side) const {
     const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
     return neighbour < 0 || neighbour >= layer_count() ||
-           halves_[static_cast<int>(side)].seen[layer] == stamp_[neighbour];
+           neighbours_[static_cast<int>(side)].seen[layer] == stamp_[neighbour];
   }
   // Brings the keys of a layer up to date with the order of its neighbouring layer.
   void refresh_keys(std::int32_t layer, Reference side);
@@ -136,12 +136,12 @@ class LayerOrders {
   }
   // Ranks of the node ids by code point, comparable within a layer and among successors of a node.
   [[nodiscard]] std::span<const std::int32_t> id_ranks() const {
-    assert(id_rank_.size() == nodes_.size());
+    assert(static_cast<std::int32_t>(id_rank_.size()) == slot_count());
     return id_rank_;
   }
   // The slots of a layer in ascending order of their ids.
   [[nodiscard]] std::span<const std::int32_t> by_id(std::int32_t layer) const {
-    assert(by_id_.size() == nodes_.size());
+    assert(static_cast<std::int32_t>(by_id_.size()) == slot_count());
     return by_id_.subspan(first_slot(layer), layer_size(layer));
   }
   // Computes what id_ranks() and by_id() return. n log n in the ids.
