@@ -241,6 +241,36 @@ class TidyTest(EditorTest):
         self.assertEqual({name for name, rect in places(graph).items() if rect != before[name]},
                          {"d", "e"})
 
+    def test_backdrops_that_were_apart_stay_apart(self):
+        graph = make_graph("ab bc cd da ac")
+        for index, name in enumerate("acbd"):
+            graph.get_node_by_name(name).set_pos(300.0 * index, 90.0 * index)
+        for name, x in (("left", -40.0), ("right", 560.0)):
+            backdrop = graph.create_node("Backdrop", name=name, selected=False)
+            backdrop.set_pos(x, -60.0 if x < 0 else 120.0)
+            backdrop.set_size(540.0, 330.0)
+        tidy(graph)
+        frame = {name: QtCore.QRectF(*rect) for name, rect in places(graph).items()}
+        self.assertFalse(frame["left"].intersects(frame["right"]))
+        for backdrop, held in (("left", "ac"), ("right", "bd")):
+            for name in "abcd":
+                self.assertEqual(frame[backdrop].contains(frame[name]), name in held, name)
+
+    def test_parts_are_packed_to_the_view_which_follows_if_asked(self):
+        graph = make_graph([(f"{part}a", f"{part}b") for part in range(40)])
+        viewer = graph.viewer()
+        viewer.resize(1200, 800)
+        shown = viewer.scene_rect()
+        tidy(graph)
+        self.assertEqual(viewer.scene_rect(), shown)
+        drawn = bounds(graph.all_nodes())
+        self.assertLess(0.5, drawn.width() / drawn.height())
+        self.assertLess(drawn.width() / drawn.height(), 3.0)
+        viewer.set_zoom(2.0)
+        tidy(graph, fit=True)
+        seen = QtCore.QRectF(*viewer.scene_rect())
+        self.assertTrue(seen.contains(drawn), (seen, drawn))
+
     def test_a_second_interactive_tidy_moves_nothing(self):
         chance = random.Random(7)
         for name, direction in itertools.product(editor_demo.graph_names(), ("right", "down")):
