@@ -34,6 +34,7 @@ struct Room {
   double high = kInfinity;  // the last
   std::int64_t free = 0;    // how many more dummies fit in
   std::int32_t taken = 0;
+  std::int32_t needed = 0;  // how many it takes for the nodes to keep their distance
 
   [[nodiscard]] double distance(double line) const {
     return larger(larger(0.0, low - line), line - high);
@@ -102,6 +103,7 @@ class Keeper {
         make_rooms();
         Filling filling(std::span<Room>(rooms_).subspan(first_room));
         for (const Member& dummy : dummies_) filling.take_nearest(dummy.place);
+        fill_needs(std::span<Room>(rooms_).subspan(first_room));
       } else {
         rooms_.resize(first_room + nodes_.size() + 1);
       }
@@ -164,11 +166,38 @@ class Keeper {
       constexpr double kRounding = 1e-7;
       const double extent = room.high - room.low + kRounding;
       if (!(extent >= 0.0)) continue;
+      // Two nodes with a dummy between them may stand nearer than without.
+      const bool near = extent + 2.0 * beside < graph_.options.spacing_node_node;
+      room.needed = near ? 1 : 0;
       const double count = apart > 0.0 ? std::floor(extent / apart) + 1.0 : kInfinity;
       room.free = count < static_cast<double>(all) ? static_cast<std::int64_t>(count) : all;
     }
     // With one to spare, so that they are never full.
     rooms.front().free = rooms.back().free = all + 1;
+  }
+
+  // Has each room that needs a dummy and has none get one from the nearer of the last room before
+  // it and the first room behind it that can do with fewer. Linear.
+  static void fill_needs(std::span<Room> rooms) {
+    const auto spares = [&](std::size_t room) { return rooms[room].taken > rooms[room].needed; };
+    std::vector<std::size_t> before;
+    std::size_t behind = 0;
+    for (std::size_t room = 0; room < rooms.size(); ++room) {
+      if (spares(room)) before.push_back(room);
+      if (rooms[room].taken >= rooms[room].needed) continue;
+      while (!before.empty() && !spares(before.back())) before.pop_back();
+      behind = std::max(behind, room);
+      while (behind < rooms.size() && !spares(behind)) ++behind;
+      if (before.empty() && behind == rooms.size()) return;
+      const bool from_behind = before.empty() || (behind < rooms.size() &&
+                                                  rooms[behind].low - rooms[room].high <
+                                                      rooms[room].low - rooms[before.back()].high);
+      Room& giver = rooms[from_behind ? behind : before.back()];
+      --giver.taken;
+      ++giver.free;
+      ++rooms[room].taken;
+      --rooms[room].free;
+    }
   }
 
   // Puts the members into the layer, room by room. That dummies go by their lines, whichever of
@@ -211,14 +240,16 @@ class Keeper {
     const auto price = [&](std::int32_t passed, std::int32_t step) {
       const std::size_t room = room_beyond(passed, step);
       if (room == own) return 0.0;
-      if (rooms_[room].free <= 0) return kInfinity;
+      if (rooms_[room].free <= 0 || rooms_[own].taken <= rooms_[own].needed) return kInfinity;
       return (rooms_[room].distance(line) - rooms_[own].distance(line)) / kDetour;
     };
     const SiftOrders::Passed passed = sift.sift_at_price(slot, price);
     if (passed.slot < 0) return false;
     room_of_[slot] = room_beyond(passed.slot, passed.step);
     ++rooms_[own].free;
+    --rooms_[own].taken;
     --rooms_[room_of_[slot]].free;
+    ++rooms_[room_of_[slot]].taken;
     return true;
   }
 

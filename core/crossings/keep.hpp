@@ -11,10 +11,11 @@ namespace quillan::vorn_layered {
 //
 // The nodes of a layer stand in the order of their seen middles. The dummies share the rooms that
 // are left between two nodes, before the first and behind the last, so that none pushes nodes apart
-// while there is room elsewhere: each takes the nearest room to its line, and in the order of their
-// lines wires cross among themselves only where the lines do. Then a dummy goes to another place of
-// its room, or to another room, where that spares crossings: one at least for every kDetour that
-// this takes it farther from its line.
+// while there is room elsewhere: each takes the nearest room to its line, one at least goes between
+// two nodes that stand nearer than nodes without a dummy between them may, and in the order of
+// their lines wires cross among themselves only where the lines do. Then a dummy goes to another
+// place of its room, or to another room, where that spares crossings: one at least for every
+// kDetour that this takes it farther from its line.
 //
 // REQUIRES: usable positions. n log n; the second part costs a bounded number of nodes and segments
 // for each dummy.

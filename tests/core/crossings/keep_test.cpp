@@ -60,6 +60,12 @@ TEST(Keep, ADummyTakesTheNearestRoomThatIsLeft) {
   EXPECT_EQ(order_of(two, 1), (Names{"n0", "e0", "n1", "e1", "e2", "n2"}));
 }
 
+// 29 apart, nodes need a dummy between them, or one of them has to move.
+TEST(Keep, ADummyGoesBetweenNodesThatStandNearEachOther) {
+  Column near(0, 0, {0, 60, 109}, 2);
+  EXPECT_EQ(order_of(near, 1), (Names{"e0", "n0", "n1", "e1", "n2"}));
+}
+
 TEST(Keep, NodesGoByTheirMiddlesAndTheUnplacedByTheirWires) {
   Column overlapping(0, 0, {0, 60, 30});
   overlapping.nodes[3]->height = 10.0;
