@@ -387,7 +387,7 @@ def pictures() -> dict[str, str]:
 
 def differences(made: Mapping[str, str]) -> list[str]:
     """The names of files that are not as they should be: changed, missing, or of no picture."""
-    there = {path.name: path.read_text(encoding="utf-8") for path in PICTURES.glob("*")}
+    there = {path.name: path.read_text(encoding="utf-8") for path in PICTURES.glob("*.svg")}
     return sorted(name for name in made.keys() | there.keys() if made.get(name) != there.get(name))
 
 

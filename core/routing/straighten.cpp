@@ -40,7 +40,6 @@ struct Looks {
 class Straightener {
  public:
   explicit Straightener(LGraph& graph) : graph_(graph), above_(graph.nodes.size()), below_(above_) {
-    top_ = std::numeric_limits<double>::infinity();
     for (const LNode* node : graph.nodes) top_ = smaller(top_, node->y);
     for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) find_neighbours(layer);
   }
@@ -134,13 +133,15 @@ class Straightener {
       const double next = at_start ? from : choose(shared, height, room);
       after.add(height, next);
       height = next;
-      std::fill(heights_.begin() + first, heights_.begin() + i, height);
+      const std::span<double> group = std::span(heights_).subspan(first, i - first);
+      std::fill(group.begin(), group.end(), height);
       at_start = false;
       first = i;
       shared = room;
     }
     after.add(height, to);
-    std::fill(heights_.begin() + first, heights_.end(), to);
+    const std::span<double> rest = std::span(heights_).subspan(first);
+    std::fill(rest.begin(), rest.end(), to);
     if (!after.better_than(before)) return;
     for (std::size_t i = 0; i < dummies_.size(); ++i) dummies_[i]->y = heights_[i];
   }
@@ -176,7 +177,7 @@ class Straightener {
   LGraph& graph_;
   std::vector<const LNode*> above_;  // by position: the neighbours in the layer
   std::vector<const LNode*> below_;
-  double top_;
+  double top_ = std::numeric_limits<double>::infinity();
   std::vector<const LNode*> sorted_;
   std::vector<LNode*> dummies_;  // of the stretch at hand
   std::vector<double> heights_;

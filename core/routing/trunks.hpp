@@ -31,10 +31,11 @@ namespace quillan::vorn_layered {
 inline constexpr std::int32_t kJog = -1;
 
 struct Wire {
-  double source;  // across the flow
-  double target;
-  std::int32_t source_port;  // numbered within the gap in ascending order across the flow; or kJog
-  std::int32_t target_port;
+  double source = 0.0;  // across the flow
+  double target = 0.0;
+  std::int32_t source_port =
+      kJog;  // numbered within the gap in ascending order across the flow; or kJog
+  std::int32_t target_port = kJog;
   bool shown = true;  // false for a flipped edge, which is not drawn and may be covered
   std::int32_t first_part = kJog;  // the wire that leads to its jog, if it begins at one
   std::int32_t leg = 0;
