@@ -105,6 +105,7 @@ class RecordWriter {
   }
   Ref layer_lists() {
     std::vector<Ref> lists;
+    lists.reserve(static_cast<std::size_t>(graph_.layers.size()));
     for (std::int32_t i = 0; i < graph_.layers.size(); ++i) {
       lists.push_back(
           list_of(records_of(graph_.layers[i], [&](LNode* each) { return node(each); })));

@@ -74,7 +74,7 @@ class Pieces {
   }
 
  private:
-  std::array<char, kMaxDigits> digits_;
+  std::array<char, kMaxDigits> digits_{};
   std::array<std::string_view, 5> parts_;
 };
 
