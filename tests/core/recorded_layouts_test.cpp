@@ -65,7 +65,9 @@ using Bits = std::vector<std::uint64_t>;
 using Named = std::vector<std::pair<std::string, Bits>>;
 
 struct Recorded {
-  explicit Recorded(Line& line) : name(line.text()) {
+  explicit Recorded(Line& line) : name(line.text()) { read_options(line); }
+
+  void read_options(Line& line) {
     options.direction = *direction_from_text(line.word());
     options.interactive = line.number() != 0;
     options.thoroughness.value = line.number();
@@ -146,7 +148,7 @@ struct Recorded {
 
   std::string name;
   LayoutOptions options;
-  double component_gap;
+  double component_gap = 0.0;
   PayloadCase payload;
   Named positions;
   Named routes;
