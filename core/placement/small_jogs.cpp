@@ -29,7 +29,6 @@ class Blocks {
     std::iota(block_.begin(), block_.end(), 0);
     sizes_.assign(graph.nodes.size(), 1);
     stamps_.assign(graph.nodes.size(), 0);
-    top_ = std::numeric_limits<double>::infinity();
     for (const LNode* node : graph.nodes) top_ = smaller(top_, node->y);
     for (const LEdge* edge : graph.edges) {
       if (std::abs(step_of(*edge)) <= kLevel) join(*edge);
@@ -71,8 +70,9 @@ class Blocks {
     ++stamp_;
     moving_.clear();
     if (!take(block_[member])) return false;
-    for (std::size_t i = 0; i < moving_.size(); ++i) {
-      const LNode& node = *graph_.nodes[moving_[i]];
+    std::size_t checked = 0;
+    while (checked < moving_.size()) {  // take() appends to it
+      const LNode& node = *graph_.nodes[moving_[checked++]];
       const double y = node.y + delta;
       // The drawing's upmost node holds its padding.
       if (!(node.y > top_) || !(y >= top_)) return false;
@@ -140,7 +140,7 @@ class Blocks {
   std::vector<std::int32_t> stamps_;  // by block: the last move of which it was a part
   std::vector<std::int32_t> moving_;  // nodes
   std::int32_t stamp_ = 0;
-  double top_;
+  double top_ = std::numeric_limits<double>::infinity();
 };
 
 }  // namespace

@@ -58,9 +58,9 @@ struct Leg {
 // A leg should stand left of another. Where it does not, wires cross without need, or two wires lie
 // on one another, of which one must be split.
 struct Precedence {
-  std::int32_t before;  // legs
-  std::int32_t after;
-  std::int64_t weight;
+  std::int32_t before = 0;  // legs
+  std::int32_t after = 0;
+  std::int64_t weight = 0;
   std::int32_t source_wire = kNone;  // the wires that would lie on one another, by their ends
   std::int32_t target_wire = kNone;
 

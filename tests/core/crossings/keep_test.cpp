@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -96,7 +97,7 @@ TEST(Keep, NoNodeHasToMove) {
     reduce_crossings(graph);
     for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
       const LNode* last = nullptr;
-      double bottom = -INFINITY;
+      double bottom = -std::numeric_limits<double>::infinity();
       int dummies = 0;
       for (const LNode* node : graph.layers[layer]) {
         if (node->is_dummy()) {

@@ -75,6 +75,7 @@ std::string colliding_text(std::uint64_t first) {
 TEST(TextIndex, FindsTextsOfOneHash) {
   constexpr std::int32_t kCount = 2000;
   std::vector<std::string> texts;
+  texts.reserve(std::size_t{2} * kCount);
   for (std::int32_t i = 0; i < 2 * kCount; ++i) texts.push_back(colliding_text(i));
   TextIndex index(kCount / 2);  // fewer than come
   for (std::int32_t i = 0; i < kCount; ++i) {
