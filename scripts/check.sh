@@ -100,7 +100,9 @@ check_tidy() {
   CXX=$CLANG configure release "$dir" -DQUILLAN_TESTS=ON -DQUILLAN_BENCH=ON -DQUILLAN_FUZZ=ON
   # Of what a build makes, only the headers that it writes are needed here.
   ninja -C "$dir" -t targets rule CUSTOM_COMMAND | sed -n '/\.hpp$/p' | xargs -r ninja -C "$dir"
-  run-clang-tidy-14 -quiet -p "$dir" '/(core|host|tests|bench|fuzz)/.*\.cpp$'
+  # Its own lines, one a file and one for what it suppressed there, would bury a finding.
+  run-clang-tidy-14 -quiet -p "$dir" '/(core|host|tests|bench|fuzz)/.*\.cpp$' 2>&1 |
+    { grep -vE '^(clang-tidy-14 |[0-9]+ warnings? generated)' || true; }
 }
 
 check_cppcheck() {
@@ -267,12 +269,13 @@ need_for_checks() {
 
 # all_checks [NAME...]: the named checks or the usual ones, all of them whatever fails.
 all_checks() {
-  local name status started failed=0 table=()
+  local name status started failed=() table=()
   (($#)) || set -- "${USUAL_CHECKS[@]}"
   for name in "$@"; do
     declare -F "check_$name" >/dev/null || die "no check '$name'"
   done
   need_for_checks "$@"
+  mkdir -p build/check
   for name in "$@"; do
     printf '\n== %s\n' "$name"
     started=$SECONDS
@@ -281,18 +284,23 @@ all_checks() {
     (
       set -e
       "check_$name"
-    )
-    status=$?
+    ) 2>&1 | tee "build/check/$name.log"
+    status=${PIPESTATUS[0]}
     set -e
     if ((status == 0)); then
       status=passed
     else
       status=FAILED
-      failed=1
+      failed+=("$name")
     fi
     table+=("$(printf '%-12s %-7s %4d s' "$name" "$status" $((SECONDS - started)))")
   done
+  # What went wrong may stand thousands of lines further up, and a log may be cut off there.
+  for name in "${failed[@]}"; do
+    printf '\n== the end of %s, which failed\n' "$name"
+    tail -n 25 "build/check/$name.log"
+  done
   printf '\n'
   printf '%s\n' "${table[@]}"
-  return "$failed"
+  ((${#failed[@]} == 0))
 }
