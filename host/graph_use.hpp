@@ -88,10 +88,6 @@ using Options = vorn_layered::LayoutOptions;
 
 inline constexpr Parts kBoxes = NODES | WIDTHS | HEIGHTS | PLACES;
 inline constexpr Parts kEnds = NODES | NODE_IDS | EDGES | ENDS;
-// What the strategies beyond the plain ones may ask of nodes, ports and chains.
-inline constexpr Parts kAll = kEnds | WIDTHS | HEIGHTS | KINDS | ORIGINS | LAYER_NUMBERS | CHAINS |
-                              ORIGIN_IDS | PORT_INDEXES | PORT_OFFSETS | PORT_SIDES;
-
 inline Use nothing_else(const Options&, std::size_t) { return {}; }
 
 inline constexpr GraphUse GRAPH_EXTENT{"graph_extent", {kBoxes}, nothing_else};
@@ -141,7 +137,10 @@ inline constexpr GraphUse REDUCE_CROSSINGS{
       if (layer_count < 2 || strategy == "NONE") return {};
       const Use sweeps{kEnds | PORT_INDEXES, THOROUGHNESS, LAYERS};
       if (strategy == "INTERACTIVE") return sweeps | Use{ORIGINS | WIDTHS, DIRECTION};
-      if (strategy == "KEEP") return sweeps | Use{kAll, DIRECTION | SPACINGS};
+      if (strategy == "KEEP") {
+        return sweeps | Use{ORIGINS | WIDTHS | HEIGHTS | KINDS | PORT_OFFSETS,
+                            DIRECTION | NODE_NODE | EDGE_EDGE | EDGE_NODE};
+      }
       return sweeps;
     }};
 
@@ -150,8 +149,9 @@ inline constexpr GraphUse PLACE_NODES{
       if (layer_count == 0) return {};
       const std::string& strategy = options.placement_strategy;
       const Use plain{kEnds | WIDTHS | HEIGHTS | KINDS | ORDERS, SPACINGS | PADDINGS, PLACES};
-      const bool plain_is_all = strategy != "NETWORK_SIMPLEX" && strategy != "INTERACTIVE";
-      return plain_is_all ? plain : plain | Use{kAll, DIRECTION};
+      if (strategy == "NETWORK_SIMPLEX") return plain | Use{PORT_OFFSETS | ORIGIN_IDS | FLIPS};
+      if (strategy == "INTERACTIVE") return plain | Use{PORT_OFFSETS | ORIGINS, DIRECTION};
+      return plain;
     }};
 
 inline constexpr GraphUse ROUTE_EDGES{
@@ -161,15 +161,18 @@ inline constexpr GraphUse ROUTE_EDGES{
       const bool ordered = options.edge_routing == "ORTHOGONAL_ORDERED";
       const bool orthogonal = ordered || options.edge_routing == "ORTHOGONAL";
       if (!orthogonal || layer_count < 2) return {};
-      const Use plain{kEnds | WIDTHS | LAYER_NUMBERS | PLACES | PORT_OFFSETS, EDGE_EDGE | EDGE_NODE,
-                      MOVES};
-      return ordered ? plain | Use{kAll, SPACINGS} : plain;
+      const Use plain{kEnds | WIDTHS | LAYER_NUMBERS | PLACES | PORT_OFFSETS,
+                      EDGE_EDGE | EDGE_NODE | PLACEMENT, MOVES};
+      if (!ordered) return plain;
+      return plain | Use{HEIGHTS | KINDS | PORT_INDEXES | PORT_SIDES | CHAINS | ORIGIN_IDS | FLIPS,
+                         NODE_NODE};
     }};
 
 inline constexpr GraphUse RUN_PHASES{
     "run_phases",
-    {kAll | ORDERS | EDGE_IDS | COUNTER, ALL_OPTIONS,
-     FLIPS | LAYER_NUMBERS | ORDERS | SPLITS | LAYERS | PLACES | BENDS},
+    {kEnds | WIDTHS | HEIGHTS | KINDS | ORIGINS | LAYER_NUMBERS | ORDERS | CHAINS | EDGE_IDS |
+         ORIGIN_IDS | PORT_INDEXES | PORT_OFFSETS | PORT_SIDES | FLIPS | COUNTER,
+     ALL_OPTIONS, FLIPS | LAYER_NUMBERS | ORDERS | SPLITS | LAYERS | PLACES | BENDS},
     nothing_else};
 
 }  // namespace uses

@@ -168,6 +168,8 @@ The `(flow, cross)` extent of a graph, from 0.0 to its farthest box, dummies inc
 
 Normalised frame; never negative, (0.0, 0.0) for a graph without nodes. Linear in the nodes.
 
+Reads: of the graph `nodes`; of nodes `x`, `y`, `width`, `height`.
+
 Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read.
 )doc"},
     {"node_positions", with_keywords(node_positions), kKeywords,
@@ -177,6 +179,9 @@ Raises TypeError or ValueError, naming the record and the field, for a value tha
 Top-left corners of the real nodes in the caller's frame: a dict from id to `(x, y)`, in the order of
 `nodes`.
 
+Reads: of the graph `nodes`; of nodes `id`, `kind`, `x`, `y`, `width`, `height`; of the options
+`direction`.
+
 Parts are not packed; `layout` does that. Linear in the nodes. Raises what `graph_extent` raises.
 )doc"},
     {"edge_routes", with_keywords(edge_routes), kKeywords,
@@ -185,6 +190,9 @@ Parts are not packed; `layout` does that. Linear in the nodes. Raises what `grap
 
 Polylines in the caller's frame: a dict from edge id to a list of `(x, y)`, in the order of
 `chains`.
+
+Reads: of the graph `nodes`, `chains`, `reversed_originals`; of nodes `x`, `y`, `width`, `height`; of
+edges `source`, `target`, `bend_points`; of ports `node`, `side`, `offset`; of the options `direction`.
 
 An edge that phase 1 reversed has none. Points run from source port to target port; a point within
 1e-6 of its predecessor on both axes is dropped. Linear in segments and bend points. Raises what
@@ -213,10 +221,11 @@ Phase 1: flip edges in place until the graph has no cycle.
 `graph.options.cycle_breaking_strategy` chooses the order of the nodes against which no edge may
 run. On a flipped edge source and target are exchanged; its ports keep their side.
 
-Reads: `nodes`, the ends of `edges`, `options.cycle_breaking_strategy`; for "INTERACTIVE" also the
-nodes' `origin_x`, `origin_y` and `width`, and `options.direction`.
+Reads: of the graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`, `origin_id`; of ports
+`node`; of the options `cycle_breaking_strategy`. With "INTERACTIVE" also: of nodes `width`,
+`origin_x`, `origin_y`; of the options `direction`.
 
-Writes: `source`, `target` and `reversed` of the edges that it flips, and `reversed_originals`.
+Writes: into the graph's `reversed_originals`; of edges `source`, `target`, `reversed`.
 
 Raises TypeError or ValueError, naming the record and the field, for a value that it cannot read;
 the graph is then left as it was. Near-linear; "INTERACTIVE" sorts the nodes. (Eades, Lin and
@@ -238,11 +247,13 @@ Expects the acyclic graph that phase 1 leaves. `graph.options.layering_strategy`
 NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes it as small as it
 can be at any size. Afterwards every segment of an edge in `graph.chains` joins a layer to the next.
 
-Reads: `nodes`, the ends of `edges`, `chains`, `_counter`, `options.layering_strategy`, and the
-nodes' `origin_x` and `origin_y`; for "INTERACTIVE" also their `width`, and `options.direction`.
+Reads: of the graph `nodes`, `edges`, `chains`, `_counter`; of nodes `id`, `order`, `origin_x`,
+`origin_y`; of edges `id`, `source`, `target`, `origin_id`; of ports `node`; of the options
+`layering_strategy`. With "INTERACTIVE" also: of nodes `width`; of the options `direction`,
+`placement_strategy`.
 
-Writes: `layer` and `order` of all nodes, and `layers`; where an edge is split, also `nodes`,
-`edges`, `chains` and `_counter`.
+Writes: of the graph `layers`; of nodes `layer`, `order`; where an edge is split, also into the graph's
+`nodes`, `chains`; of the graph `edges`, `_counter`.
 
 Raises what `break_cycles` raises, and MemoryError where the split would take more than 2**23
 dummies. Linear in nodes, edges and dummies; n log n for "INTERACTIVE"; up to 300 pivots for
@@ -261,11 +272,11 @@ Split every edge that spans more than one layer into segments joined by dummies 
 `assign_layers` does this too. A second run changes nothing, and `graph.layers` is left to
 `rebuild_layers`.
 
-Reads: `edges`, the entries of `chains` that hold one edge, `layer`, `origin_x` and `origin_y` of
-the nodes that these join, and `_counter`.
+Reads: of the graph `edges`, `chains`, `_counter`; of nodes `layer`, `origin_x`, `origin_y`; of edges
+`id`, `source`, `target`, `origin_id`; of ports `node`. Looks only at the nodes and edges that entries
+of `chains` with one edge lead to.
 
-Writes: where an edge is split, `nodes`, to which dummies are appended, `edges`, to which segments
-are, `chains` and `_counter`.
+Writes: where an edge is split, into the graph's `nodes`, `chains`; of the graph `edges`, `_counter`.
 
 Raises what `assign_layers` raises. Linear in edges plus new dummies.
 )doc"},
@@ -277,9 +288,8 @@ The number of crossings between segments of neighbouring layers, as `graph.layer
 
 The order of ports counts on both ends. A graph without layers has none.
 
-Reads: `nodes`, `layers`, the ends of `edges` and the `index` of their ports.
-
-Writes: nothing.
+Reads: of the graph `nodes`, `edges`, `layers`; of nodes `id`; of edges `source`, `target`; of ports
+`node`, `index`.
 
 Raises what `break_cycles` raises, and KeyError with the id of an end that is not in `graph.nodes`.
 s log s for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer Cross Counting",
@@ -296,11 +306,13 @@ Phase 3: reorder the nodes inside `graph.layers` to cut crossings, and write the
 `thoroughness` bounds the sweeps over the layers. The result never has more crossings than the
 first order.
 
-Reads: `layers`, the ends of `edges`, the `index` of their ports, `options.crossing_strategy` and
-`options.thoroughness`; for "INTERACTIVE" also the nodes' `origin_x`, `origin_y` and `width`, and
-`options.direction`.
+Reads: of the graph `layers`; of the options `crossing_strategy`. With any but "NONE" also: of the
+graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`; of ports `node`, `index`; of the
+options `thoroughness`. With "INTERACTIVE" and "KEEP" also: of nodes `width`, `origin_x`, `origin_y`;
+of the options `direction`. With "KEEP" also: of nodes `height`, `kind`; of ports `offset`; of the
+options `spacing_node_node`, `spacing_edge_edge`, `spacing_edge_node`.
 
-Writes: `layers`, and `order` of the nodes in them.
+Writes: of nodes `order`. With any but "NONE" also: of the graph `layers`.
 
 Raises what `count_crossings` raises, and TypeError if `thoroughness` is not an integer, where
 sweeps are made. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for
@@ -317,11 +329,14 @@ Phase 4: coordinates of all nodes, dummies included, in the normalised frame.
 A graph without layers is left alone. The boxes of a layer keep their spacing where spacings are not
 negative, and the least coordinates are the paddings. `graph.options.placement_strategy` chooses.
 
-Reads: `layers`, the ends of `edges`, `width`, `height`, `kind` and `order` of the nodes,
-`options.placement_strategy`, the spacings and the paddings; for "NETWORK_SIMPLEX" also the rest of
-the nodes and ports.
+Reads: of the graph `nodes`, `edges`, `layers`; of nodes `id`, `width`, `height`, `kind`, `order`; of
+edges `source`, `target`; of ports `node`; of the options `placement_strategy`, `spacing_node_node`,
+`spacing_node_node_between_layers`, `spacing_edge_edge`, `spacing_edge_node`, `padding_left`,
+`padding_top`. With "NETWORK_SIMPLEX" also: of the graph `reversed_originals`; of edges `origin_id`; of
+ports `offset`. With "INTERACTIVE" also: of nodes `origin_x`, `origin_y`; of ports `offset`; of the
+options `direction`.
 
-Writes: `x` and `y` of the nodes in `layers`.
+Writes: of nodes `x`, `y`.
 
 Raises what `count_crossings` raises. Near-linear; "NETWORK_SIMPLEX" takes as many pivots as it
 needs, within 1000 steps for each node and edge. (Brandes and Koepf, "Fast and Simple Horizontal
@@ -342,10 +357,15 @@ one another, and dummies give way across the flow, by their `y`, where that take
 long edge; segments then have up to four bend points. With "POLYLINE", or a value that is not known,
 segments are straight and have no bend points.
 
-Reads: `layers`, the ends of `edges`, the `offset` of their ports, `width`, `layer`, `x` and `y` of
-the nodes, `options.edge_routing`, `options.spacing_edge_edge` and `options.spacing_edge_node`.
+Reads: of the graph `edges`, `layers`; of the options `edge_routing`. With "ORTHOGONAL" and
+"ORTHOGONAL_ORDERED" also: of the graph `nodes`; of nodes `id`, `width`, `layer`, `x`, `y`; of edges
+`source`, `target`; of ports `node`, `offset`; of the options `placement_strategy`,
+`spacing_edge_edge`, `spacing_edge_node`. With "ORTHOGONAL_ORDERED" also: of the graph `chains`,
+`reversed_originals`; of nodes `height`, `kind`; of edges `origin_id`; of ports `side`, `index`; of the
+options `spacing_node_node`.
 
-Writes: `bend_points` of the edges, and `x` of the nodes that it moves.
+Writes: of edges `bend_points`. With "ORTHOGONAL" and "ORTHOGONAL_ORDERED" also: of nodes `x`. With
+"ORTHOGONAL_ORDERED" also: of nodes `y`.
 
 Raises what `count_crossings` raises. s log s for s segments: greedy colouring of intervals, first
 track that is free.

@@ -246,10 +246,14 @@ class LGraph:
     _counter: the last number that `next_id` has given out.
 
     A graph may be built or changed by hand: nodes appended, edges removed, ports made for one edge
-    alone. No phase looks at the port lists of a node; what counts of a port is its node, side,
-    index and offset. An edge is split where it is long, and has a route, by its entry in chains.
-    Each function reads what it needs and nothing else, and raises TypeError or ValueError, naming
-    the record and the field, for what it cannot read; the graph is then left as it was.
+    alone. No phase looks at the port lists of a node; all that matters about a port is its node,
+    side, index and offset. An edge is split where it is long, and has a route, only if it has an
+    entry in `chains`.
+
+    The docstring of each function says what it reads and writes; it touches nothing else. A field
+    that is written gets a new object, and the old one stays as it was, except where something is
+    written into a list or a dict. For what it cannot read, a function raises TypeError or ValueError,
+    naming the record and the field, and leaves the graph as it was.
     """
 
     nodes: list[LNode] = _dataclasses.field(default_factory=list)
@@ -276,7 +280,11 @@ class LGraph:
     def rebuild_layers(self) -> None:
         """Regroup the nodes into `layers` by their layer, and renumber `order`.
 
-        Inside a layer nodes sort by `order`, equal ones in `nodes` order. Raises ValueError for a
-        layer below 0.
+        Within a layer, nodes are sorted by `order`; equal ones keep their sequence in `nodes`. Raises
+        ValueError for a layer below 0.
+
+        Reads: of the graph `nodes`; of nodes `layer`, `order`.
+
+        Writes: of the graph `layers`; of nodes `order`.
         """
         _rebuild_layers(self)

@@ -1,7 +1,6 @@
 #include "core/placement/small_jogs.hpp"
 
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <numeric>
 #include <utility>
@@ -9,6 +8,7 @@
 
 #include "core/base/reals.hpp"
 #include "core/graph/incident_maps.hpp"
+#include "core/graph/layer_slots.hpp"
 #include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
@@ -24,7 +24,11 @@ constexpr std::int32_t kMostMoved = 256;  // nodes
 class Blocks {
  public:
   Blocks(LGraph& graph, const IncidentMaps& maps)
-      : graph_(graph), maps_(maps), next_(graph.nodes.size()), block_(graph.nodes.size()) {
+      : graph_(graph),
+        maps_(maps),
+        slots_(graph),
+        next_(graph.nodes.size()),
+        block_(graph.nodes.size()) {
     std::iota(next_.begin(), next_.end(), 0);
     std::iota(block_.begin(), block_.end(), 0);
     sizes_.assign(graph.nodes.size(), 1);
@@ -104,11 +108,14 @@ class Blocks {
     return node.position >= 0 && stamps_[block_[node.position]] == stamp_;
   }
 
-  // The next node of the layer in the direction of a move.
+  // The next node of the layer in the direction of a move. It goes by `layers`: what a node of a
+  // graph made by hand says of its layer need not be so.
   [[nodiscard]] const LNode* neighbour(const LNode& node, double delta) const {
-    const std::span<LNode* const> layer = std::as_const(graph_.layers)[node.layer];
-    const std::int32_t place = node.order + (delta > 0.0 ? 1 : -1);
-    return place >= 0 && place < std::ssize(layer) ? layer[place] : nullptr;
+    const std::int32_t slot = slots_.slot_of[node.position];
+    const std::int32_t next = slot + (delta > 0.0 ? 1 : -1);
+    const bool exists = next >= 0 && next < slots_.count() && slots_.layer_of[slot] >= 0 &&
+                        slots_.layer_of[next] == slots_.layer_of[slot];
+    return exists ? slots_.nodes[next] : nullptr;
   }
 
   [[nodiscard]] bool is_clear(const LNode& node, double y, const LNode& other, double delta) const {
@@ -134,6 +141,7 @@ class Blocks {
 
   LGraph& graph_;
   const IncidentMaps& maps_;
+  const LayerSlots slots_;
   std::vector<std::int32_t> next_;    // by node: the next of its block, round and round
   std::vector<std::int32_t> block_;   // by node: a node of its block that stands for it
   std::vector<std::int32_t> sizes_;   // by block

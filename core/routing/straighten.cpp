@@ -58,11 +58,10 @@ class Straightener {
   void find_neighbours(std::int32_t layer) {
     const std::span<LNode* const> nodes = graph_.layers[layer];
     sorted_.assign(nodes.begin(), nodes.end());
-    // At one height, what has none itself lies before what begins there.
-    std::sort(sorted_.begin(), sorted_.end(), [](const LNode* a, const LNode* b) {
-      int order = compare_reals(a->y, b->y);
-      if (order == 0) order = compare_reals(a->height, b->height);
-      return order != 0 ? order < 0 : a->order < b->order;
+    // At one height, what has none itself lies before what begins there; equals stay in order.
+    std::stable_sort(sorted_.begin(), sorted_.end(), [](const LNode* a, const LNode* b) {
+      const int order = compare_reals(a->y, b->y);
+      return order != 0 ? order < 0 : compare_reals(a->height, b->height) < 0;
     });
     for (std::size_t i = 0; i < sorted_.size(); ++i) {
       const std::int32_t position = sorted_[i]->position;
@@ -76,22 +75,23 @@ class Straightener {
   void walk(std::span<LEdge* const> chain) {
     dummies_.clear();
     double from = chain.front()->source->y();
-    for (const LEdge* segment : chain) {
-      if (segment != chain.back() && can_move(*segment->target)) {
-        dummies_.push_back(segment->target->node);
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+      const LPort& end = *chain[i]->target;
+      if (i + 1 < chain.size() && can_move(end, *chain[i + 1]->source)) {
+        dummies_.push_back(end.node);
         continue;
       }
-      if (!dummies_.empty()) settle(from, segment->target->y());
+      if (!dummies_.empty()) settle(from, end.y());
       dummies_.clear();
-      from = segment->target->y();
+      from = end.y();
     }
   }
 
-  [[nodiscard]] bool can_move(const LPort& port) const {
-    const LNode& node = *port.node;
-    return node.is_dummy() && node.position >= 0 && node.height == 0.0 &&
-           node.in_ports.size() == 1 && node.out_ports.size() == 1 &&
-           node.in_ports[0].offset == 0.0 && node.out_ports[0].offset == 0.0;
+  // Whether the node that joins two segments, by a port each, is a dummy as phase 2 makes them.
+  static bool can_move(const LPort& in, const LPort& out) {
+    const LNode& node = *in.node;
+    return node.is_dummy() && node.position >= 0 && node.height == 0.0 && in.offset == 0.0 &&
+           out.node == &node && out.offset == 0.0;
   }
 
   // The drawing's upmost node holds its padding, so it must not move.

@@ -3,12 +3,13 @@
 import copy
 import itertools
 import pickle
+import re
 import unittest
 
 from quillan.core import vorn_layered as engine
 from quillan.core.vorn_layered import (
     LayoutOptions, LEdge, LGraph, LNode, LPort, NodeKind, PortSide)
-from test_golden import PHASES
+from test_golden import PHASES, load, state_of
 
 FORK = ([{"id": name} for name in "abc"],
         [{"id": "p", "source": "a", "target": "b"}, {"id": "q", "source": "b", "target": "c"},
@@ -211,37 +212,33 @@ class HandMade(unittest.TestCase):
             self.assertEqual(pickle.dumps(graph), before, change)
 
 
-# By function: what it reads and what it writes of a graph. "chains[]" stands for the content of the
-# dict, which is changed in place; otherwise a field gets a new object and the old one stays as it is.
-BOXES = "LGraph.nodes LNode.x LNode.y LNode.width LNode.height"
-ENDS = "LGraph.nodes LNode.id LGraph.edges LEdge.source LEdge.target LPort.node"
-SPLIT = "LGraph.chains LEdge.id LEdge.origin_id LGraph._counter LNode.origin_x LNode.origin_y"
-SPLITS = "LGraph.nodes[] LGraph.edges LGraph.chains[] LGraph._counter"
-USES = {
-    "graph_extent": (BOXES, ""),
-    "node_positions": (f"{BOXES} LNode.id LNode.kind direction", ""),
-    "edge_routes": (f"{BOXES} LGraph.chains LGraph.reversed_originals LEdge.source LEdge.target "
-                    "LPort.node LPort.offset LPort.side LEdge.bend_points direction", ""),
-    "rebuild_layers": ("LGraph.nodes LNode.layer LNode.order", "LGraph.layers LNode.order"),
-    "break_cycles": (f"{ENDS} LEdge.origin_id LGraph.reversed_originals cycle_breaking_strategy",
-                     "LEdge.source LEdge.target LEdge.reversed LGraph.reversed_originals[]"),
-    "assign_layers": (f"{ENDS} {SPLIT} LNode.order layering_strategy",
-                      f"{SPLITS} LNode.layer LNode.order LGraph.layers"),
-    "insert_dummy_nodes": (f"LGraph.nodes LGraph.edges {SPLIT} LNode.layer LEdge.source "
-                           "LEdge.target LPort.node", SPLITS),
-    "count_crossings": (f"{ENDS} LPort.index LGraph.layers", ""),
-    "reduce_crossings": (f"{ENDS} LPort.index LGraph.layers crossing_strategy thoroughness",
-                         "LGraph.layers LNode.order"),
-    "place_nodes": (f"{ENDS} LNode.width LNode.height LNode.kind LNode.order LGraph.layers "
-                    "placement_strategy padding_left padding_top spacing_node_node "
-                    "spacing_node_node_between_layers spacing_edge_edge spacing_edge_node",
-                    "LNode.x LNode.y"),
-    "route_edges": (f"{ENDS} LNode.width LNode.x LNode.y LNode.layer LPort.offset LGraph.layers "
-                    "edge_routing spacing_edge_edge spacing_edge_node",
-                    "LNode.x LEdge.bend_points"),
-    "reduce_crossings NONE": ("LGraph.layers crossing_strategy", "LNode.order"),
-    "route_edges POLYLINE": ("LGraph.edges LGraph.layers edge_routing", "LEdge.bend_points"),
+RECORDS = {"the graph": "LGraph.", "the graph's": "LGraph.", "nodes": "LNode.", "edges": "LEdge.",
+           "ports": "LPort.", "the options": ""}
+STRATEGIES = {
+    "break_cycles": "GREEDY DEPTH_FIRST INTERACTIVE".split(),
+    "assign_layers": "NETWORK_SIMPLEX MINIMUM_LENGTH LONGEST_PATH INTERACTIVE".split(),
+    "reduce_crossings": "LAYER_SWEEP SIFTING INTERACTIVE KEEP NONE".split(),
+    "place_nodes": "BRANDES_KOEPF SIMPLE NETWORK_SIMPLEX INTERACTIVE".split(),
+    "route_edges": "ORTHOGONAL ORTHOGONAL_ORDERED POLYLINE".split(),
 }
+FIELDS = dict(zip(PHASES, ("cycle_breaking_strategy", "layering_strategy", "crossing_strategy",
+                           "placement_strategy", "edge_routing")))
+
+
+def told(docstring, label, strategy):
+    """The fields that the docstring says to be read or written with a strategy. A name with "[]" is
+    that of a container that is changed itself."""
+    paragraph = re.search(rf"^ *{label}: (.*?)(\n\n|\Z)", docstring, re.DOTALL | re.MULTILINE)
+    fields = set()
+    for part in re.split(r"(?=With )", " ".join(paragraph[1].split()) if paragraph else ""):
+        condition = re.match(r"With (any but )?(.*?) also:", part)
+        if condition and (f'"{strategy}"' in condition[2]) == bool(condition[1]):
+            continue
+        for into, record, names in re.findall(
+                rf"(of|into) ({'|'.join(RECORDS)}) ((?:`\w+`(?:, )?)+)", part):
+            fields |= {RECORDS[record] + name + "[]" * (into == "into")
+                       for name in re.findall(r"\w+", names)}
+    return fields
 
 
 def records_of(graph):
@@ -254,47 +251,66 @@ def records_of(graph):
 
 
 class Uses(unittest.TestCase):
+    """The docstrings say what each function reads and writes."""
+
     def cases(self):
-        """For each function a graph on which it has something to do."""
-        nodes = [{"id": name, "x": 10 * number} for number, name in enumerate("abcdef")]
+        """For each function and strategy a graph on which it has something to do."""
+        nodes = [{"id": name, "x": 10 * number, "y": number} for number, name in enumerate("abcdefg")]
         edges = [{"id": joint, "source": joint[0], "target": joint[1]}
-                 for joint in ("af", "be", "ad", "bc", "ca", "ef", "ac")]
-        for row, (reads, writes) in USES.items():
-            function, *strategy = row.split()
-            graph = engine.build_graph(nodes, edges, LayoutOptions(spacing_edge_edge=200.0))
-            if function == "insert_dummy_nodes":
-                for layer, node in enumerate(graph.nodes):
-                    node.layer = layer
-            else:
-                for phase in itertools.takewhile(lambda phase: phase != function, PHASES):
-                    getattr(engine, phase)(graph)
-            if strategy == ["NONE"]:
-                graph.options.crossing_strategy = "NONE"
-            elif strategy:
-                graph.options.edge_routing = strategy[0]
+                 for joint in ("af", "be", "ad", "bc", "ca", "ef", "ac", "ag", "ab")]
+        for function in (*PHASES, "insert_dummy_nodes", "count_crossings", "graph_extent",
+                         "node_positions", "edge_routes", "rebuild_layers"):
             run = getattr(engine, function, None) or getattr(LGraph, function)
-            yield row, run, graph, set(reads.split()), set(writes.split())
+            for strategy in STRATEGIES.get(function, ("",)):
+                graph = engine.build_graph(nodes, edges, LayoutOptions(spacing_edge_edge=200.0))
+                if function == "insert_dummy_nodes":
+                    for layer, node in enumerate(graph.nodes):
+                        node.layer = layer
+                else:
+                    for phase in itertools.takewhile(lambda phase: phase != function, PHASES):
+                        getattr(engine, phase)(graph)
+                if strategy:
+                    setattr(graph.options, FIELDS[function], strategy)
+                yield (f"{function} {strategy}", run, graph,
+                       *(told(run.__doc__, label, strategy) for label in ("Reads", "Writes")))
 
-    def test_nothing_else_is_read(self):
+    def test_what_is_read(self):
         for row, run, graph, reads, writes in self.cases():
-            poisoned = copy.deepcopy(graph)
-            records = records_of(poisoned)
-            for kind in ("LNode", "LPort", "LEdge", "LGraph"):
-                for record, field in itertools.product(records[kind], vars(records[kind][0])):
-                    if f"{kind}.{field}" not in reads and field != "options":
-                        setattr(record, field, Uses)
-            for field in vars(poisoned.options):
-                if field not in reads:
-                    setattr(poisoned.options, field, Uses)
-            clean_records = records_of(graph)
-            with self.subTest(row):
-                self.assertEqual(run(poisoned), run(graph))
-                for kind, field in (name.split(".") for name in writes):
-                    for clean, other in zip(clean_records[kind], records[kind]):
-                        if field in ("layer", "order", "x", "y", "bend_points"):
-                            self.assertEqual(getattr(other, field), getattr(clean, field))
+            seen = set()
 
-    def test_nothing_else_is_written(self):
+            def watch(record, prefix):
+                fields = set(vars(record))
+
+                def get(self, field):
+                    if field in fields:
+                        seen.add(prefix + field)
+                    return object.__getattribute__(self, field)
+
+                record.__class__ = type("Watched", (type(record),), {"__getattribute__": get})
+
+            for kind, records in records_of(graph).items():
+                for record in records:
+                    watch(record, f"{kind}.")
+            options = graph.options
+            watch(options, "")
+            seen.clear()
+            run(graph)
+            # A container that is changed itself is looked at for that.
+            changed = {name.removesuffix("[]") for name in writes if name.endswith("[]")}
+            self.assertEqual(seen | changed, reads | changed | {"LGraph.options"}, row)
+
+    def test_one_phase_at_a_time(self):
+        later = PHASES[2:]
+        for call, *strategies in itertools.product(load("phases.json"), *map(STRATEGIES.get, later)):
+            options = LayoutOptions(**dict(zip(map(FIELDS.get, later), strategies)))
+            at_once, by_phases = (engine.build_graph(call["nodes"], call["edges"], options)
+                                  for _ in range(2))
+            engine.run_phases(at_once)
+            for phase in PHASES:
+                getattr(engine, phase)(by_phases)
+            self.assertEqual(state_of(by_phases), state_of(at_once), (call["name"], strategies))
+
+    def test_what_is_written(self):
         seen = set()
         for row, run, graph, _, writes in self.cases():
             before = [(kind, record, field, value, copy.copy(value))
