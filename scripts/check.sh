@@ -207,6 +207,7 @@ check_docs() {
   export PYTHONPATH=$ROOT/$RELEASE/python QT_QPA_PLATFORM=offscreen
   "$own" -m doctest scripts/index_readme.py
   "$own" docs/make_api.py --check
+  "$own" docs/paste_figures.py --check
   "$own" bench/without.py --check  # what the figures of the shortcuts are measured by
   "$own" docs/run_blocks.py
   "$own" examples/option_pictures.py --check
@@ -237,6 +238,7 @@ venv() {
   shift
   identity=$(printf '%s\n' "$ROOT" "$PYTHON" "$PYTHON_ID" "$@")
   if [[ $(cat "$dir/dev-identity" 2>/dev/null) != "$identity" ]]; then
+    printf 'dev: installing into %s: %s\n' "$dir" "$*" >&2
     rm -rf "$dir"
     "$PYTHON" -m venv "$dir"
     "$dir/bin/python" -m pip install --quiet "$@" >&2
