@@ -68,20 +68,20 @@ TIMED: Final = 0.5
 CALLS: Final = 5
 
 DRAWN_NOTE: Final = """
-Drawings of {graphs} real graphs. counted: crossings of the orders inside the layers; drawn: crossings
-of the polylines of wires that share no port; close: pairs of such wires within 2 units along a
-stretch; jogs: routes with a step under 8 units; straight: wires without a bend from port to port;
-behind: wires behind a node; off: wire ends off their ports; over: overlapping boxes. In each pair of
-columns the default stands left, the best strategies right.
+Drawings of {graphs} real graphs. counted: crossings that follow from the orders within the layers; drawn:
+crossings of the polylines of wires that share no port; close: pairs of such wires that run within 2
+units of each other; jogs: routes with a step under 8 units; straight: wires without a bend from port to
+port; behind: wires behind a node; off: wire ends off their ports; over: overlapping boxes. In each pair
+of numbers, the left one is for the default, the right one for the best strategies.
 """
 KEPT_NOTE: Final = """
 Finished drawings laid out again, {graphs} real graphs. moved: nodes that did not stay where they were
-(1e-6); away: with a node set into the middle of a wire, nodes that did not keep their place across the
-flow (8 units).
+(1e-6); away: with a node inserted into the middle of a wire, nodes that did not keep their place across
+the flow (8 units).
 """
 CROSSINGS_NOTE: Final = """
-Crossings of the orders in made graphs, and the time of the whole call in milliseconds (on its core,
-the least of several; default and best by turns).
+Crossings that follow from the orders, in generated graphs, and the CPU time of the whole call in
+milliseconds (the least of several; default and best alternate).
 """
 
 

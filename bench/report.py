@@ -9,9 +9,9 @@ from figures import Figures, Growth
 
 CALL_NOTE: Final = """
 The Python call against the floor of carrying its data: marshal.dumps((nodes, edges)), then
-marshal.loads of the marshalled result. Both by turns in one loop, `rounds` times; medians in
-milliseconds. The garbage collector is enabled, as users have it; the last three columns tell the
-same with the collector off, where neither side pays for walking objects (left out for long calls).
+marshal.loads of the marshalled result. The two alternate in one loop, `rounds` times; medians in
+milliseconds. The garbage collector is enabled, as it is for users; the last three columns show the
+same with the collector off, so that neither side pays for it (left out for long calls).
 """
 CALL_COLUMNS: Final = {
     "graph": 15,
@@ -29,8 +29,8 @@ CALL_COLUMNS: Final = {
 
 PHASE_NOTE: Final = """
 Nanoseconds per node plus segment after long edges are split, medians. The phases run in the core
-alone, on plain C++ records; `sum` is theirs, `call` the Python call of the first table.
-`split` is the number of dummies that split long edges, per node of the caller.
+alone, on plain C++ records; `sum` is their sum, `call` the Python call of the first table.
+`split` is the number of dummies that split long edges, per node of the payload.
 """
 PHASE_COLUMNS: Final = {
     "graph": 15,
@@ -49,7 +49,7 @@ PHASE_COLUMNS: Final = {
 }
 
 GROWTH_NOTE: Final = f"""
-Growth of the Python call: the exponent between the medians of two sizes, by nodes of the caller
+Growth of the Python call: the exponent between the medians of two sizes, by nodes of the payload
 (mark: <= {GROWTH_MARK:g} from 1,000 to 100,000) and by nodes plus segments.
 """
 GROWTH_COLUMNS: Final = {
