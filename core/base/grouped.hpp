@@ -35,6 +35,10 @@ using Grouped = GroupsOf<const std::int32_t>;
 // keys[i] == k. A key below 0 belongs to no list. The result lives as long as what is allocated
 // from `arena` now. Linear, by counting.
 Grouped group_by(std::span<const std::int32_t> keys, std::int32_t lists, Arena& arena);
+// The same in arrays of the caller's. REQUIRES: `starts` has one element more than there are lists;
+// `items` has as many as there are keys.
+Grouped group_by(std::span<const std::int32_t> keys, std::span<std::int32_t> starts,
+                 std::span<std::int32_t> items);
 
 }  // namespace quillan::vorn_layered
 

@@ -25,44 +25,53 @@ LayerOrders::LayerOrders(LGraph& graph)
       place_[slot] = slot - first_slot(layer);
     }
   }
-  const EdgeEnds ends = slots_.ends_of_edges(graph);
-  for (std::size_t i = 0; regular_ && i < ends.sources.size(); ++i) {
-    regular_ = slots_.joins_neighbours(ends.sources[i], ends.targets[i]);
-  }
-  collect(ends);
+  require_known_ends(graph);
+  regular_ = std::all_of(graph.edges.begin(), graph.edges.end(), [&](const LEdge* edge) {
+    return slots_.joins_neighbours(slots_.slot_of[edge->source_node()->position],
+                                   slots_.slot_of[edge->target_node()->position]);
+  });
+  collect();
 }
 
-void LayerOrders::collect(const EdgeEnds& ends) {
+// A graph of many long edges has most of its memory here: what stays is taken first, so that what
+// only this function needs is given back.
+void LayerOrders::collect() {
   Arena& scratch = graph_.scratch;
-  std::span<std::int32_t> uppers = ends.sources;
-  std::span<std::int32_t> lowers = ends.targets;
+  const std::size_t most = graph_.edges.size();
+  const std::span<std::int32_t> upper_starts = scratch.raw_array<std::int32_t>(slot_count() + 1);
+  const std::span<std::int32_t> lower_starts = scratch.raw_array<std::int32_t>(slot_count() + 1);
+  const std::span<UpperEnd> upper_ends = scratch.raw_array<UpperEnd>(most);
+  const std::span<Segment> segments = scratch.raw_array<Segment>(most);
+  keys_[0] = {lower_starts, scratch.raw_array<EndKey>(most)};
+  keys_[1] = {upper_starts, scratch.raw_array<EndKey>(most)};
+  for (std::span<std::int64_t>& seen : seen_) {
+    seen = scratch.array<std::int64_t>(layer_count(), -1);
+  }
+  const std::span<std::int32_t> port_starts = scratch.raw_array<std::int32_t>(layer_count() + 1);
+  target_ports_ = {port_starts, scratch.raw_array<TargetPort>(most)};
+
+  const Arena::Frame frame(scratch);
+  const EdgeEnds ends = slots_.ends_of_edges(graph_);
   if (!regular_) {
-    uppers = scratch.array<std::int32_t>(uppers.size(), -1);
-    lowers = scratch.array<std::int32_t>(lowers.size(), -1);
-    for (std::size_t i = 0; i < uppers.size(); ++i) {
-      if (!slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
-      uppers[i] = ends.sources[i];
-      lowers[i] = ends.targets[i];
+    for (std::size_t i = 0; i < most; ++i) {
+      if (slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
+      ends.sources[i] = ends.targets[i] = -1;
     }
   }
-  const Grouped below = group_by(uppers, slot_count(), scratch);
-  const Grouped above = group_by(lowers, slot_count(), scratch);
-  const std::size_t count = below.items.size();
-
-  const std::span<std::int32_t> sources = scratch.raw_array<std::int32_t>(count);
-  collect_side(Reference::UPPER, above.starts, sources);
-  for (std::size_t i = 0; i < count; ++i) {
-    sources[i] = ends.sources[above.items[i]];
-    neighbours_[0].ports[i] = graph_.edges[above.items[i]]->source->index + 1;
+  const std::span<std::int32_t> edges = scratch.raw_array<std::int32_t>(most);
+  const Grouped above = group_by(ends.targets, lower_starts, edges);
+  for (std::size_t i = 0; i < above.items.size(); ++i) {
+    upper_ends[i] = {ends.sources[edges[i]], graph_.edges[edges[i]]->source->index};
   }
+  upper_ends_ = {lower_starts, upper_ends.first(above.items.size())};
 
-  const std::span<Segment> segments = scratch.raw_array<Segment>(count);
-  for (std::size_t i = 0; i < count; ++i) {
+  const Grouped below = group_by(ends.sources, upper_starts, scratch.raw_array<std::int32_t>(most));
+  for (std::size_t i = 0; i < below.items.size(); ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
     segments[i] = {edge.source->index, ends.targets[below.items[i]], edge.target->index, 0};
   }
-  segments_ = {below.starts, segments};
-  number_target_ports(above, below, segments);
+  segments_ = {upper_starts, segments.first(below.items.size())};
+  number_target_ports(above, below, port_starts);
   const auto by_port = [](const Segment& a, const Segment& b) {
     return a.upper_port < b.upper_port;
   };
@@ -72,30 +81,13 @@ void LayerOrders::collect(const EdgeEnds& ends) {
       std::sort(own.begin(), own.end(), by_port);
     }
   }
-  const std::span<std::int32_t> targets = scratch.raw_array<std::int32_t>(count);
-  collect_side(Reference::LOWER, below.starts, targets);
-  for (std::size_t i = 0; i < count; ++i) {
-    targets[i] = segments[i].lower_slot;
-    neighbours_[1].ports[i] = segments[i].lower_port + 1;
-  }
-  collect_successors(ends);
-}
-
-void LayerOrders::collect_side(Reference side, std::span<const std::int32_t> starts,
-                               std::span<const std::int32_t> neighbours) {
-  Arena& scratch = graph_.scratch;
-  keys_[static_cast<int>(side)] = {starts, scratch.raw_array<EndKey>(neighbours.size())};
-  neighbours_[static_cast<int>(side)] = {neighbours,
-                                         scratch.raw_array<std::int32_t>(neighbours.size()),
-                                         scratch.array<std::int64_t>(layer_count(), -1)};
 }
 
 void LayerOrders::number_target_ports(const Grouped& above, const Grouped& below,
-                                      std::span<Segment> segments) {
+                                      std::span<std::int32_t> starts) {
   Arena& scratch = graph_.scratch;
-  const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(layer_count() + 1);
-  const std::span<TargetPort> ports = scratch.raw_array<TargetPort>(segments.size());
-  const Arena::Frame frame(scratch);
+  const std::span<Segment> segments = segments_.items;
+  const std::span<TargetPort> ports = target_ports_.items;
   const std::span<std::int32_t> segment_of = scratch.raw_array<std::int32_t>(graph_.edges.size());
   for (std::size_t i = 0; i < below.items.size(); ++i) {
     segment_of[below.items[i]] = static_cast<std::int32_t>(i);
@@ -122,19 +114,6 @@ void LayerOrders::number_target_ports(const Grouped& above, const Grouped& below
     }
   }
   starts.back() = count;
-  target_ports_ = {starts, ports};
-}
-
-void LayerOrders::collect_successors(const EdgeEnds& ends) {
-  if (regular_) {
-    successors_ = {segments_.starts, neighbours_[1].slots};
-    return;
-  }
-  const Grouped leaving = group_by(ends.sources, slot_count(), graph_.scratch);
-  const std::span<std::int32_t> items =
-      graph_.scratch.raw_array<std::int32_t>(leaving.items.size());
-  for (std::size_t i = 0; i < items.size(); ++i) items[i] = ends.targets[leaving.items[i]];
-  successors_ = {leaving.starts, items};
 }
 
 void LayerOrders::set_order(std::int32_t layer, std::span<const std::int32_t> ordered,
@@ -157,14 +136,23 @@ void LayerOrders::set_all(std::span<const std::int32_t> ordered) {
 void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
   const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
   if (neighbour < 0 || neighbour >= layer_count()) return;
-  const Neighbours& from = neighbours_[static_cast<int>(side)];
-  if (from.seen[layer] == stamp_[neighbour]) return;
-  from.seen[layer] = stamp_[neighbour];
+  std::int64_t& seen = seen_[static_cast<int>(side)][layer];
+  if (seen == stamp_[neighbour]) return;
+  seen = stamp_[neighbour];
   const GroupsOf<EndKey>& keys = keys_[static_cast<int>(side)];
   const std::int32_t begin = keys.starts[first_slot(layer)];
   const std::int32_t end = keys.starts[first_slot(layer + 1)];
-  for (std::int32_t i = begin; i < end; ++i) {
-    keys.items[i] = place_[from.slots[i]] * KEY_SCALE + from.ports[i];
+  const auto key = [&](std::int32_t slot, std::int32_t port) {
+    return place_[slot] * KEY_SCALE + port + 1;
+  };
+  if (side == Reference::UPPER) {
+    for (std::int32_t i = begin; i < end; ++i) {
+      keys.items[i] = key(upper_ends_.items[i].slot, upper_ends_.items[i].port);
+    }
+  } else {
+    for (std::int32_t i = begin; i < end; ++i) {
+      keys.items[i] = key(segments_.items[i].lower_slot, segments_.items[i].lower_port);
+    }
   }
   for (const std::int32_t slot : graph_.layers.slots(layer)) {
     if (keys.size_of(slot) > 1) sort_few(keys[slot]);
@@ -175,20 +163,20 @@ void LayerOrders::rank_ids() {
   Arena& scratch = graph_.scratch;
   id_rank_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
   by_id_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
-  const Arena::Frame frame(scratch);
-  const std::span<Text> ids = scratch.raw_array<Text>(slots_.nodes.size());
-  for (std::size_t slot = 0; slot < slots_.nodes.size(); ++slot) ids[slot] = slots_.nodes[slot]->id;
+  const auto rank = [&](std::int32_t first, std::int32_t count) {
+    const Arena::Frame frame(scratch);
+    const std::span<Text> ids = scratch.raw_array<Text>(count);
+    for (std::int32_t i = 0; i < count; ++i) ids[i] = slots_.nodes[first + i]->id;
+    rank_texts(ids, id_rank_.subspan(first, count), scratch);
+  };
   // Successors of one node may lie in different layers if segments skip some.
-  if (!regular_) rank_texts(ids, id_rank_, scratch);
+  if (!regular_) rank(0, slot_count());
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
     const std::int32_t first = first_slot(layer);
-    const std::span<std::int32_t> ranks = id_rank_.subspan(first, layer_size(layer));
     const std::span<std::int32_t> sorted = by_id_.subspan(first, layer_size(layer));
     if (regular_) {
-      rank_texts(ids.subspan(first, layer_size(layer)), ranks, scratch);
-      for (std::size_t i = 0; i < ranks.size(); ++i) {
-        sorted[ranks[i]] = first + static_cast<std::int32_t>(i);
-      }
+      rank(first, layer_size(layer));
+      for (const std::int32_t slot : graph_.layers.slots(layer)) sorted[id_rank_[slot]] = slot;
     } else {
       std::iota(sorted.begin(), sorted.end(), first);
       std::sort(sorted.begin(), sorted.end(),

@@ -64,6 +64,7 @@ class LayerOrders {
   // LayerSlots::NO_LAYER for a node that stands in none.
   [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return slots_.layer_of[slot]; }
   [[nodiscard]] LGraph& graph() const { return graph_; }
+  [[nodiscard]] const LayerSlots& slots() const { return slots_; }
 
   // The slots of a layer in their current order.
   [[nodiscard]] std::span<const std::int32_t> order(std::int32_t layer) const {
@@ -95,7 +96,7 @@ class LayerOrders {
   [[nodiscard]] bool has_fresh_keys(std::int32_t layer, Reference side) const {
     const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
     return neighbour < 0 || neighbour >= layer_count() ||
-           neighbours_[static_cast<int>(side)].seen[layer] == stamp_[neighbour];
+           seen_[static_cast<int>(side)][layer] == stamp_[neighbour];
   }
   // Brings the keys of a layer up to date with the order of its neighbouring layer.
   void refresh_keys(std::int32_t layer, Reference side);
@@ -130,10 +131,6 @@ class LayerOrders {
   // The highest index of a port at which a segment between neighbouring layers ends.
   [[nodiscard]] std::int32_t highest_target_port() const { return highest_target_port_; }
 
-  // The targets of all segments that start at a slot, those that skip layers included.
-  [[nodiscard]] std::span<const std::int32_t> successors(std::int32_t slot) const {
-    return successors_[slot];
-  }
   // Ranks of the node ids by code point, comparable within a layer and among successors of a node.
   [[nodiscard]] std::span<const std::int32_t> id_ranks() const {
     assert(static_cast<std::int32_t>(id_rank_.size()) == slot_count());
@@ -151,17 +148,14 @@ class LayerOrders {
   void commit();
 
  private:
-  // Where the keys of one side come from.
-  struct Neighbours {
-    std::span<const std::int32_t> slots;  // laid out like the keys
-    std::span<std::int32_t> ports;        // port index + 1 at the neighbour
-    std::span<std::int64_t> seen;         // per layer: the neighbour's stamp that keys reflect
+  // The upper end of a segment, seen from its lower one.
+  struct UpperEnd {
+    std::int32_t slot;
+    std::int32_t port;
   };
-  void collect(const EdgeEnds& ends);
-  void collect_side(Reference side, std::span<const std::int32_t> starts,
-                    std::span<const std::int32_t> neighbours);
-  void number_target_ports(const Grouped& above, const Grouped& below, std::span<Segment> segments);
-  void collect_successors(const EdgeEnds& ends);
+  void collect();
+  void number_target_ports(const Grouped& above, const Grouped& below,
+                           std::span<std::int32_t> starts);
 
   LGraph& graph_;
   LayerSlots slots_;
@@ -172,9 +166,9 @@ class LayerOrders {
   GroupsOf<Segment> segments_;         // by upper slot
   GroupsOf<TargetPort> target_ports_;  // by layer
   std::int32_t highest_target_port_ = 0;
-  Grouped successors_;
-  GroupsOf<EndKey> keys_[2];  // by side, then slot
-  Neighbours neighbours_[2];
+  GroupsOf<UpperEnd> upper_ends_;    // by lower slot
+  GroupsOf<EndKey> keys_[2];         // by side, then slot
+  std::span<std::int64_t> seen_[2];  // by side, then layer: the neighbour's stamp that keys reflect
   std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;
   bool regular_ = true;  // whether every segment joins a layer to the next

@@ -1,7 +1,7 @@
 #include "core/crossings/reduce_crossings.hpp"
 
 #include <algorithm>
-#include <array>
+#include <utility>
 #include <vector>
 
 #include "core/analysis.hpp"
@@ -27,7 +27,8 @@ class Sweeper {
         kept_(orders.graph().scratch.raw_array<std::int32_t>(std::size_t{kKinds} *
                                                              orders.slot_count())),
         self_reliant_(orders.graph().scratch.array<bool>(std::size_t{2} * layers_, false)),
-        ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())) {
+        ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())),
+        starts_(orders.graph().scratch.array<std::int64_t>(std::size_t{2} * layers_, -1)) {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
       for (const Reference side : {Reference::UPPER, Reference::LOWER}) {
         bool all_have_neighbours = true;
@@ -44,7 +45,7 @@ class Sweeper {
     // Stated as one pass after which the seed is put back.
     if (best_crossings_ == 0) return;
     for (std::int64_t iteration = 0; iteration < sweeps; ++iteration) {
-      if (seen_before(iteration)) break;
+      if (stands_still(iteration) || (iteration % 2 == 0 && repeats(iteration / 2))) break;
       const Measure measure = iteration % 2 == 0 ? Measure::MEDIAN : Measure::BARYCENTRE;
       for (std::int32_t layer = 1; layer < layers_; ++layer) {
         visit(layer, {Reference::UPPER, measure});
@@ -175,21 +176,25 @@ class Sweeper {
     return best_crossings_ == 0;
   }
 
-  // Whether the sweeps have come back to orders that they started from before with the same
-  // measure: then all that follows is a repetition and brings no better order. Compares with the
-  // start two iterations ago, and with a start kept at every power of two, which finds a cycle of
-  // any length (Brent, An Improved Monte Carlo Factorization Algorithm, 1980, section 2).
-  bool seen_before(std::int64_t iteration) {
+  // Whether the sweeps have come back to the orders that they started from two iterations ago, with
+  // the same measure: then all that follows is a repetition and brings no better order. Stamps tell
+  // that, since a visit that makes the order of the last visit of its kind again keeps its stamp.
+  bool stands_still(std::int64_t iteration) {
+    bool same = true;
+    for (std::int32_t layer = 0; layer < layers_; ++layer) {
+      const std::int64_t now = orders_.stamp(layer);
+      same = std::exchange(starts_[layer * 2 + iteration % 2], now) == now && same;
+    }
+    return same;
+  }
+
+  // The same for a round of two iterations and any earlier round. Compares with the start of a
+  // round kept at every power of two, which finds a cycle of any length (Brent, An Improved Monte
+  // Carlo Factorization Algorithm, 1980, section 2).
+  bool repeats(std::int64_t round) {
     const std::span<const std::int32_t> now = orders_.all();
-    const auto same = [now](const std::vector<std::int32_t>& other) {
-      return std::equal(now.begin(), now.end(), other.begin(), other.end());
-    };
-    std::vector<std::int32_t>& previous = starts_[iteration % 2];
-    if (same(previous)) return true;
-    previous.assign(now.begin(), now.end());
-    if (iteration % 2 != 0 || iteration == 0) return false;
-    if (same(milestone_)) return true;
-    if (iteration >= next_milestone_) {
+    if (std::equal(now.begin(), now.end(), milestone_.begin(), milestone_.end())) return true;
+    if (round == next_milestone_) {
       milestone_.assign(now.begin(), now.end());
       next_milestone_ *= 2;
     }
@@ -205,9 +210,9 @@ class Sweeper {
   std::span<std::int32_t> ordered_;
   std::vector<std::int32_t> best_;
   std::int64_t best_crossings_ = 0;
-  std::array<std::vector<std::int32_t>, 2> starts_;  // of the last two iterations
-  std::vector<std::int32_t> milestone_;
-  std::int64_t next_milestone_ = 4;
+  std::vector<std::int32_t> milestone_;  // the orders at the start of a round
+  std::int64_t next_milestone_ = 2;      // the round to keep next
+  std::span<std::int64_t> starts_;  // per layer: its stamps at the start of the last two iterations
 };
 
 // Sweeps, then sifts. The sweeps before are the same for every thoroughness, so that a larger one

@@ -13,10 +13,12 @@ void _seed_dfs(LayerOrders& orders) {
   const std::span<bool> visited = scratch.array<bool>(orders.slot_count(), false);
   const std::span<std::int32_t> ordered = scratch.raw_array<std::int32_t>(orders.slot_count());
   // Nodes are visited in ascending number, so appending each to its layer sorts the layers.
-  const std::span<std::int32_t> ends = scratch.raw_array<std::int32_t>(orders.layer_count());
+  const std::span<std::int32_t> layer_ends = scratch.raw_array<std::int32_t>(orders.layer_count());
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
-    ends[layer] = orders.first_slot(layer);
+    layer_ends[layer] = orders.first_slot(layer);
   }
+  const EdgeEnds ends = orders.slots().ends_of_edges(orders.graph());
+  const Grouped leaving = group_by(ends.sources, orders.slot_count(), scratch);
   std::vector<std::int32_t> stack;
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
     for (const std::int32_t root : orders.by_id(layer)) {
@@ -29,9 +31,10 @@ void _seed_dfs(LayerOrders& orders) {
         visited[slot] = true;
         // The walk leads on through nodes that stand in no layer.
         const std::int32_t own_layer = orders.layer_of(slot);
-        if (own_layer != LayerSlots::NO_LAYER) ordered[ends[own_layer]++] = slot;
+        if (own_layer != LayerSlots::NO_LAYER) ordered[layer_ends[own_layer]++] = slot;
         const std::size_t bottom = stack.size();
-        for (const std::int32_t successor : orders.successors(slot)) {
+        for (const std::int32_t edge : leaving[slot]) {
+          const std::int32_t successor = ends.targets[edge];
           if (!visited[successor]) stack.push_back(successor);
         }
         // The smallest id lies on top. Equal entries are one node: the copies are passed over.

@@ -16,19 +16,21 @@ LayerSlots::LayerSlots(LGraph& graph)
     ++known;
   }
   const std::size_t size = layered.size() + graph.nodes.size() - known;
-  nodes = graph.scratch.raw_array<LNode*>(size);
+  nodes = layered;
   layer_of = graph.scratch.array<std::int32_t>(size, NO_LAYER);
-  std::copy(layered.begin(), layered.end(), nodes.begin());
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     for (const std::int32_t slot : graph.layers.slots(layer)) layer_of[slot] = layer;
   }
   if (known == graph.nodes.size()) return;
+  const std::span<LNode*> all = graph.scratch.raw_array<LNode*>(size);
+  std::copy(layered.begin(), layered.end(), all.begin());
   std::int32_t next = static_cast<std::int32_t>(layered.size());
   for (LNode* node : graph.nodes) {
     if (slot_of[node->position] >= 0) continue;
-    nodes[next] = node;
+    all[next] = node;
     slot_of[node->position] = next++;
   }
+  nodes = all;
 }
 
 EdgeEnds LayerSlots::ends_of_edges(LGraph& graph) const {

@@ -25,8 +25,8 @@ struct LayerSlots {
   // The layer of a node that stands in none; no layer comes before or after it.
   static constexpr std::int32_t NO_LAYER = -2;
 
-  // REQUIRES: no node stands in `graph.layers` twice. The arrays live in the open frame of
-  // `graph.scratch`. Linear in nodes.
+  // REQUIRES: no node stands in `graph.layers` twice; the layers stay as they are while this is in
+  // use. The arrays live in the open frame of `graph.scratch`. Linear in nodes.
   explicit LayerSlots(LGraph& graph);
 
   [[nodiscard]] std::int32_t count() const { return static_cast<std::int32_t>(nodes.size()); }
@@ -37,7 +37,7 @@ struct LayerSlots {
   // The ends of all edges as slots. Throws LookupFault for an end outside the graph.
   [[nodiscard]] EdgeEnds ends_of_edges(LGraph& graph) const;
 
-  std::span<LNode*> nodes;           // by slot
+  std::span<LNode* const> nodes;     // by slot; those of LGraph::layers if that has all nodes
   std::span<std::int32_t> layer_of;  // by slot
   std::span<std::int32_t> slot_of;   // by LNode::position
 };

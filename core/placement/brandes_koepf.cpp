@@ -19,7 +19,7 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       // A node that no layer holds is linked to nothing and kept from nothing.
       opens_layer(graph.scratch.array<bool>(slots.count(), true)),
       inner_source(graph.scratch.array<std::int32_t>(slots.count(), -1)) {
-  const EdgeEnds ends = slots.ends_of_edges(graph);
+  require_known_ends(graph);
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     for (const std::int32_t slot : graph.layers.slots(layer)) {
       const LNode& node = *slots.nodes[slot];
@@ -31,13 +31,22 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
                          _spacing_between(previous, node, graph.options);
     }
   }
-  collect_links(ends);
+  collect_links();
 }
 
-void AlignmentGraph::collect_links(const EdgeEnds& ends) {
+// What stays is taken first, so that what only this function needs is given back.
+void AlignmentGraph::collect_links() {
   Arena& scratch = graph.scratch;
-  const std::span<std::int32_t> uppers = scratch.raw_array<std::int32_t>(ends.sources.size());
-  for (std::size_t i = 0; i < uppers.size(); ++i) {
+  const std::size_t most = graph.edges.size();
+  const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(slots.count() + 1);
+  const std::span<Link> above_links = scratch.raw_array<Link>(most);
+  const std::span<std::int32_t> upper_starts = scratch.raw_array<std::int32_t>(slots.count() + 1);
+  const std::span<Link> below_links = scratch.raw_array<Link>(most);
+
+  const Arena::Frame frame(scratch);
+  const EdgeEnds ends = slots.ends_of_edges(graph);
+  const std::span<std::int32_t> uppers = scratch.raw_array<std::int32_t>(most);
+  for (std::size_t i = 0; i < most; ++i) {
     const std::int32_t source = ends.sources[i];
     const std::int32_t target = ends.targets[i];
     const bool is_inner = slots.nodes[source]->is_dummy() && slots.nodes[target]->is_dummy();
@@ -52,8 +61,6 @@ void AlignmentGraph::collect_links(const EdgeEnds& ends) {
   const Grouped entering = group_by(lowers, slots.count(), scratch);
 
   // Parallel segments are neighbours in the list now: all but the first go.
-  const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(slots.count() + 1);
-  const std::span<Link> above_links = scratch.raw_array<Link>(entering.items.size());
   const std::span<std::int32_t> lower_of = scratch.raw_array<std::int32_t>(entering.items.size());
   for (std::int32_t slot = 0; slot < slots.count(); ++slot) {
     starts[slot] = segment_count;
@@ -67,14 +74,13 @@ void AlignmentGraph::collect_links(const EdgeEnds& ends) {
   starts.back() = segment_count;
   above_ = {starts, above_links.first(segment_count)};
 
-  const std::span<std::int32_t> upper_of = scratch.raw_array<std::int32_t>(segment_count);
+  const std::span<std::int32_t> upper_of = uppers.first(segment_count);
   for (std::int32_t i = 0; i < segment_count; ++i) upper_of[i] = above_links[i].slot;
-  const Grouped by_upper = group_by(upper_of, slots.count(), scratch);
-  const std::span<Link> below_links = scratch.raw_array<Link>(segment_count);
+  const Grouped by_upper = group_by(upper_of, upper_starts, lowers);
   for (std::int32_t i = 0; i < segment_count; ++i) {
     below_links[i] = {lower_of[by_upper.items[i]], by_upper.items[i]};
   }
-  below_ = {by_upper.starts, below_links};
+  below_ = {upper_starts, below_links.first(segment_count)};
 }
 
 std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers) {

@@ -42,7 +42,7 @@ class AlignmentGraph {
   std::span<std::int32_t> inner_source;  // slot of the dummy at the other end of the first inner
                                          // segment into this dummy; -1 for none
  private:
-  void collect_links(const EdgeEnds& ends);
+  void collect_links();
 
   GroupsOf<const Link> above_;  // each list ascending by slot
   GroupsOf<const Link> below_;
