@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/exchange/payload.hpp"
 #include "core/graph/lgraph.hpp"
 #include "host/fields.hpp"
 #include "host/graph_use.hpp"
@@ -104,8 +105,11 @@ class GraphImage {
   std::vector<std::int32_t> unsplit_;  // the caller's edges whose chains were read as one edge
 };
 
-// A new Python LGraph for a graph fresh from import. `options` becomes its `options` field.
-Ref new_graph_record(const State& state, const vorn_layered::LGraph& graph, PyObject* options);
+// A new Python LGraph for a graph fresh from import of all of a payload. `options` becomes its
+// `options` field.
+Ref new_graph_record(const State& state, const vorn_layered::LGraph& graph,
+                     const vorn_layered::Payload& payload, const vorn_layered::Component& whole,
+                     PyObject* options);
 
 }  // namespace quillan::host
 

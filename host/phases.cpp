@@ -71,7 +71,7 @@ PyObject* build_graph(PyObject* module, PyObject* args, PyObject* kwargs) {
     const vorn_layered::Components whole = vorn_layered::undivided(reader.payload(), arena);
     reader.read(whole[0], graph.options.direction);
     vorn_layered::build_graph(reader.payload(), whole[0], graph);
-    return new_graph_record(state, graph, resolved.get()).release();
+    return new_graph_record(state, graph, reader.payload(), whole[0], resolved.get()).release();
   });
 }
 

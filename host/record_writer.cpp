@@ -2,17 +2,24 @@
 #include <unordered_map>
 #include <utility>
 
+#include "core/exchange/build_graph.hpp"
 #include "host/graph_image.hpp"
 #include "host/objects.hpp"
 
 namespace quillan::host {
 
 using vorn_layered::CallerEdge;
+using vorn_layered::Component;
 using vorn_layered::LEdge;
 using vorn_layered::LGraph;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
+using vorn_layered::NodeRow;
+using vorn_layered::Payload;
 using vorn_layered::Point;
+using vorn_layered::PortSide;
+using vorn_layered::Text;
+using vorn_layered::TextForm;
 
 namespace {
 
@@ -61,10 +68,16 @@ class RecordWriter {
         optional_real(node->has_origin_x, node->origin_x).get(),
         optional_real(node->has_origin_y, node->origin_y).get(), node->layer, node->order, node->x,
         node->y));
-    PyObject* const record = found->second.get();
-    set(state_, record, Field::kInPorts, new_ports(record, node->in_ports, "WEST"));
-    set(state_, record, Field::kOutPorts, new_ports(record, node->out_ports, "EAST"));
-    return record;
+    return found->second.get();
+  }
+
+  // Lists the ports that import made at a node. `row` is the caller's.
+  void add_ports(LNode* node, const Payload& payload, const NodeRow& row) {
+    const std::size_t position = static_cast<std::size_t>(node->position);
+    if (position >= graph_.ports.size()) return;
+    for (const std::span<LPort> side : {graph_.ports[position].in, graph_.ports[position].out}) {
+      for (LPort& port : side) make_port(&port, port_id(payload, row, port));
+    }
   }
 
   PyObject* edge(LEdge* edge) {
@@ -79,11 +92,11 @@ class RecordWriter {
     return found->second.get();
   }
 
-  // A port's record; that of its node comes with it.
+  // One that is not known yet is that of a new dummy.
   PyObject* port(LPort* port) {
     if (const auto found = ports_.find(port); found != ports_.end()) return found->second.get();
-    node(port->node);
-    return ports_.at(port).get();
+    const bool in = port->side == PortSide::WEST;
+    return make_port(port, port->node->id.as(in ? TextForm::kDummyIn : TextForm::kDummyOut));
   }
 
   template <typename Items, typename Make>
@@ -118,15 +131,17 @@ class RecordWriter {
     return check(PyObject_GetAttrString(enumeration, name));
   }
 
-  Ref new_ports(PyObject* record, std::span<LPort> ports, const char* side) {
-    std::vector<Ref> records;
-    for (LPort& port : ports) {
-      records.push_back(check(
-          PyObject_CallFunction(state_.lport, "OOOid", text_object(port.id).get(), record,
-                                member(state_.port_side, side).get(), port.index, port.offset)));
-      ports_[&port] = records.back().copy();
-    }
-    return list_of(std::move(records));
+  // Makes a port and appends it to its node's list.
+  PyObject* make_port(LPort* port, const Text& id) {
+    const bool in = port->side == PortSide::WEST;
+    PyObject* const owner = node(port->node);
+    Ref record = check(PyObject_CallFunction(state_.lport, "OOOid", text_object(id).get(), owner,
+                                             member(state_.port_side, in ? "WEST" : "EAST").get(),
+                                             port->index, port->offset));
+    const Field field = in ? Field::kInPorts : Field::kOutPorts;
+    const Ref list = check(PyObject_GetAttr(owner, state_.field(field)));
+    if (PyList_Check(list.get())) check(PyList_Append(list.get(), record.get()));
+    return (ports_[port] = std::move(record)).get();
   }
 
   const State& state_;
@@ -239,9 +254,13 @@ void GraphImage::write_bend_points() {
   }
 }
 
-Ref new_graph_record(const State& state, const LGraph& graph, PyObject* options) {
+Ref new_graph_record(const State& state, const LGraph& graph, const Payload& payload,
+                     const Component& whole, PyObject* options) {
   RecordWriter writer(state, graph);
   const Ref nodes = writer.node_list();
+  for (LNode* const node : graph.nodes) {
+    writer.add_ports(node, payload, payload.nodes[whole.nodes[node->position]]);
+  }
   const Ref edges = writer.edge_list();
   const Ref chains = check(PyDict_New());
   const Ref reversed = check(PyDict_New());

@@ -55,28 +55,39 @@ void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide 
   check_port_count(spec.count, graph.port_count);
   graph.port_count += spec.count;
   const double step = node.height / static_cast<double>(spec.count + 1);
-  const TextForm form = side == PortSide::WEST ? TextForm::kInPort : TextForm::kOutPort;
   for (LPort& port : graph.add_ports(node, side, spec.count)) {
-    port.id = {node.id.source(), form, static_cast<std::uint32_t>(port.index)};
     port.offset = step * static_cast<double>(port.index + 1);
     if (!spec.listed) continue;
     const PortRow& row = ports[spec.first + static_cast<std::size_t>(port.index)];
-    if (row.id != nullptr) port.id = Text(row.id);
     port.offset = row.offset.value_or(node.height * 0.5);
   }
 }
 
 LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side) {
   const bool out = side == PortSide::EAST;
-  const std::span<LPort> pool = out ? node.out_ports : node.in_ports;
+  const std::size_t position = static_cast<std::size_t>(node.position);
+  const NodePorts none;
+  const NodePorts& made = position < graph.ports.size() ? graph.ports[position] : none;
+  const std::span<LPort> pool = out ? made.out : made.in;
   if (!pool.empty()) {
     const bool inside = index >= 0 && static_cast<std::size_t>(index) < pool.size();
     return &pool[inside ? static_cast<std::size_t>(index) : 0];
   }
   LPort& port = graph.add_ports(node, side, 1)[0];
-  port.id = {node.id.source(), out ? TextForm::kOutAuto : TextForm::kInAuto};
   port.offset = node.height / 2.0;
   return &port;
+}
+
+Text port_id(const Payload& payload, const NodeRow& node, const LPort& port) {
+  const bool in = port.side == PortSide::WEST;
+  const PortSpec& spec = in ? node.input_ports : node.output_ports;
+  if (spec.count <= 0) return {node.id, in ? TextForm::kInAuto : TextForm::kOutAuto};
+  if (spec.listed) {
+    const PortRow& row = payload.ports[spec.first + static_cast<std::size_t>(port.index)];
+    if (row.id != nullptr) return Text(row.id);
+  }
+  return {node.id, in ? TextForm::kInPort : TextForm::kOutPort,
+          static_cast<std::uint32_t>(port.index)};
 }
 
 void build_graph(const Payload& payload, const Component& component, LGraph& graph) {

@@ -27,6 +27,9 @@ void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide 
 // of that index, and a centred one made on demand where the side has no ports.
 LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side);
 
+// The id of a port that import has made at `node`: the caller's, or one derived from the node's.
+Text port_id(const Payload& payload, const NodeRow& node, const LPort& port);
+
 }  // namespace quillan::vorn_layered
 
 #endif  // QUILLAN_CORE_EXCHANGE_BUILD_GRAPH_HPP_

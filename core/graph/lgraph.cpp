@@ -35,17 +35,24 @@ LNode* LGraph::add_node(const Text& id, double width, double height) {
 }
 
 std::span<LPort> LGraph::add_ports(LNode& node, PortSide side, std::int32_t count) {
-  const std::span<LPort> ports = arena.raw_array<LPort>(count);
+  const std::span<LPort> made = arena.raw_array<LPort>(count);
   for (std::int32_t index = 0; index < count; ++index) {
-    ::new (&ports[index]) LPort{&node, Text(), 0.0, index, side};
+    ::new (&made[index]) LPort{&node, 0.0, index, side};
   }
-  (side == PortSide::WEST ? node.in_ports : node.out_ports) = ports;
-  return ports;
+  const std::size_t position = static_cast<std::size_t>(node.position);
+  if (ports.size() <= position) ports.resize(position + 1);
+  (side == PortSide::WEST ? ports[position].in : ports[position].out) = made;
+  return made;
 }
 
 LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target,
                             std::int32_t caller_edge) {
-  return arena.make<LEdge>(source, target, id, std::span<Point>(), caller_edge);
+  LEdge* segment = arena.make<LEdge>();
+  segment->id = id;
+  segment->source = source;
+  segment->target = target;
+  segment->caller_edge = caller_edge;
+  return segment;
 }
 
 LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge) {
@@ -102,6 +109,7 @@ void LGraph::rebuild_layers() {
 
 void LGraph::clear() {
   nodes.clear();
+  ports.clear();
   edges.clear();
   caller_edges.clear();
   layers.clear();

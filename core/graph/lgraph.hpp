@@ -27,12 +27,21 @@
 
 namespace quillan::vorn_layered {
 
+// Lets the members behind this one into its last bytes, which it does not use.
+#if defined(_MSC_VER)
+#define QUILLAN_SHARE_PADDING [[msvc::no_unique_address]]
+#else
+#define QUILLAN_SHARE_PADDING [[no_unique_address]]
+#endif
+
 struct LNode;
 
 // A connection point on one side of a node. No phase changes side, index or offset.
+//
+// Nobody but the host asks for the id of a port, so there is none here: see port_id() in
+// core/exchange/build_graph.hpp.
 struct LPort {
   LNode* node = nullptr;
-  Text id;
   double offset = 0.0;     // along the cross axis from the node's near corner
   std::int32_t index = 0;  // among the ports of its side, from 0
   PortSide side = PortSide::WEST;
@@ -41,25 +50,24 @@ struct LPort {
   [[nodiscard]] double y() const;  // cross-axis position in the graph
 };
 
-// A real node, or a dummy that holds the place of a long edge in one layer.
+// A real node, or a dummy that holds the place of a long edge in one layer. A graph may have far
+// more dummies than anything else, so what few nodes need stands elsewhere.
 struct LNode {
-  Text id;
+  QUILLAN_SHARE_PADDING Text id;
+  NodeKind kind = NodeKind::NORMAL;
+  bool has_origin_x = false;
+  bool has_origin_y = false;
   double width = 0.0;
   double height = 0.0;
   double origin_x = 0.0;  // the caller's flow-axis position; meaningless unless has_origin_x
   double origin_y = 0.0;  // the caller's cross-axis position; meaningless unless has_origin_y
   double x = 0.0;         // near corner
   double y = 0.0;
-  std::span<LPort> in_ports;   // WEST, by index
-  std::span<LPort> out_ports;  // EAST, by index
   std::int32_t layer = 0;
   std::int32_t order = 0;  // position inside its layer
   // Place in LGraph::nodes of the node with this id. A graph made by hand may have edges and layers
   // that lead to nodes outside: -1 for those.
   std::int32_t position = 0;
-  NodeKind kind = NodeKind::NORMAL;
-  bool has_origin_x = false;
-  bool has_origin_y = false;
 
   [[nodiscard]] bool is_dummy() const { return kind != NodeKind::NORMAL; }
   [[nodiscard]] double cross_center() const { return y + height / 2.0; }
@@ -82,16 +90,22 @@ inline double LPort::y() const { return node->y + offset; }
 
 // One segment of a connection, in layering direction.
 struct LEdge {
+  QUILLAN_SHARE_PADDING Text id;
+  bool reversed = false;  // set by phase 1 on a segment that it flips
   LPort* source = nullptr;
   LPort* target = nullptr;
-  Text id;
   std::span<Point> bend_points;  // between source and target, in that order; set by phase 5
   std::int32_t caller_edge = 0;  // place of the caller's edge in LGraph::caller_edges
   std::int32_t position = 0;     // place in LGraph::edges
-  bool reversed = false;         // set by phase 1 on a segment that it flips
 
   [[nodiscard]] LNode* source_node() const { return source->node; }
   [[nodiscard]] LNode* target_node() const { return target->node; }
+};
+
+// The ports that import made at a node: WEST and EAST, by index.
+struct NodePorts {
+  std::span<LPort> in;
+  std::span<LPort> out;
 };
 
 // A caller's edge: its entry in `chains` and in `reversed_originals`, which share their key.
@@ -172,7 +186,8 @@ class LGraph {
   LGraph(const LGraph&) = delete;
   LGraph& operator=(const LGraph&) = delete;
 
-  std::vector<LNode*> nodes;  // real nodes in payload order, then dummies in order of creation
+  std::vector<LNode*> nodes;     // real nodes in payload order, then dummies in order of creation
+  std::vector<NodePorts> ports;  // by LNode::position, as far as add_ports() came
   // All current segments. An end may be outside `nodes`; each phase says what it does then.
   std::vector<LEdge*> edges;
   std::vector<CallerEdge>

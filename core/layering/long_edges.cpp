@@ -33,8 +33,6 @@ LNode* make_dummy(LGraph& graph, const Text& chain_id, const LEdge& edge, std::i
   if (dummy->has_origin_y) {
     dummy->origin_y = source.origin_y + (target.origin_y - source.origin_y) * fraction;
   }
-  graph.add_ports(*dummy, PortSide::WEST, 1)[0].id = dummy->id.as(TextForm::kDummyIn);
-  graph.add_ports(*dummy, PortSide::EAST, 1)[0].id = dummy->id.as(TextForm::kDummyOut);
   return dummy;
 }
 
@@ -48,13 +46,13 @@ void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vecto
     LNode* dummy = nullptr;
     if (step < span) {
       dummy = make_dummy(graph, caller_edge.id, edge, start + step);
-      downstream = &dummy->in_ports[0];
+      downstream = graph.arena.make<LPort>(dummy, 0.0, 0, PortSide::WEST);
     }
     LEdge* segment = graph.make_segment(graph.next_id(caller_edge.id, TextForm::kSegment), upstream,
                                         downstream, edge.caller_edge);
     segments[step - 1] = segment;
     added.push_back(segment);
-    if (dummy != nullptr) upstream = &dummy->out_ports[0];
+    if (dummy != nullptr) upstream = graph.arena.make<LPort>(dummy, 0.0, 0, PortSide::EAST);
   }
   caller_edge.chain = segments;
 }

@@ -74,8 +74,9 @@ inline double tolerance_of(const LGraph& graph) {
   for (const LNode* node : graph.nodes) {
     lengths.insert(lengths.end(), {node->width, node->height});
     coordinates.insert(coordinates.end(), {node->x + node->width, node->y + node->height});
-    for (const LPort& port : node->in_ports) coordinates.push_back(port.y());
-    for (const LPort& port : node->out_ports) coordinates.push_back(port.y());
+  }
+  for (const LEdge* edge : graph.edges) {
+    coordinates.insert(coordinates.end(), {edge->source->y(), edge->target->y()});
   }
   double scale = 1.0;
   for (const double length : lengths) {

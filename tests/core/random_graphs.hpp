@@ -75,10 +75,10 @@ struct TestEdge {
 
 struct TestGraph : LGraph {
   TestGraph() = default;
-  // Nodes of these ids with `ports` ports a side, and edges "e0", "e1" and so on.
+  // Nodes of these ids with so many ports a side, and edges "e0", "e1" and so on.
   TestGraph(std::initializer_list<std::string_view> ids, std::initializer_list<TestEdge> links,
-            std::int32_t ports = 1) {
-    for (const std::string_view id : ids) put_node(id, 140.0, 40.0, ports, ports);
+            std::int32_t ports_a_side = 1) {
+    for (const std::string_view id : ids) put_node(id, 140.0, 40.0, ports_a_side, ports_a_side);
     for (const TestEdge& link : links) put_edge(link);
   }
 

@@ -28,10 +28,10 @@ TEST(BuildGraph, PortsComeFromCountsListsAndEdges) {
   build_whole(made, graph);
   std::vector<double> offsets;
   std::vector<std::string> ids;
-  for (const std::span<LPort> side : {graph.nodes[0]->in_ports, graph.nodes[0]->out_ports}) {
+  for (const std::span<LPort> side : {graph.ports[0].in, graph.ports[0].out}) {
     for (const LPort& port : side) {
       offsets.push_back(port.offset);
-      ids.push_back(port.id.str());
+      ids.push_back(port_id(made, made.nodes[0], port).str());
     }
   }
   EXPECT_EQ(offsets, (std::vector<double>{7.0, 25.0, 12.5, 25.0, 37.5}));
@@ -39,7 +39,7 @@ TEST(BuildGraph, PortsComeFromCountsListsAndEdges) {
   Numbers used;
   for (const LEdge* edge : graph.edges) used.push_back(edge->source->index);
   EXPECT_EQ(used, (Numbers{1, 0, 0}));
-  EXPECT_EQ(graph.edges[0]->target->id.str(), "b:in:auto");
+  EXPECT_EQ(port_id(made, made.nodes[1], *graph.edges[0]->target).str(), "b:in:auto");
   EXPECT_EQ(graph.edges[2]->target, graph.edges[0]->target);
 }
 

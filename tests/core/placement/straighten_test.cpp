@@ -40,8 +40,8 @@ TEST(PlaceByNetworkSimplex, LinesUpPortsAndBendsLongEdgesLast) {
   // b stands in the way of the long edge from a to d, which has the dummy c.
   TestGraph graph({"a", "b", "c", "d"}, {{0, 1, 0, 0}, {0, 2, 1, 0}, {2, 3, 0, 1}}, 2);
   graph.make_dummies({2});
-  for (LPort& port : graph.nodes[2]->in_ports) port.offset = 0.0;
-  for (LPort& port : graph.nodes[2]->out_ports) port.offset = 0.0;
+  for (LPort& port : graph.ports[2].in) port.offset = 0.0;
+  for (LPort& port : graph.ports[2].out) port.offset = 0.0;
   graph.set_layers({{0}, {1, 2}, {3}});
   graph.options.placement_strategy = "NETWORK_SIMPLEX";
   place_nodes(graph);
