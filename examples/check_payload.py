@@ -1,8 +1,8 @@
-"""Names what is legal in a payload but surely meant otherwise.
+"""Reports what is legal in a payload but probably a mistake.
 
-`layout` takes any mapping, passes over keys that it does not know, and leaves out edges that name no
-node, all without a word. That is right for a program that runs, and hard on whoever writes one. So
-while you do, ask here. Copy this file; it needs the standard library only, not even the engine.
+`layout` takes any mapping, ignores keys that it does not know, and leaves out edges that name no node,
+all without a word. That is right for a finished program, but hard on whoever is still writing it. Until
+then, use this. Copy the file; it needs only the standard library, not even the engine.
 
     for finding in findings(nodes, edges):
         print(finding)
@@ -11,9 +11,9 @@ Or for a JSON file of the form {"nodes": [...], "edges": [...]}:
 
     python3 check_payload.py payload.json
 
-The exit status is 1 if there is something to tell. What many items have in common is told once, and
-what `layout` would refuse is told as well. Linear in the payload, of which nothing is changed; give
-lists, for an iterator would be used up.
+The exit status is 1 if there are findings. What many items have in common is reported once, and what
+`layout` would refuse is reported as well. Linear in the payload, which is left unchanged. Pass lists,
+since an iterator would be used up.
 """
 
 from __future__ import annotations
@@ -30,7 +30,7 @@ NODE_KEYS = ("id", "width", "height", "x", "y", "input_ports", "output_ports")
 EDGE_KEYS = ("id", "source", "target", "source_port", "target_port")
 PORT_KEYS = ("id", "offset")
 
-# What others call the same, in small letters and without underscores.
+# Other common names for these keys, in lower case and without underscores.
 OTHER_NAMES = {
     "node": {"name": "id", "key": "id", "uid": "id", "uuid": "id", "nodeid": "id", "w": "width",
              "h": "height", "left": "x", "top": "y", "inputs": "input_ports", "inports": "input_ports",
@@ -48,13 +48,13 @@ OTHER_NAMES = {
 KNOWN_KEYS = {"node": NODE_KEYS, "edge": EDGE_KEYS, "port": PORT_KEYS}
 
 SIDES = (("source", "source_port", "output_ports"), ("target", "target_port", "input_ports"))
-CLOSE = 0.75  # from which likeness on a key is taken for another one, misspelt
+CLOSE = 0.75  # at least how similar a key must be to count as misspelt
 
 Finding = tuple[str, str]  # the item, and what is wrong with it
 
 
 def findings(nodes: Iterable[Any], edges: Iterable[Any]) -> list[str]:
-    """What to look at, one line each, in the order of the payload."""
+    """The findings, one line each, in the order of the payload."""
     nodes, edges = list(nodes), list(edges)
     first: dict[str, str] = {}
     count: dict[str, int] = {}
@@ -68,7 +68,7 @@ def findings(nodes: Iterable[Any], edges: Iterable[Any]) -> list[str]:
 def check(nodes: list[Any], edges: list[Any]) -> Iterator[Finding]:
     """All findings, item by item."""
     if exchanged(nodes, edges):
-        yield "the call", "the edges come first and the nodes second; layout wants the nodes first"
+        yield "the call", "the edges come first and the nodes second; layout takes the nodes first"
         return
     named: dict[str, Mapping[Any, Any]] = {}
     for place, node in enumerate(nodes):
@@ -94,21 +94,21 @@ def item_name(collection: str, place: int, item: Any) -> str:
 
 
 def not_a_mapping(item: Any, example: str) -> str:
-    """The finding about an item that layout refuses."""
-    return f"a {type(item).__name__} where a mapping belongs, such as {example}: a TypeError"
+    """The finding about an item that `layout` refuses."""
+    return f"a {type(item).__name__} instead of a mapping such as {example} is a TypeError"
 
 
 def check_node(where: str, node: Mapping[Any, Any],
                named: dict[str, Mapping[Any, Any]]) -> Iterator[Finding]:
-    """Findings about a node, which joins those that have a name."""
+    """Findings about a node, which is added to `named`."""
     yield from near_keys(where, "node", node)
     if "id" not in node:
-        yield where, "a node without 'id': a KeyError"
+        yield where, "a node without 'id' is a KeyError"
         return
     name = str(node["id"])
     if name in named:
-        yield where, (f"an earlier node has the id {name!r}, too; of nodes with equal ids only the "
-                      "last one counts")
+        yield where, (f"an earlier node also has the id {name!r}; of nodes with the same id only "
+                      "the last one counts")
     named[name] = node
     yield from odd_numbers(where, node)
     for key in ("input_ports", "output_ports"):
@@ -117,7 +117,7 @@ def check_node(where: str, node: Mapping[Any, Any],
 
 def check_edge(where: str, edge: Mapping[Any, Any], lookup: Lookup,
                seen: set[str]) -> Iterator[Finding]:
-    """Findings about an edge, whose id joins those that were seen."""
+    """Findings about an edge, whose id is added to `seen`."""
     yield from near_keys(where, "edge", edge)
     for end, port_key, ports_key in SIDES:
         if end not in edge:
@@ -134,13 +134,13 @@ def check_edge(where: str, edge: Mapping[Any, Any], lookup: Lookup,
     if edge.get("id"):
         name = str(edge["id"])
         if name in seen:
-            yield where, (f"an earlier edge has the id {name!r}, too; of edges with equal ids only "
-                          "the last one has a route")
+            yield where, (f"an earlier edge also has the id {name!r}; of edges with the same id "
+                          "only the last one has a route")
         seen.add(name)
 
 
 def exchanged(nodes: list[Any], edges: list[Any]) -> bool:
-    """Whether the two lists stand in each other's places."""
+    """Whether the two lists are the wrong way round."""
     return (bool(nodes) and all(isinstance(item, Mapping) and {"source", "target"} <= item.keys()
                                 for item in nodes)
             and bool(edges) and not any(isinstance(item, Mapping) and "source" in item
@@ -148,7 +148,7 @@ def exchanged(nodes: list[Any], edges: list[Any]) -> bool:
 
 
 def near_keys(where: str, kind: str, item: Mapping[Any, Any]) -> Iterator[Finding]:
-    """Keys that the engine does not know and that are close to one that the item lacks."""
+    """Keys that the engine does not know but that resemble one that the item lacks."""
     known = KNOWN_KEYS[kind]
     for key in item:
         if key in known or not isinstance(key, str):
@@ -159,7 +159,7 @@ def near_keys(where: str, kind: str, item: Mapping[Any, Any]) -> Iterator[Findin
 
 
 def meant_by(key: str, kind: str) -> str | None:
-    """The known key that an unknown one is taken for."""
+    """The known key that an unknown one probably stands for."""
     known = KNOWN_KEYS[kind]
     plain = re.sub(r"[^a-z0-9]", "", key.lower())
     by_plain = {name.replace("_", ""): name for name in known}
@@ -167,7 +167,7 @@ def meant_by(key: str, kind: str) -> str | None:
         return by_plain[plain]
     if plain in OTHER_NAMES[kind]:
         return OTHER_NAMES[kind][plain]
-    long = [name for name in by_plain if len(name) > 2]  # every short key is like another one
+    long = [name for name in by_plain if len(name) > 2]  # every short key resembles another
     close = difflib.get_close_matches(plain, long, 1, CLOSE)
     return by_plain[close[0]] if close else None
 
@@ -182,7 +182,7 @@ def odd_numbers(where: str, node: Mapping[Any, Any]) -> Iterator[Finding]:
         if number is None:
             yield where, f"'{key}' is {value!r}, which is not a number"
         elif not math.isfinite(number):
-            yield where, f"'{key}' is {value!r}, and so will be the positions of what comes after it"
+            yield where, f"'{key}' is {value!r}, which spreads to the positions of whatever comes after it"
         elif key in ("width", "height") and number < 0:
             yield where, f"'{key}' is negative"
         elif key in ("width", "height") and not value:
@@ -192,12 +192,12 @@ def odd_numbers(where: str, node: Mapping[Any, Any]) -> Iterator[Finding]:
 
 
 def odd_ports(where: str, key: str, ports: Any) -> Iterator[Finding]:
-    """A port spec that means something else than it seems to."""
+    """A value for ports that does not mean what it seems to."""
     if isinstance(ports, str):
         yield where, (f"'{key}' is the str {ports!r}, read character by character as offsets; "
-                      "give a number of ports, or a list")
+                      "pass a number of ports, or a list")
     elif isinstance(ports, Mapping):
-        yield where, f"'{key}' is a mapping, of which only the keys are read, as offsets; give a list"
+        yield where, f"'{key}' is a mapping, whose keys are read as offsets; pass a list"
     elif isinstance(ports, float):
         yield where, f"'{key}' is the float {ports!r}; a number of ports must be an int"
     for port in ports if isinstance(ports, (list, tuple)) else ():
@@ -206,12 +206,12 @@ def odd_ports(where: str, key: str, ports: Any) -> Iterator[Finding]:
             if "offset" in port and number_of(port["offset"]) is None:
                 yield where, f"the offset of a port in '{key}' is not a number"
         elif number_of(port) is None:
-            yield where, (f"'{key}' lists {port!r} where the offset of a port belongs; give "
+            yield where, (f"'{key}' lists {port!r} instead of the offset of a port; pass "
                           f"{len(ports)}, or mappings with 'id' and 'offset'")
 
 
 class Lookup:
-    """The nodes by id, and by what else somebody could mean by one."""
+    """The nodes by id, and by whatever else may be used to refer to them."""
 
     def __init__(self, nodes: dict[str, Mapping[Any, Any]]) -> None:
         self.nodes = nodes
@@ -220,22 +220,22 @@ class Lookup:
                          for key in ("label", "name", "title") if key in node}
 
     def hint(self, value: Any) -> str:
-        """What may be meant by a value that names no node."""
+        """What a value that names no node may be meant to be."""
         like = self.by_shape.get(shape(str(value)))
         if like is not None:
-            return f", but {str(value)!r} is like the id {like!r}; ids are compared as str"
+            return f", but {str(value)!r} resembles the id {like!r}; ids are compared as strings"
         label = self.by_label.get(str(value))
         if label is not None:
             return f", but it is the label of the node {label!r}; edges name nodes by id"
         if isinstance(value, int) and 0 <= value < len(self.nodes):
-            return ", and the place of a node in the list is not its id"
+            return ", and the position of a node in the list is not its id"
         if isinstance(value, Mapping):
-            return "; give the id of a node, not the node"
+            return "; pass the id of a node, not the node"
         return ""
 
 
 def shape(name: str) -> str:
-    """What ids have in common that are often mixed up: 1, 1.0, " 1"; A, a."""
+    """The same for ids that are easily mixed up: 1, 1.0 and " 1"; A and a."""
     number = number_of(name)
     if number is not None and math.isfinite(number):
         return repr(number)
@@ -244,7 +244,7 @@ def shape(name: str) -> str:
 
 def odd_port(where: str, key: str, value: Any, node: Mapping[Any, Any],
              ports_key: str) -> Iterator[Finding]:
-    """A port that is named by something else than its position, or that is not there."""
+    """A port that is not given by its position, or that does not exist."""
     if value is None:
         return
     ports = node.get(ports_key)
@@ -255,12 +255,12 @@ def odd_port(where: str, key: str, value: Any, node: Mapping[Any, Any],
         place = int(value)
     except (TypeError, ValueError, OverflowError):
         hint = f"; {value!r} is at position {names.index(value)}" if value in names else ""
-        yield where, (f"'{key}' is {value!r}, but ports are named by position, from 0{hint}; "
-                      "the first port is taken")
+        yield where, (f"'{key}' is {value!r}, but ports are given by position, from 0{hint}; "
+                      "the first port is used")
         return
     if count > 0 and not 0 <= place < count:
         yield where, (f"'{key}' is {value!r}, but '{ports_key}' of the node has the positions "
-                      f"0 to {count - 1}; the first port is taken")
+                      f"0 to {count - 1}; the first port is used")
     elif count <= 0 and place != 0 and not isinstance(ports, Iterable):
         yield where, (f"'{key}' is {value!r}, but the node declares no '{ports_key}'; all its edges "
                       "there share one port in the middle of the side")

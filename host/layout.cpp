@@ -20,7 +20,7 @@ Arguments<4> layout_arguments(PyObject* args, PyObject* kwargs) {
   try {
     return {args, kwargs, "OO|O$O:layout", {"nodes", "edges", "options", "component_gap"}};
   } catch (const PythonError&) {
-    if (PyTuple_GET_SIZE(args) > 3) note("component_gap is given by name: component_gap=...");
+    if (PyTuple_GET_SIZE(args) > 3) note("pass component_gap by keyword: component_gap=...");
     throw;
   }
 }
@@ -71,23 +71,23 @@ Parameters
 ----------
 nodes : iterable of mappings
     One mapping per node, with these keys; others are ignored. Numbers may be given as str.
-    "id" (required): any value; its str is the node's id in the result, so that 7 and "7" are
-        one id. Of nodes with equal ids the last one counts.
-    "width", "height": size of the box; 140.0 by 56.0 where missing, None, empty or 0.
-    "x", "y": current top-left corner, read by the "INTERACTIVE" strategies only; missing and
-        None mean that the node has not been placed.
+    "id" (required): any value; its str is the node's id in the result, so 7 and "7" are the
+        same id. Of several nodes with the same id only the last one counts.
+    "width", "height": size of the box; 140.0 by 56.0 if missing, None, empty or 0.
+    "x", "y": current top-left corner, read only by the "INTERACTIVE" and "KEEP" strategies;
+        if missing or None, the node has no position yet.
     "input_ports", "output_ports": the ports on the side where edges enter and on the side where
         they leave; either a count, spread evenly over the side, or an iterable whose items are
         offsets from the node's top (from its left for DOWN and UP) or mappings with "offset"
-        (the middle of the side where missing) and "id". A side without ports has one in its
-        middle as soon as an edge needs it.
+        (the middle of the side if missing) and "id". A side without ports gets one in its middle
+        if an edge needs it.
 edges : iterable of mappings
     "source", "target": node ids. An edge that names no known node, and an edge from a node to
         itself, is left out.
     "source_port", "target_port": position, from 0, among the output ports of the source and the
-        input ports of the target; the first port where missing, malformed or out of range.
-    "id": any value; its str is the edge's id in the result. Where missing, None, empty or 0:
-        "e" and the position in `edges`.
+        input ports of the target; the first port if missing, malformed or out of range.
+    "id": any value; its str is the edge's id in the result. If missing, None, empty or 0: "e"
+        and the position in `edges`.
 options : LayoutOptions, optional
     None means the defaults.
 component_gap : float
@@ -101,8 +101,9 @@ routes : dict of str to list of (float, float)
     Polyline of an edge from its source port to its target port. An edge that was reversed to
     break a cycle has none; draw it as you would without a layout.
 
-Both are in the caller's frame and units, y pointing down, part by part in the order of their
-first nodes, in payload order inside each part. The payload and the options are only read.
+Both are in the caller's frame and units, with y pointing down. They are ordered part by part, by the
+parts' first nodes, and within each part in payload order. The payload and the options are not
+changed.
 
 Raises
 ------
@@ -111,15 +112,15 @@ KeyError
 ValueError
     A str is not a number, or does not name a direction.
 TypeError
-    A node or an edge is not a mapping, or another value is of a type that cannot be used.
+    A node or an edge is not a mapping, or a value is of the wrong type.
 OverflowError
-    A port index is infinite where the node has ports; an int is too large for a float.
+    A port index is infinite and the node has ports, or an int is too large for a float.
 MemoryError
     More than 2**20 ports on a side or 2**24 in a connected part; a connected part of more than
     2**23 nodes, or whose long edges cross more than 2**23 layers in all.
 
-Exceptions of the caller's own objects pass through. Notes on an exception say which item and key
-were being read. There is no partial result.
+Exceptions raised by the caller's own objects are passed on. Notes on an exception say which item and
+key were being read. There is no partial result.
 
 Notes
 -----

@@ -114,17 +114,17 @@ Ref described(const State& state, const Place& place) {
 // What to pass in place of a list that has no mappings in it, or null.
 const char* advice_on_list(PyObject* given) {
   if (PyUnicode_Check(given) || PyBytes_Check(given)) {
-    return "for a str of JSON pass what json.loads makes of it";
+    return "for a str of JSON, pass the result of json.loads";
   }
   if (type_has(given, "to_dict") && type_has(given, "columns")) {
-    return "for a DataFrame pass frame.to_dict('records')";
+    return "for a DataFrame, pass frame.to_dict('records')";
   }
   if (type_has(given, "nodes") && type_has(given, "edges")) {
-    return "for a networkx graph pass [{'id': node} for node in graph.nodes] and "
+    return "for a networkx graph, pass [{'id': node} for node in graph.nodes] and "
            "[{'source': a, 'target': b} for a, b in graph.edges()]";
   }
   if (type_has(given, "keys") && type_has(given, "values")) {
-    return "a mapping gives its keys; pass a list of mappings, one for each item";
+    return "iterating over a mapping gives its keys; pass a list of mappings, one for each item";
   }
   return nullptr;
 }
@@ -133,16 +133,16 @@ const char* advice_on_list(PyObject* given) {
 const char* advice_on_item(const Place& place) {
   PyObject* const item = item_of(place);
   if (type_has(item, "__dataclass_fields__")) {
-    return "for a dataclass pass dataclasses.asdict(item)";
+    return "for a dataclass, pass dataclasses.asdict(item)";
   }
-  if (type_has(item, "_asdict")) return "for a named tuple pass item._asdict()";
+  if (type_has(item, "_asdict")) return "for a named tuple, pass item._asdict()";
   const bool is_edge = place.list[0] == 'e';
   if (is_edge && (PyTuple_Check(item) || PyList_Check(item))) {
-    return "for a pair pass {'source': pair[0], 'target': pair[1]}";
+    return "for a pair, pass {'source': pair[0], 'target': pair[1]}";
   }
   if (const char* const on_list = advice_on_list(place.given)) return on_list;
   const bool is_id = PyUnicode_Check(item) || PyLong_Check(item);
-  return is_id && !is_edge ? "for an id alone pass {'id': id}" : nullptr;
+  return is_id && !is_edge ? "for just an id, pass {'id': id}" : nullptr;
 }
 
 const char* advice_on_port(const Raised& raised, const Place& place) {
@@ -151,11 +151,12 @@ const char* advice_on_port(const Raised& raised, const Place& place) {
                                       : nullptr;
   }
   if (place.port_key == Key::OFFSET) {
-    return raised.is(PyExc_TypeError) ? "leave 'offset' out for the middle of the side" : nullptr;
+    return raised.is(PyExc_TypeError) ? "leave out 'offset' to get the middle of the side"
+                                      : nullptr;
   }
-  return place.port_is_str
-             ? "ports are listed by offset; for ports that have names only, pass their number"
-             : nullptr;
+  return place.port_is_str ? "a list of ports holds offsets; if your ports have only names, pass "
+                             "how many there are"
+                           : nullptr;
 }
 
 const char* advice(const State& state, const Raised& raised, const Place& place) {
@@ -167,7 +168,7 @@ const char* advice(const State& state, const Raised& raised, const Place& place)
   const bool is_edge = place.key == Key::ID && place.list[0] == 'n' &&
                        dict_has(state, item_of(place), Key::SOURCE) &&
                        dict_has(state, item_of(place), Key::TARGET);
-  return is_edge ? "this looks like an edge; the nodes come first, then the edges" : nullptr;
+  return is_edge ? "this looks like an edge; pass the nodes first, then the edges" : nullptr;
 }
 
 }  // namespace

@@ -96,8 +96,8 @@ void require_options(const State& state, PyObject* options) {
   if (options == Py_None || is_instance(options, state.layout_options)) return;
   PyErr_Format(PyExc_TypeError, "options must be a LayoutOptions or None, not %.200s",
                Py_TYPE(options)->tp_name);
-  if (PyDict_Check(options)) note("for a dict of options pass LayoutOptions(**options)");
-  if (PyUnicode_Check(options)) note("for a direction pass LayoutOptions(direction=...)");
+  if (PyDict_Check(options)) note("for a dict of options, pass LayoutOptions(**options)");
+  if (PyUnicode_Check(options)) note("for a direction, pass LayoutOptions(direction=...)");
   throw PythonError();
 }
 

@@ -154,9 +154,9 @@ Read a payload, as `layout` takes it, into a new `LGraph` in the normalised fram
 
 Sizes and positions are exchanged for DOWN and UP and are otherwise the caller's numbers.
 `graph.options` is `options.resolved()`. Edges with an unknown end and edges from a node to itself
-are skipped; a default edge id counts positions in `edges`. Parts that are not connected are not
-split: `weakly_connected_components` does that, and `layout` builds one graph for each part. Nodes
-with equal ids all become nodes, and edges go to the last.
+are skipped; a default edge id counts positions in `edges`. The graph is
+not split into connected parts: `weakly_connected_components` does that, and `layout` builds one graph
+for each part. Nodes with the same id all become nodes, and edges go to the last of them.
 
 Raises what `layout` raises. Linear in nodes, edges and ports.
 )doc"},
@@ -176,7 +176,7 @@ Raises TypeError or ValueError, naming the record and the field, for a value tha
      R"doc(node_positions(graph)
 --
 
-Top-left corners of the real nodes in the caller's frame: a dict from id to `(x, y)`, in the order of
+Top-left corners of the real nodes, in the caller's frame: a dict from id to `(x, y)`, in the order of
 `nodes`.
 
 Reads: of the graph `nodes`; of nodes `id`, `kind`, `x`, `y`, `width`, `height`; of the options
@@ -188,8 +188,8 @@ Parts are not packed; `layout` does that. Linear in the nodes. Raises what `grap
      R"doc(edge_routes(graph)
 --
 
-Polylines in the caller's frame: a dict from edge id to a list of `(x, y)`, in the order of
-`chains`.
+Polylines of the edges, in the caller's frame: a dict from edge id to a list of `(x, y)`, in the order
+of `chains`.
 
 Reads: of the graph `nodes`, `chains`, `reversed_originals`; of nodes `x`, `y`, `width`, `height`; of
 edges `source`, `target`, `bend_points`; of ports `node`, `side`, `offset`; of the options `direction`.
@@ -205,8 +205,8 @@ An edge that phase 1 reversed has none. Points run from source port to target po
 Split a payload into disjoint parts: a list of `(member_nodes, member_edges)`, lists of the
 caller's own mappings in payload order.
 
-Parts come in the order of their first node. An edge with an unknown end is in no part, an edge
-from a node to itself in its node's. Of nodes with equal ids the last one counts.
+Parts are in the order of their first nodes. An edge with an unknown end is in no part; an edge from a
+node to itself is in the part of that node. Of several nodes with the same id the last one counts.
 
 Raises KeyError for a node without "id" and TypeError for an item that is not a mapping. Near-linear,
 by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorithms", 1984).
@@ -219,7 +219,7 @@ by union-find (Tarjan and van Leeuwen, "Worst-case Analysis of Set Union Algorit
 Phase 1: flip edges in place until the graph has no cycle.
 
 `graph.options.cycle_breaking_strategy` chooses the order of the nodes against which no edge may
-run. On a flipped edge source and target are exchanged; its ports keep their side.
+run. A flipped edge has its source and target exchanged; its ports keep their sides.
 
 Reads: of the graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`, `origin_id`; of ports
 `node`; of the options `cycle_breaking_strategy`. With "INTERACTIVE" also: of nodes `width`,
@@ -243,9 +243,9 @@ PyMethodDef PHASE_FUNCTIONS[] = {
 Phase 2: give every node a layer from 0, split long edges by dummies, and fill `graph.layers`.
 
 Expects the acyclic graph that phase 1 leaves. `graph.options.layering_strategy` chooses.
-"NETWORK_SIMPLEX", which makes the total length of the edges small, is taken up to
-NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes it as small as it
-can be at any size. Afterwards every segment of an edge in `graph.chains` joins a layer to the next.
+"NETWORK_SIMPLEX", which makes the total length of the edges small, is used for up to
+NETWORK_SIMPLEX_NODE_LIMIT nodes, "LONGEST_PATH" beyond; "MINIMUM_LENGTH" makes it as small as possible
+at any size. Afterwards every segment of an edge in `graph.chains` joins a layer to the next.
 
 Reads: of the graph `nodes`, `edges`, `chains`, `_counter`; of nodes `id`, `order`, `origin_x`,
 `origin_y`; of edges `id`, `source`, `target`, `origin_id`; of ports `node`; of the options
@@ -255,10 +255,9 @@ Reads: of the graph `nodes`, `edges`, `chains`, `_counter`; of nodes `id`, `orde
 Writes: of the graph `layers`; of nodes `layer`, `order`; where an edge is split, also into the graph's
 `nodes`, `chains`; of the graph `edges`, `_counter`.
 
-Raises what `break_cycles` raises, and MemoryError where the split would take more than 2**23
-dummies. Linear in nodes, edges and dummies; n log n for "INTERACTIVE"; up to 300 pivots for
-"NETWORK_SIMPLEX", and for "MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and
-edge. (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993,
+Raises what `break_cycles` raises, and MemoryError if splitting would take more than 2**23 dummies.
+Linear in nodes, edges and dummies; n log n for "INTERACTIVE"; up to 300 pivots for "NETWORK_SIMPLEX",
+and for "MINIMUM_LENGTH" as many as it takes, within 1000 steps for each node and edge. (Gansner, Koutsofios, North and Vo, "A Technique for Drawing Directed Graphs", 1993,
 section 2.)
 )doc"},
     {"insert_dummy_nodes",
@@ -284,9 +283,9 @@ Raises what `assign_layers` raises. Linear in edges plus new dummies.
      R"doc(count_crossings(graph)
 --
 
-The number of crossings between segments of neighbouring layers, as `graph.layers` stands.
+The number of crossings between segments of neighbouring layers, for `graph.layers` as it is.
 
-The order of ports counts on both ends. A graph without layers has none.
+The order of ports counts at both ends. A graph without layers has no crossings.
 
 Reads: of the graph `nodes`, `edges`, `layers`; of nodes `id`; of edges `source`, `target`; of ports
 `node`, `index`.
@@ -302,9 +301,9 @@ s log s for s segments (Barth, Juenger and Mutzel, "Simple and Efficient Bilayer
 
 Phase 3: reorder the nodes inside `graph.layers` to cut crossings, and write their `order`.
 
-`graph.options.crossing_strategy` chooses the first order, and "NONE" keeps the one that is there;
-`thoroughness` bounds the sweeps over the layers. The result never has more crossings than the
-first order.
+`graph.options.crossing_strategy` chooses the initial order and how it is improved; "NONE" keeps the
+order that is there, and "KEEP" the one that the user sees. `thoroughness` limits the effort. Sweeps and
+sifting never leave more crossings than the initial order.
 
 Reads: of the graph `layers`; of the options `crossing_strategy`. With any but "NONE" also: of the
 graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`; of ports `node`, `index`; of the
@@ -314,8 +313,8 @@ options `spacing_node_node`, `spacing_edge_edge`, `spacing_edge_node`.
 
 Writes: of nodes `order`. With any but "NONE" also: of the graph `layers`.
 
-Raises what `count_crossings` raises, and TypeError if `thoroughness` is not an integer, where
-sweeps are made. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for
+Raises what `count_crossings` raises, and TypeError if sweeps are made and `thoroughness` is not an
+integer. s log s for s segments, times the sweeps. (Sugiyama, Tagawa and Toda, "Methods for
 Visual Understanding of Hierarchical System Structures", 1981; Gansner, Koutsofios, North and Vo,
 1993, section 3.)
 )doc"},
@@ -326,8 +325,8 @@ Visual Understanding of Hierarchical System Structures", 1981; Gansner, Koutsofi
 
 Phase 4: coordinates of all nodes, dummies included, in the normalised frame.
 
-A graph without layers is left alone. The boxes of a layer keep their spacing where spacings are not
-negative, and the least coordinates are the paddings. `graph.options.placement_strategy` chooses.
+A graph without layers is left alone. The boxes of a layer keep their spacings, unless these are
+negative, and the smallest coordinates are the paddings. `graph.options.placement_strategy` chooses.
 
 Reads: of the graph `nodes`, `edges`, `layers`; of nodes `id`, `width`, `height`, `kind`, `order`; of
 edges `source`, `target`; of ports `node`; of the options `placement_strategy`, `spacing_node_node`,
@@ -349,13 +348,12 @@ Coordinate Assignment", 2002; Gansner, Koutsofios, North and Vo, 1993, section 4
 
 Phase 5: `bend_points` of all segments, in the normalised frame.
 
-With "ORTHOGONAL", segments of one gap between layers that overlap across the flow get tracks of
-their own, and layers behind a gap that is too narrow for its tracks move along the flow, by their
-`x`. With "ORTHOGONAL_ORDERED", wires of one port share their run across the flow, such runs are
-ordered so that wires cross as rarely as the layers allow, no two wires of different ports lie on
-one another, and dummies give way across the flow, by their `y`, where that takes a bend out of a
-long edge; segments then have up to four bend points. With "POLYLINE", or a value that is not known,
-segments are straight and have no bend points.
+With "ORTHOGONAL", segments in a gap between layers that overlap across the flow get separate tracks,
+and layers behind a gap that is too narrow for its tracks move along the flow: their `x` changes. With
+"ORTHOGONAL_ORDERED", edges of one port share their run across the flow; these runs are ordered so that
+edges cross as rarely as the layers allow; no two edges of different ports overlap; and dummies move
+across the flow, by their `y`, where that removes a bend from a long edge. Segments then have up to
+four bend points. With "POLYLINE", or an unknown value, segments are straight and have no bend points.
 
 Reads: of the graph `edges`, `layers`; of the options `edge_routing`. With "ORTHOGONAL" and
 "ORTHOGONAL_ORDERED" also: of the graph `nodes`; of nodes `id`, `width`, `layer`, `x`, `y`; of edges
@@ -367,8 +365,8 @@ options `spacing_node_node`.
 Writes: of edges `bend_points`. With "ORTHOGONAL" and "ORTHOGONAL_ORDERED" also: of nodes `x`. With
 "ORTHOGONAL_ORDERED" also: of nodes `y`.
 
-Raises what `count_crossings` raises. s log s for s segments: greedy colouring of intervals, first
-track that is free.
+Raises what `count_crossings` raises. s log s for s segments: greedy colouring of intervals, each
+taking the first free track.
 )doc"},
     {"run_phases", with_keywords(run_phase<vorn_layered::run_phases, uses::RUN_PHASES>), kKeywords,
      R"doc(run_phases(graph)
@@ -376,9 +374,8 @@ track that is free.
 
 Phases 1 to 5 in place, on a connected graph fresh from `build_graph` or made by hand.
 
-The same as `break_cycles`, `assign_layers`, `reduce_crossings`, `place_nodes` and `route_edges`
-one after the other, and raises what they raise; a failure in a later phase leaves the graph as it
-was.
+The same as calling `break_cycles`, `assign_layers`, `reduce_crossings`, `place_nodes` and
+`route_edges` in turn. Raises what they raise; a failure in any phase leaves the graph as it was.
 )doc"},
     {nullptr, nullptr, 0, nullptr}};
 

@@ -4,12 +4,12 @@ A graph with a direction of flow is drawn in layers: cycles are broken, nodes ge
 inside each layer is chosen to avoid crossings, coordinates are assigned, and edges are routed
 orthogonally through the gaps between layers. Results are exact and repeatable to the last bit.
 
-Most callers need `layout`, `LayoutOptions` and `Direction` only. The other names let one run the
-phases one at a time on an `LGraph` and look inside.
+Most callers need only `layout`, `LayoutOptions` and `Direction`. The other names are for running the
+phases one at a time on an `LGraph` and for looking inside.
 
-Lengths and coordinates are in the caller's own units (pixels, as a rule). Two frames exist: the
-caller's frame, in which sizes and positions are given and results come back, and the normalised
-frame of `LGraph`, in which the flow runs along increasing x whatever the direction of the drawing.
+Lengths and coordinates are in the caller's own units, usually pixels. There are two frames: the caller's
+frame, in which sizes and positions are given and results are returned, and the normalised frame of
+`LGraph`, in which the flow runs along increasing x whatever the direction of the drawing.
 """
 
 import dataclasses as _dataclasses
@@ -17,7 +17,7 @@ import enum as _enum
 
 
 class Direction(_enum.StrEnum):
-    """Where the flow of a drawing runs. Every value is its own name as a str."""
+    """The direction of the flow of a drawing. Every value is its own name as a str."""
 
     RIGHT = "RIGHT"
     LEFT = "LEFT"
@@ -26,12 +26,12 @@ class Direction(_enum.StrEnum):
 
     @property
     def is_transposed(self) -> bool:
-        """True where the flow axis is y in the caller's frame: for DOWN and UP."""
+        """True if the flow runs along y in the caller's frame: for DOWN and UP."""
         return self in (Direction.DOWN, Direction.UP)
 
     @property
     def is_reversed(self) -> bool:
-        """True where the flow runs towards decreasing coordinates: for LEFT and UP."""
+        """True if the flow runs towards decreasing coordinates: for LEFT and UP."""
         return self in (Direction.LEFT, Direction.UP)
 
 
@@ -43,7 +43,7 @@ class PortSide(_enum.StrEnum):
 
 
 class NodeKind(_enum.StrEnum):
-    """NORMAL is a node of the caller's, LONG_EDGE a dummy that splits a long edge."""
+    """NORMAL is a node of the payload, LONG_EDGE a dummy that splits a long edge."""
 
     NORMAL = "NORMAL"
     LONG_EDGE = "LONG_EDGE"
@@ -53,7 +53,7 @@ AUTO = "AUTO"
 
 
 class _DirectionField:
-    """A field that is set to a `Direction` or to the name of one, and read as a `Direction`."""
+    """A field that can be set to a `Direction` or the name of one, and that reads as a `Direction`."""
 
     def __get__(self, options: object, owner: type | None = None) -> Direction:
         return vars(options).get("direction", Direction.RIGHT) if options is not None else Direction.RIGHT
@@ -67,34 +67,35 @@ class _DirectionField:
 
 @_dataclasses.dataclass
 class LayoutOptions:
-    """What a caller can ask of a layout. Any subset of the fields may be given by keyword.
+    """The options of a layout. Any of the fields may be given by keyword.
 
     Lengths are in the caller's units.
 
-    direction: where the flow runs: a `Direction` or its name.
-    interactive: keep the arrangement that the nodes' `x` and `y` show: it turns the three automatic
-        strategies into "INTERACTIVE".
+    direction: the direction of the flow, a `Direction` or its name.
+    interactive: whether to keep the arrangement given by the nodes' `x` and `y`: "AUTO" then means
+        "INTERACTIVE".
     cycle_breaking_strategy: "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
-    layering_strategy: "NETWORK_SIMPLEX" (up to NETWORK_SIMPLEX_NODE_LIMIT nodes), "MINIMUM_LENGTH"
-        (its aim, at any size), "LONGEST_PATH" or "INTERACTIVE".
+    layering_strategy: "NETWORK_SIMPLEX" (short edges, up to NETWORK_SIMPLEX_NODE_LIMIT nodes),
+        "MINIMUM_LENGTH" (the shortest edges, at any size), "LONGEST_PATH" or "INTERACTIVE".
     crossing_strategy: "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE",
         "KEEP" (the order that the user sees) or "NONE".
-    placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (straightest wires), "INTERACTIVE" (the places
-        that the user sees) or "BRANDES_KOEPF"; "LINEAR_SEGMENTS" is accepted for the latter.
+    placement_strategy: "SIMPLE", "NETWORK_SIMPLEX" (the straightest edges), "INTERACTIVE" (nodes stay
+        in place) or "BRANDES_KOEPF", also called "LINEAR_SEGMENTS".
     edge_routing: "ORTHOGONAL", "ORTHOGONAL_ORDERED" (fewer crossings and bends, and one trunk for the
-        wires of a port) or "POLYLINE".
-    spacing_node_node: gap across the flow between two nodes of a layer.
-    spacing_node_node_between_layers: gap along the flow between two layers.
-    spacing_edge_edge: gap across the flow between two long edges, and the least pitch of tracks.
-    spacing_edge_node: gap across the flow between a long edge and a node, and the margin between
-        nodes and the tracks beside them.
-    padding_left: least coordinate of the drawing along the flow; see the guide for LEFT and UP.
-    padding_top: least coordinate of the drawing across the flow; see the guide for DOWN and UP.
-    thoroughness: bound on the sweeps that reduce crossings, and what "SIFTING" may cost, where more
-        than 100 buys nothing; below 1 counts as 1.
+        edges of a port) or "POLYLINE".
+    spacing_node_node: smallest gap across the flow between two nodes of a layer.
+    spacing_node_node_between_layers: smallest gap along the flow between two layers.
+    spacing_edge_edge: smallest gap across the flow between two long edges, and the smallest distance
+        between tracks.
+    spacing_edge_node: smallest gap across the flow between a long edge and a node, and the margin
+        between nodes and the tracks beside them.
+    padding_left: smallest coordinate of a node along the flow; see the guide for LEFT and UP.
+    padding_top: smallest coordinate of a node across the flow; see the guide for DOWN and UP.
+    thoroughness: limit on the sweeps that reduce crossings, or on the cost of "SIFTING", for which
+        values above 100 make no difference; values below 1 count as 1.
 
-    Strategies are compared exactly; an unknown one means "GREEDY", "LONGEST_PATH", "LAYER_SWEEP",
-    "BRANDES_KOEPF" or "POLYLINE".
+    The names of strategies must match exactly; an unknown one means "GREEDY", "LONGEST_PATH",
+    "LAYER_SWEEP", "BRANDES_KOEPF" or "POLYLINE".
     """
 
     direction: Direction = _DirectionField()
@@ -113,10 +114,10 @@ class LayoutOptions:
     thoroughness: int = 7
 
     def resolved(self) -> "LayoutOptions":
-        """A new `LayoutOptions` in which every strategy that is "AUTO" is pinned to a value.
+        """A new `LayoutOptions` in which every strategy that was "AUTO" has a definite value.
 
-        "GREEDY", "NETWORK_SIMPLEX" and "LAYER_SWEEP", or "INTERACTIVE" three times where
-        `interactive` is on. Explicit values stay. Calling it again changes nothing.
+        These are "GREEDY", "NETWORK_SIMPLEX" and "LAYER_SWEEP", or "INTERACTIVE" for all three if
+        `interactive` is set. Explicit values are kept. Calling it again changes nothing.
         """
         return _resolved(self)
 
@@ -127,9 +128,9 @@ class LPort:
 
     id: the name of the port.
     node: the node that it belongs to.
-    side: WEST where edges enter, EAST where they leave.
+    side: WEST if edges enter here, EAST if they leave.
     index: its position among the ports of its side, from 0.
-    offset: distance from the node's near corner across the flow.
+    offset: its distance across the flow from the beginning of the node.
 
     No phase changes a port.
     """
@@ -142,12 +143,12 @@ class LPort:
 
     @property
     def x(self) -> float:
-        """Flow-axis position in the graph: the near side of the node for WEST, the far for EAST."""
+        """Position along the flow: the near side of the node for WEST, the far side for EAST."""
         return self.node.x if self.side == PortSide.WEST else self.node.x + self.node.width
 
     @property
     def y(self) -> float:
-        """Cross-axis position in the graph."""
+        """Position across the flow."""
         return self.node.y + self.offset
 
 
@@ -155,14 +156,14 @@ class LPort:
 class LNode:
     """A node of the layered graph in the normalised frame: a real node or a dummy.
 
-    id: the caller's id as a str, or a made one for a dummy.
+    id: the caller's id as a str, or a generated one for a dummy.
     width: size of the box along the flow.
     height: size of the box across the flow.
     kind: whether it is a real node or a dummy.
-    origin_x: where the caller had the node along the flow; None where nothing was said.
-    origin_y: where the caller had the node across the flow; None where nothing was said.
+    origin_x: where the caller had the node along the flow, or None.
+    origin_y: where the caller had the node across the flow, or None.
     layer: number of its layer, from 0.
-    order: its position inside the layer, from 0.
+    order: its position within the layer, from 0.
     x: where the box begins along the flow.
     y: where the box begins across the flow.
     in_ports: the ports where edges enter, by index.
@@ -184,7 +185,7 @@ class LNode:
 
     @property
     def is_dummy(self) -> bool:
-        """True for a node that holds the place of a long edge."""
+        """True for a node that keeps the place of a long edge."""
         return self.kind != NodeKind.NORMAL
 
     @property
@@ -193,7 +194,7 @@ class LNode:
         return [*self.in_ports, *self.out_ports]
 
     def cross_center(self) -> float:
-        """The middle of the box along the cross axis."""
+        """The middle of the box across the flow."""
         return self.y + self.height / 2.0
 
 
@@ -207,7 +208,7 @@ LPort.__dataclass_fields__["node"].type = LNode
 class LEdge:
     """One segment of a connection, in the direction of the layers.
 
-    id: the name of the segment; that of the caller's edge until the edge is split.
+    id: the id of the segment; the same as the caller's edge until that is split.
     source: the port where it begins.
     target: the port where it ends.
     origin_id: the id of the caller's edge that it belongs to.
@@ -235,13 +236,13 @@ class LEdge:
 
 @_dataclasses.dataclass(eq=False)
 class LGraph:
-    """The intermediate graph on which the phases work, in the normalised frame.
+    """The graph on which the phases work, in the normalised frame.
 
     nodes: the real nodes in payload order, then the dummies in order of creation.
     edges: all current segments.
-    options: the options, with every strategy that was "AUTO" pinned to a value.
-    chains: the id of a caller's edge, and its segments in the order of the flow.
-    reversed_originals: the id of a caller's edge, and whether phase 1 reversed it.
+    options: the options, without "AUTO"; see `LayoutOptions.resolved`.
+    chains: for the id of each of the caller's edges, its segments in the order of the flow.
+    reversed_originals: for the id of each of the caller's edges, whether phase 1 reversed it.
     layers: the nodes of each layer, in order.
     _counter: the last number that `next_id` has given out.
 

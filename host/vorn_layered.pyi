@@ -14,7 +14,7 @@ _AnyNode = TypeVar("_AnyNode", bound=Mapping[str, object])
 _AnyEdge = TypeVar("_AnyEdge", bound=Mapping[str, object])
 
 _DirectionName: TypeAlias = Literal["RIGHT", "LEFT", "DOWN", "UP"]
-# Any text is taken; these are the ones that mean something, for an editor to offer.
+# Any str is accepted; these are the ones that mean something, for editors to suggest.
 _CycleBreaking: TypeAlias = Literal["AUTO", "GREEDY", "DEPTH_FIRST", "INTERACTIVE"] | str
 _Layering: TypeAlias = (
     Literal["AUTO", "NETWORK_SIMPLEX", "MINIMUM_LENGTH", "LONGEST_PATH", "INTERACTIVE"] | str)
@@ -42,7 +42,7 @@ class NodeKind(StrEnum):
     LONG_EDGE = "LONG_EDGE"
 
 AUTO: Final = "AUTO"
-"""The value of a strategy that leaves the choice to `LayoutOptions.resolved`."""
+"""As a strategy: let `LayoutOptions.resolved` choose."""
 
 class _DirectionField:
     def __get__(self, options: object, owner: type | None = None) -> Direction: ...
@@ -143,9 +143,9 @@ class LGraph:
     def rebuild_layers(self) -> None: ...
 
 DEFAULT_NODE_WIDTH: Final = 140.0
-"""Width of a node whose mapping gives none."""
+"""The width of a node whose mapping does not give one."""
 DEFAULT_NODE_HEIGHT: Final = 56.0
-"""Height of a node whose mapping gives none."""
+"""The height of a node whose mapping does not give one."""
 
 def build_graph(nodes: _Nodes, edges: _Edges, options: LayoutOptions | None = None) -> LGraph: ...
 def graph_extent(graph: LGraph) -> tuple[float, float]: ...
@@ -157,8 +157,8 @@ def weakly_connected_components(
 def break_cycles(graph: LGraph) -> None: ...
 
 NETWORK_SIMPLEX_NODE_LIMIT: Final = 400
-"""The most nodes of a connected part for which "NETWORK_SIMPLEX" is taken; beyond it,
-"LONGEST_PATH" is."""
+"""The largest number of nodes in a connected part for which "NETWORK_SIMPLEX" layers are used; larger
+parts get "LONGEST_PATH"."""
 
 def assign_layers(graph: LGraph) -> None: ...
 def insert_dummy_nodes(graph: LGraph) -> None: ...

@@ -56,38 +56,38 @@ def edge(**keys):
 
 NOT_MAPPING = "nodes and edges must be mappings, not {}"
 FLOAT = "could not convert string to float: {!r}"
-JSON = "for a str of JSON pass what json.loads makes of it"
-KEYS = "a mapping gives its keys; pass a list of mappings, one for each item"
+JSON = "for a str of JSON, pass the result of json.loads"
+KEYS = "iterating over a mapping gives its keys; pass a list of mappings, one for each item"
 COUNT = "pass an int, the number of ports, or a list of offsets"
-NAMES = "ports are listed by offset; for ports that have names only, pass their number"
+NAMES = "a list of ports holds offsets; if your ports have only names, pass how many there are"
 MISTAKES = (
     # arguments, type, words, notes
     ((None, []), TypeError, "'NoneType' object is not iterable", ["while reading nodes"]),
     ((TWO, 3), TypeError, "'int' object is not iterable", ["while reading edges"]),
     ((Frame(), []), TypeError, NOT_MAPPING.format("str"),
-     ["while reading nodes[0]", "for a DataFrame pass frame.to_dict('records')"]),
+     ["while reading nodes[0]", "for a DataFrame, pass frame.to_dict('records')"]),
     ((TWO, Frame()), TypeError, NOT_MAPPING.format("str"),
-     ["while reading edges[0]", "for a DataFrame pass frame.to_dict('records')"]),
+     ["while reading edges[0]", "for a DataFrame, pass frame.to_dict('records')"]),
     ((Network(), []), TypeError, NOT_MAPPING.format("int"),
-     ["while reading nodes[0]", "for a networkx graph pass [{'id': node} for node in graph.nodes] "
+     ["while reading nodes[0]", "for a networkx graph, pass [{'id': node} for node in graph.nodes] "
       "and [{'source': a, 'target': b} for a, b in graph.edges()]"]),
     (('[{"id": 1}]', []), TypeError, NOT_MAPPING.format("str"), ["while reading nodes[0]", JSON]),
     (({"a": {}}, []), TypeError, NOT_MAPPING.format("str"), ["while reading nodes[0]", KEYS]),
     ((["a", "b"], []), TypeError, NOT_MAPPING.format("str"),
-     ["while reading nodes[0]", "for an id alone pass {'id': id}"]),
+     ["while reading nodes[0]", "for just an id, pass {'id': id}"]),
     (([Box("a")], []), TypeError, NOT_MAPPING.format("Box"),
-     ["while reading nodes[0]", "for a dataclass pass dataclasses.asdict(item)"]),
+     ["while reading nodes[0]", "for a dataclass, pass dataclasses.asdict(item)"]),
     ((TWO, [WIRE, ("a", "b")]), TypeError, NOT_MAPPING.format("tuple"),
-     ["while reading edges[1]", "for a pair pass {'source': pair[0], 'target': pair[1]}"]),
+     ["while reading edges[1]", "for a pair, pass {'source': pair[0], 'target': pair[1]}"]),
     ((TWO, {("a", "b"): 1}), TypeError, NOT_MAPPING.format("tuple"),
-     ["while reading edges[0]", "for a pair pass {'source': pair[0], 'target': pair[1]}"]),
+     ["while reading edges[0]", "for a pair, pass {'source': pair[0], 'target': pair[1]}"]),
     ((TWO, [Pair("a", "b")]), TypeError, NOT_MAPPING.format("Pair"),
-     ["while reading edges[0]", "for a named tuple pass item._asdict()"]),
+     ["while reading edges[0]", "for a named tuple, pass item._asdict()"]),
     ((TWO, [3]), TypeError, NOT_MAPPING.format("int"), ["while reading edges[0]"]),
     (([*TWO * 250, {"name": "c"}], []), KeyError, "'id'", ["while reading nodes[500], key 'id'"]),
     (([{"source": "a", "target": "b"}], TWO), KeyError, "'id'",
      ["while reading nodes[0], key 'id'",
-      "this looks like an edge; the nodes come first, then the edges"]),
+      "this looks like an edge; pass the nodes first, then the edges"]),
     (node(width="200px"), ValueError, FLOAT.format("200px"),
      ["while reading nodes[1] (id 'x'), key 'width'"]),
     (node(height=[40]), TypeError, "float() argument must be a string or a real number, not 'list'",
@@ -105,21 +105,21 @@ MISTAKES = (
     (node(input_ports=[1, {"offset": None}]), TypeError,
      "float() argument must be a string or a real number, not 'NoneType'",
      ["while reading nodes[1] (id 'x'), key 'input_ports', item 1, key 'offset'",
-      "leave 'offset' out for the middle of the side"]),
+      "leave out 'offset' to get the middle of the side"]),
     (node(input_ports=10**9), MemoryError,
      "too many ports: at most 1048576 on a side of a node and 16777216 in a graph",
      ["while reading nodes[1] (id 'x'), key 'input_ports'"]),
     (edge(source_port=float("inf")), OverflowError, "cannot convert float infinity to integer",
      ["while reading edges[0] (id 'w'), key 'source_port'"]),
     ((TWO, [], {"direction": "UP"}), TypeError, "options must be a LayoutOptions or None, not dict",
-     ["for a dict of options pass LayoutOptions(**options)"]),
+     ["for a dict of options, pass LayoutOptions(**options)"]),
     ((TWO, [], "UP"), TypeError, "options must be a LayoutOptions or None, not str",
-     ["for a direction pass LayoutOptions(direction=...)"]),
+     ["for a direction, pass LayoutOptions(direction=...)"]),
     ((TWO, [], LayoutOptions("down")), ValueError,
      "LayoutOptions: direction: 'down' is not a valid Direction",
      ["the directions are RIGHT, LEFT, DOWN and UP, in capitals"]),
     ((TWO, [], None, 80), TypeError, "layout() takes at most 3 positional arguments (4 given)",
-     ["component_gap is given by name: component_gap=..."]),
+     ["pass component_gap by keyword: component_gap=..."]),
 )
 
 
@@ -147,7 +147,7 @@ class Mistakes(unittest.TestCase):
         self.assert_told(lambda: weakly_connected_components(TWO, [("a", "b")]), TypeError,
                          NOT_MAPPING.format("tuple"), [
                              "while reading edges[0]",
-                             "for a pair pass {'source': pair[0], 'target': pair[1]}"])
+                             "for a pair, pass {'source': pair[0], 'target': pair[1]}"])
 
     def test_exceptions_of_the_callers_own(self):
         class Nameless:
