@@ -45,8 +45,8 @@ SHORTCUTS: Final = {
     "early-end": Shortcut(
         "ending the sweeps when they come back to an order that they started from",
         "core/crossings/reduce_crossings.cpp",
-        "if (seen_before(iteration)) break;",
-        "seen_before(iteration);",
+        "if (stands_still(iteration) || (iteration % 2 == 0 && repeats(iteration / 2))) break;",
+        "stands_still(iteration);",
     ),
     "moved-pairs": Shortcut(
         "looking again only at pairs with a member that has moved",
