@@ -13,7 +13,7 @@ class TypeFault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// A payload that asks for more than the engine's stated bounds.
+// A payload that asks for more than one of the MAX_ bounds of core/graph/vocabulary.hpp.
 class SizeFault : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

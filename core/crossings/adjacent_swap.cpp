@@ -58,14 +58,14 @@ void settle_by_scans(std::span<Member> members, Arena& scratch) {
 
 void _adjacent_swap(const LayerOrders& orders, std::span<std::int32_t> ordered) {
   if (ordered.size() < 2) return;
-  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), Reference::UPPER));
-  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), Reference::LOWER));
+  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), FixedLayer::UPPER));
+  assert(orders.has_fresh_keys(orders.layer_of(ordered[0]), FixedLayer::LOWER));
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
   const std::span<Member> members = scratch.raw_array<Member>(ordered.size());
   for (std::size_t i = 0; i < ordered.size(); ++i) {
-    members[i] = {side_keys(orders.keys(ordered[i], Reference::UPPER)),
-                  side_keys(orders.keys(ordered[i], Reference::LOWER)), ordered[i]};
+    members[i] = {side_keys(orders.keys(ordered[i], FixedLayer::UPPER)),
+                  side_keys(orders.keys(ordered[i], FixedLayer::LOWER)), ordered[i]};
   }
   if (is_plain(members, &Member::up, &Member::down)) {
     settle_plain(members, &Member::up, &Member::down);

@@ -77,7 +77,7 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
   std::uint32_t total = 0;
   for (const std::int32_t slot : orders.order(lower)) {
     ranks_before[slot - first_slot] = total;
-    total += orders.degree(slot, Reference::UPPER);
+    total += orders.degree(slot, FixedLayer::UPPER);
   }
   // The lower ends get ranks in ascending order, and the segments of one end in the order in which
   // they come here, so that no two of them cross.

@@ -133,19 +133,19 @@ void LayerOrders::set_all(std::span<const std::int32_t> ordered) {
   }
 }
 
-void LayerOrders::refresh_keys(std::int32_t layer, Reference side) {
-  const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
+void LayerOrders::refresh_keys(std::int32_t layer, FixedLayer fixed) {
+  const std::int32_t neighbour = fixed == FixedLayer::UPPER ? layer - 1 : layer + 1;
   if (neighbour < 0 || neighbour >= layer_count()) return;
-  std::int64_t& seen = seen_[static_cast<int>(side)][layer];
+  std::int64_t& seen = seen_[static_cast<int>(fixed)][layer];
   if (seen == stamp_[neighbour]) return;
   seen = stamp_[neighbour];
-  const GroupsOf<EndKey>& keys = keys_[static_cast<int>(side)];
+  const GroupsOf<EndKey>& keys = keys_[static_cast<int>(fixed)];
   const std::int32_t begin = keys.starts[first_slot(layer)];
   const std::int32_t end = keys.starts[first_slot(layer + 1)];
   const auto key = [&](std::int32_t slot, std::int32_t port) {
     return place_[slot] * KEY_SCALE + port + 1;
   };
-  if (side == Reference::UPPER) {
+  if (fixed == FixedLayer::UPPER) {
     for (std::int32_t i = begin; i < end; ++i) {
       keys.items[i] = key(upper_ends_.items[i].slot, upper_ends_.items[i].port);
     }

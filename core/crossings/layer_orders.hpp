@@ -3,8 +3,8 @@
 // Nodes go by their slots (core/graph/layer_slots.hpp). For each slot it knows the neighbours in
 // the layer before and in the layer after, with the port that each segment uses there.
 //
-// The position of a segment's end is stated as index + (port + 1) / 64 in real arithmetic. Here it
-// is the integer 64 * index + port + 1, a key: the real is exactly the key divided by 64, so keys
+// The position of a segment's end is the real number index + (port + 1) / 64. Here it goes by the
+// integer 64 * index + port + 1, its key: the real is exactly the key divided by 64, so keys
 // compare alike, and sums of keys divided by 64 are the exact sums of the reals.
 
 #ifndef QUILLAN_CORE_CROSSINGS_LAYER_ORDERS_HPP_
@@ -20,8 +20,8 @@
 
 namespace quillan::vorn_layered {
 
-// A neighbouring layer: UPPER is the one before, LOWER the one after.
-enum class Reference : std::uint8_t { UPPER, LOWER };
+// The fixed layer that a free layer is ordered by: UPPER is the one before it, LOWER the one after.
+enum class FixedLayer : std::uint8_t { UPPER, LOWER };
 
 using EndKey = std::int32_t;
 inline constexpr EndKey KEY_SCALE = 64;
@@ -82,24 +82,24 @@ class LayerOrders {
   // Replaces the orders of all layers, given back to back, by ones that go by new stamps.
   void set_all(std::span<const std::int32_t> ordered);
 
-  // How many segments lead from `slot` into the reference layer.
-  [[nodiscard]] std::int32_t degree(std::int32_t slot, Reference side) const {
-    return keys_[static_cast<int>(side)].size_of(slot);
+  // How many segments lead from `slot` into the fixed layer.
+  [[nodiscard]] std::int32_t degree(std::int32_t slot, FixedLayer fixed) const {
+    return keys_[static_cast<int>(fixed)].size_of(slot);
   }
-  // The keys of these segments' ends in the reference layer, ascending; they read the orders as
-  // they were at the last refresh_keys() for the slot's layer and side.
-  [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, Reference side) const {
-    return keys_[static_cast<int>(side)][slot];
+  // The keys of these segments' ends in the fixed layer, ascending; they read the orders as
+  // they were at the last refresh_keys() for the slot's layer and this fixed one.
+  [[nodiscard]] std::span<const EndKey> keys(std::int32_t slot, FixedLayer fixed) const {
+    return keys_[static_cast<int>(fixed)][slot];
   }
   // Whether these keys read the neighbouring layer as it is now. There is nothing to read where
   // there is no such layer.
-  [[nodiscard]] bool has_fresh_keys(std::int32_t layer, Reference side) const {
-    const std::int32_t neighbour = side == Reference::UPPER ? layer - 1 : layer + 1;
+  [[nodiscard]] bool has_fresh_keys(std::int32_t layer, FixedLayer fixed) const {
+    const std::int32_t neighbour = fixed == FixedLayer::UPPER ? layer - 1 : layer + 1;
     return neighbour < 0 || neighbour >= layer_count() ||
-           seen_[static_cast<int>(side)][layer] == stamp_[neighbour];
+           seen_[static_cast<int>(fixed)][layer] == stamp_[neighbour];
   }
   // Brings the keys of a layer up to date with the order of its neighbouring layer.
-  void refresh_keys(std::int32_t layer, Reference side);
+  void refresh_keys(std::int32_t layer, FixedLayer fixed);
 
   // A segment seen from its upper end, for counting: in ascending order of the upper end's port.
   struct Segment {
@@ -167,8 +167,8 @@ class LayerOrders {
   GroupsOf<TargetPort> target_ports_;  // by layer
   std::int32_t highest_target_port_ = 0;
   GroupsOf<UpperEnd> upper_ends_;    // by lower slot
-  GroupsOf<EndKey> keys_[2];         // by side, then slot
-  std::span<std::int64_t> seen_[2];  // by side, then layer: the neighbour's stamp that keys reflect
+  GroupsOf<EndKey> keys_[2];         // by fixed layer, then slot
+  std::span<std::int64_t> seen_[2];  // by fixed layer, then layer: its stamp that keys reflect
   std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;
   bool regular_ = true;  // whether every segment joins a layer to the next

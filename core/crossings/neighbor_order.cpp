@@ -61,21 +61,21 @@ double _weighted_median(std::span<const EndKey> sorted_keys) {
 
 double _barycentre(std::span<const EndKey> keys) {
   assert(!keys.empty());
-  // Stated as a sum of reals in ascending order. All of them are multiples of 1/64 and far below
-  // 2^53 / 64, so that sum is exact and this one, taken in integers, is the same.
+  // The positions are multiples of 1/64 far below 2^53 / 64: their sum as reals is exact in any
+  // order, and this one, taken in integers, is the same.
   std::int64_t sum = 0;
   for (const EndKey key : keys) sum += key;
   return position(sum) / static_cast<double>(keys.size());
 }
 
-void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Reference side,
+void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, FixedLayer fixed,
                          bool use_median, std::span<std::int32_t> ordered) {
-  assert(orders.has_fresh_keys(layer, side));
+  assert(orders.has_fresh_keys(layer, fixed));
   Arena& scratch = orders.graph().scratch;
   const Arena::Frame frame(scratch);
   const std::int32_t size = orders.layer_size(layer);
   const std::int32_t reference_size =
-      orders.layer_size(side == Reference::UPPER ? layer - 1 : layer + 1);
+      orders.layer_size(fixed == FixedLayer::UPPER ? layer - 1 : layer + 1);
   // Measures are places, more or less: one bucket a place sorts them almost completely.
   const std::int32_t buckets = std::max(size, reference_size) + 1;
   const std::span<std::int32_t> ends = scratch.array<std::int32_t>(buckets, 0);
@@ -84,7 +84,7 @@ void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Referenc
   const std::span<const std::int32_t> by_id = orders.by_id(layer);
   for (std::int32_t i = 0; i < size; ++i) {
     const std::int32_t slot = by_id[i];
-    const double measure = measure_of(orders.keys(slot, side), orders.place(slot), use_median);
+    const double measure = measure_of(orders.keys(slot, fixed), orders.place(slot), use_median);
     measured[i] = {measure, i, slot};
     bucket_of[i] = measure < buckets ? static_cast<std::int32_t>(measure) : buckets - 1;
     ++ends[bucket_of[i]];

@@ -22,9 +22,9 @@ double _weighted_median(std::span<const EndKey> sorted_keys);
 double _barycentre(std::span<const EndKey> keys);
 
 // Fills `ordered` with the slots of `layer` in ascending (measure, id), where the measure of a node
-// without neighbours is its own place. REQUIRES: fresh keys for the layer and side; ranked ids.
+// without neighbours is its own place. REQUIRES: fresh keys for both layers; ranked ids.
 // Linear where few nodes share a neighbour, m log m at most.
-void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, Reference side,
+void _order_by_neighbors(const LayerOrders& orders, std::int32_t layer, FixedLayer fixed,
                          bool use_median, std::span<std::int32_t> ordered);
 
 }  // namespace quillan::vorn_layered

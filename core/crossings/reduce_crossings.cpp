@@ -30,31 +30,31 @@ class Sweeper {
         ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())),
         starts_(orders.graph().scratch.array<std::int64_t>(std::size_t{2} * layers_, -1)) {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
-      for (const Reference side : {Reference::UPPER, Reference::LOWER}) {
+      for (const FixedLayer fixed : {FixedLayer::UPPER, FixedLayer::LOWER}) {
         bool all_have_neighbours = true;
         for (const std::int32_t slot : orders.order(layer)) {
-          all_have_neighbours = all_have_neighbours && orders.degree(slot, side) > 0;
+          all_have_neighbours = all_have_neighbours && orders.degree(slot, fixed) > 0;
         }
-        self_reliant_[layer * 2 + static_cast<int>(side)] = all_have_neighbours;
+        self_reliant_[layer * 2 + static_cast<int>(fixed)] = all_have_neighbours;
       }
     }
   }
 
   void run(std::int64_t sweeps) {
     keep_best(count_up_to(INT64_MAX, {}));
-    // Stated as one pass after which the seed is put back.
+    // The same as one pass after which the seed is put back.
     if (best_crossings_ == 0) return;
     for (std::int64_t iteration = 0; iteration < sweeps; ++iteration) {
       if (stands_still(iteration) || (iteration % 2 == 0 && repeats(iteration / 2))) break;
       const Measure measure = iteration % 2 == 0 ? Measure::MEDIAN : Measure::BARYCENTRE;
       for (std::int32_t layer = 1; layer < layers_; ++layer) {
-        visit(layer, {Reference::UPPER, measure});
+        visit(layer, {FixedLayer::UPPER, measure});
       }
-      if (record({Reference::UPPER, measure})) break;
+      if (record({FixedLayer::UPPER, measure})) break;
       for (std::int32_t layer = layers_ - 2; layer >= 0; --layer) {
-        visit(layer, {Reference::LOWER, measure});
+        visit(layer, {FixedLayer::LOWER, measure});
       }
-      if (record({Reference::LOWER, measure})) break;
+      if (record({FixedLayer::LOWER, measure})) break;
     }
     orders_.set_all(best_);
   }
@@ -64,11 +64,11 @@ class Sweeper {
   // whenever the same kind of pass comes by, though another after each of the others.
   enum class Measure : std::uint8_t { MEDIAN, BARYCENTRE };
   struct Kind {
-    Reference side;
+    FixedLayer fixed;
     Measure measure;
 
     [[nodiscard]] std::size_t index() const {
-      return static_cast<std::size_t>(side) * 2 + static_cast<std::size_t>(measure);
+      return static_cast<std::size_t>(fixed) * 2 + static_cast<std::size_t>(measure);
     }
   };
   static constexpr std::size_t kKinds = 4;
@@ -97,7 +97,7 @@ class Sweeper {
   };
 
   [[nodiscard]] Inputs inputs_of(std::int32_t layer, Kind kind) const {
-    const bool self_reliant = self_reliant_[layer * 2 + static_cast<int>(kind.side)];
+    const bool self_reliant = self_reliant_[layer * 2 + static_cast<int>(kind.fixed)];
     return {self_reliant ? 0 : orders_.stamp(layer), layer > 0 ? orders_.stamp(layer - 1) : 0,
             layer + 1 < layers_ ? orders_.stamp(layer + 1) : 0};
   }
@@ -114,10 +114,10 @@ class Sweeper {
     Outcome& outcome = outcomes_[layer * kKinds + kind.index()];
     const Inputs inputs = inputs_of(layer, kind);
     if (outcome.inputs != inputs) {
-      orders_.refresh_keys(layer, Reference::UPPER);
-      orders_.refresh_keys(layer, Reference::LOWER);
+      orders_.refresh_keys(layer, FixedLayer::UPPER);
+      orders_.refresh_keys(layer, FixedLayer::LOWER);
       const std::span<std::int32_t> ordered = ordered_.first(orders_.layer_size(layer));
-      _order_by_neighbors(orders_, layer, kind.side, kind.measure == Measure::MEDIAN, ordered);
+      _order_by_neighbors(orders_, layer, kind.fixed, kind.measure == Measure::MEDIAN, ordered);
       _adjacent_swap(orders_, ordered);
       const std::int64_t stamp = stamp_for(layer, ordered);
       std::copy(ordered.begin(), ordered.end(), kept(layer, kind.index()).begin());
@@ -183,7 +183,9 @@ class Sweeper {
     bool same = true;
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
       const std::int64_t now = orders_.stamp(layer);
-      same = std::exchange(starts_[layer * 2 + iteration % 2], now) == now && same;
+      same = std::exchange(starts_[static_cast<std::int64_t>(layer) * 2 + iteration % 2], now) ==
+                 now &&
+             same;
     }
     return same;
   }
@@ -206,7 +208,7 @@ class Sweeper {
   std::span<Gap> gaps_;           // per gap, as many counts as there are kinds
   std::span<Outcome> outcomes_;   // per layer and kind
   std::span<std::int32_t> kept_;  // per kind, laid out like LayerOrders::all()
-  std::span<bool> self_reliant_;  // per layer and side: every node has neighbours there
+  std::span<bool> self_reliant_;  // per layer and fixed layer: every node has neighbours there
   std::span<std::int32_t> ordered_;
   std::vector<std::int32_t> best_;
   std::int64_t best_crossings_ = 0;

@@ -41,8 +41,8 @@ SiftOrders::SiftOrders(const LayerOrders& orders) {
   std::int32_t most = 0;
   for (std::int32_t slot = 0; slot < slot_count(); ++slot) {
     const std::int32_t first = count;
-    const std::int32_t middle = first + orders.degree(slot, Reference::UPPER);
-    count = middle + orders.degree(slot, Reference::LOWER);
+    const std::int32_t middle = first + orders.degree(slot, FixedLayer::UPPER);
+    count = middle + orders.degree(slot, FixedLayer::LOWER);
     nodes_[slot] = {first, middle, orders.layer_of(slot)};
     most = std::max(most, count - first);
   }
@@ -228,13 +228,13 @@ void SiftOrders::undo_moves() {
 }
 
 void SiftOrders::sweep() {
-  for (std::size_t i = 1; i < layers_.size(); ++i) sort_layer(layers_[i], Reference::UPPER);
-  for (std::size_t i = layers_.size() - 1; i-- > 0;) sort_layer(layers_[i], Reference::LOWER);
+  for (std::size_t i = 1; i < layers_.size(); ++i) sort_layer(layers_[i], FixedLayer::UPPER);
+  for (std::size_t i = layers_.size() - 1; i-- > 0;) sort_layer(layers_[i], FixedLayer::LOWER);
 }
 
 // Nodes without neighbours on the side keep their places, the others share the rest, those of equal
 // barycentre in the order in which they stand.
-void SiftOrders::sort_layer(const Layer& layer, Reference side) {
+void SiftOrders::sort_layer(const Layer& layer, FixedLayer fixed) {
   constexpr std::int32_t kPorts = 16;  // that are told apart
   constexpr std::int64_t kFine = 64;   // parts of a port that are told apart
   constexpr int kPlaceBits = 24;
@@ -242,7 +242,7 @@ void SiftOrders::sort_layer(const Layer& layer, Reference side) {
   const std::span<std::int32_t> at = at_.subspan(layer.first, layer.size);
   std::size_t count = 0;
   for (std::size_t place = 0; place < at.size(); ++place) {
-    const std::span<const End> own = ends(at[place], side);
+    const std::span<const End> own = ends(at[place], fixed);
     if (own.empty()) continue;
     std::int64_t sum = 0;
     for (const End& end : own) {
@@ -257,7 +257,7 @@ void SiftOrders::sort_layer(const Layer& layer, Reference side) {
   }
   std::size_t next = 0;
   for (std::size_t place = 0; place < at.size(); ++place) {
-    if (!ends(at[place], side).empty()) at[place] = turn_[next++];
+    if (!ends(at[place], fixed).empty()) at[place] = turn_[next++];
     place_[at[place]] = static_cast<std::int32_t>(place);
   }
 }

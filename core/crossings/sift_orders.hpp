@@ -42,9 +42,9 @@ class SiftOrders {
   [[nodiscard]] std::span<const End> ends(std::int32_t slot) const {
     return ends_.subspan(nodes_[slot].first, nodes_[slot + 1].first - nodes_[slot].first);
   }
-  [[nodiscard]] std::span<const End> ends(std::int32_t slot, Reference side) const {
+  [[nodiscard]] std::span<const End> ends(std::int32_t slot, FixedLayer fixed) const {
     const Node& node = nodes_[slot];
-    return side == Reference::UPPER
+    return fixed == FixedLayer::UPPER
                ? ends_.subspan(node.first, node.middle - node.first)
                : ends_.subspan(node.middle, nodes_[slot + 1].first - node.middle);
   }
@@ -129,7 +129,7 @@ class SiftOrders {
   template <typename Consider>
   void walk(std::int32_t slot, const Mover& mover, std::int32_t step, const Consider& consider);
   void move(std::int32_t slot, std::int32_t place);
-  void sort_layer(const Layer& layer, Reference side);
+  void sort_layer(const Layer& layer, FixedLayer fixed);
 
   std::span<Node> nodes_;  // by slot, and one more that ends the last
   std::span<End> ends_;

@@ -103,7 +103,7 @@ class Search {
         if (visited[slot]) continue;
         visited[slot] = true;
         sequence_[count++] = slot;
-        const std::span<const SiftOrders::End> below = sift_.ends(slot, Reference::LOWER);
+        const std::span<const SiftOrders::End> below = sift_.ends(slot, FixedLayer::LOWER);
         for (std::size_t i = below.size(); i-- > 0;) {
           if (!visited[below[i].slot]) stack.push_back(below[i].slot);
         }

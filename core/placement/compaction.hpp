@@ -28,7 +28,7 @@ struct BlockConstraints {
 void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers,
                      Arena& scratch);
 
-// The sweeps as stated. Cost: near-linear in how often centers rise, each time times the
+// The sweeps themselves. Cost: near-linear in how often centers rise, each time times the
 // constraints of the block; sweeps times slots at most.
 void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch);

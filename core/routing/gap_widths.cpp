@@ -11,7 +11,7 @@ namespace {
 
 // Moves layers by the sum of all widenings in front of them.
 //
-// Stated as moving every later layer at each widening, which costs layers times nodes. The
+// The same as moving every later layer at each widening, which would cost layers times nodes. The
 // additions must happen one by one and in order, since each rounds; but nodes that stand at one x
 // stay at one x. So each layer keeps a list of its different x, catches up with the widenings so
 // far when the walk comes near it, and writes the nodes once. Layers catch up in blocks, whose

@@ -211,13 +211,13 @@ TEST(Sweeps, OneLayerEqualsFullScans) {
     LayerOrders orders(graph);
     orders.rank_ids();
     const std::int32_t layer = random.below(graph.layers.size());
-    orders.refresh_keys(layer, Reference::UPPER);
-    orders.refresh_keys(layer, Reference::LOWER);
+    orders.refresh_keys(layer, FixedLayer::UPPER);
+    orders.refresh_keys(layer, FixedLayer::LOWER);
     Layer expected = naive.layers[layer];
     Numbers ordered = list(orders.order(layer));
     if (layer > 0 && random.chance(70)) {
       const bool use_median = random.chance(50);
-      _order_by_neighbors(orders, layer, Reference::UPPER, use_median, ordered);
+      _order_by_neighbors(orders, layer, FixedLayer::UPPER, use_median, ordered);
       expected = naive.order_by_neighbors(layer, true, use_median);
     }
     _adjacent_swap(orders, ordered);
