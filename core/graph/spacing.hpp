@@ -1,4 +1,5 @@
-// Distances: between two neighbours of a layer along the cross axis, and between tracks.
+// Distances: between two neighbours of a layer along the cross axis, between tracks, and how short
+// a step may be.
 
 #ifndef QUILLAN_CORE_GRAPH_SPACING_HPP_
 #define QUILLAN_CORE_GRAPH_SPACING_HPP_
@@ -16,6 +17,9 @@ inline double _spacing_between(bool a_is_dummy, bool b_is_dummy, const LayoutOpt
 inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptions& options) {
   return _spacing_between(a.is_dummy(), b.is_dummy(), options);
 }
+
+// A step of a route across the flow that is shorter than this looks like a mistake.
+inline constexpr double SMALL_JOG = 8.0;
 
 // The least distance between two tracks of a gap. Where nodes are to keep the places that the user
 // sees, tracks come nearer to one another before a column moves: a drawing that is laid out again

@@ -15,8 +15,6 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-// A step across the flow that is shorter than this looks like a mistake.
-constexpr double kSmall = 8.0;
 // What rounding may leave of a straight segment.
 constexpr double kLevel = 1e-6;
 constexpr std::int32_t kMostMoved = 256;  // nodes
@@ -52,7 +50,9 @@ class Blocks {
 
  private:
   static double step_of(const LEdge& edge) { return edge.target->y() - edge.source->y(); }
-  static bool is_small(double step) { return std::abs(step) > kLevel && std::abs(step) < kSmall; }
+  static bool is_small(double step) {
+    return std::abs(step) > kLevel && std::abs(step) < SMALL_JOG;
+  }
 
   // The smaller block takes the name of the larger one, so that no node is renamed often.
   void join(const LEdge& edge) {

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "core/base/reals.hpp"
-#include "core/routing/straighten.hpp"
+#include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -102,7 +102,7 @@ std::size_t GapTracks::place_for_jog(const Wire& wire, bool near_target) const {
     const double room = heights_[place + 1] - heights_[place];
     const double middle = heights_[place] + room / 2.0;
     const bool is_good =
-        room >= 2.0 * clearance_ && middle - low >= kSmallJog && high - middle >= kSmallJog;
+        room >= 2.0 * clearance_ && middle - low >= SMALL_JOG && high - middle >= SMALL_JOG;
     if (is_good) return place;
     if (!(room > best_room)) continue;
     best = place;

@@ -17,28 +17,29 @@ namespace {
 constexpr double kStraight = 0.5;
 constexpr std::int32_t kStraightTrack = -1;
 
-// The segments of all gaps, back to back, with their tracks.
+struct RoutedSegment {
+  LEdge* edge;
+  std::int32_t track;  // kStraightTrack if it has no bends
+};
+
 struct GapSegments {
-  std::span<LEdge*> segments;
-  std::span<std::int32_t> tracks;  // kStraightTrack for a segment without bends
-  std::span<std::int32_t> starts;  // by gap
+  GroupsOf<RoutedSegment> segments;  // by gap
   std::span<std::int32_t> track_counts;
 };
 
 GapSegments collect(LGraph& graph) {
   Arena& scratch = graph.scratch;
   const std::int32_t gaps = graph.layers.size() - 1;
-  GapSegments found{scratch.raw_array<LEdge*>(graph.edges.size()),
-                    scratch.raw_array<std::int32_t>(graph.edges.size()),
-                    scratch.raw_array<std::int32_t>(gaps + 1),
-                    scratch.raw_array<std::int32_t>(gaps)};
+  const std::span<RoutedSegment> found = scratch.raw_array<RoutedSegment>(graph.edges.size());
+  const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(gaps + 1);
+  const std::span<std::int32_t> track_counts = scratch.raw_array<std::int32_t>(gaps);
   const IncidentMaps maps = _incident_maps(graph);
   const std::span<Interval> intervals = scratch.raw_array<Interval>(graph.edges.size());
   const std::span<std::int32_t> bent = scratch.raw_array<std::int32_t>(graph.edges.size());
   const std::span<std::int32_t> tracks = scratch.raw_array<std::int32_t>(graph.edges.size());
   std::int32_t used = 0;
   for (std::int32_t gap = 0; gap < gaps; ++gap) {
-    found.starts[gap] = used;
+    starts[gap] = used;
     std::size_t count = 0;
     for (const LNode* node : graph.layers[gap + 1]) {
       if (node->position < 0) continue;  // outside the graph, where no segment ends
@@ -50,15 +51,14 @@ GapSegments collect(LGraph& graph) {
           intervals[count] = interval;
           bent[count++] = used;
         }
-        found.segments[used] = edge;
-        found.tracks[used++] = kStraightTrack;
+        found[used++] = {edge, kStraightTrack};
       }
     }
-    found.track_counts[gap] = _assign_tracks(intervals.first(count), tracks, scratch);
-    for (std::size_t i = 0; i < count; ++i) found.tracks[bent[i]] = tracks[i];
+    track_counts[gap] = _assign_tracks(intervals.first(count), tracks, scratch);
+    for (std::size_t i = 0; i < count; ++i) found[bent[i]].track = tracks[i];
   }
-  found.starts[gaps] = used;
-  return found;
+  starts[gaps] = used;
+  return {{starts, found.first(used)}, track_counts};
 }
 
 void widen(LGraph& graph, std::span<const std::int32_t> track_counts) {
@@ -79,11 +79,11 @@ void bend(LGraph& graph, const GapSegments& found) {
                                  options.spacing_edge_edge);
     const double step = usable / track_count;
     const double first_track = bounds.left + options.spacing_edge_node + step / 2.0;
-    for (std::int32_t i = found.starts[gap]; i < found.starts[gap + 1]; ++i) {
-      LEdge& edge = *found.segments[i];
+    for (const RoutedSegment& segment : found.segments[gap]) {
+      LEdge& edge = *segment.edge;
       edge.bend_points = {};
-      if (found.tracks[i] == kStraightTrack) continue;
-      const double mid_x = first_track + found.tracks[i] * step;
+      if (segment.track == kStraightTrack) continue;
+      const double mid_x = first_track + segment.track * step;
       edge.bend_points = graph.arena.raw_array<Point>(2);
       edge.bend_points[0] = {mid_x, edge.source->y()};
       edge.bend_points[1] = {mid_x, edge.target->y()};

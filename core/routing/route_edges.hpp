@@ -28,7 +28,7 @@ void route_edges(LGraph& graph);
 // Greedy interval colouring: in ascending order of their first value, every interval takes the
 // first track whose end it does not overlap. Touching intervals may share a track. Fills `tracks`
 // and returns their number. REQUIRES: no value is a not-a-number. s log s, with a search tree over
-// the tracks' ends where the statement scans them.
+// the tracks' ends in place of a scan.
 std::int32_t _assign_tracks(std::span<const Interval> intervals, std::span<std::int32_t> tracks,
                             Arena& scratch);
 

@@ -22,7 +22,7 @@ struct Room {
   double high;
 };
 
-// What an edge looks like: steps across the flow, and those under kSmallJog.
+// What an edge looks like: steps across the flow, and those under SMALL_JOG.
 struct Looks {
   std::int32_t steps = 0;
   std::int32_t small = 0;
@@ -30,7 +30,7 @@ struct Looks {
   void add(double from, double to) {
     if (from == to) return;
     ++steps;
-    if (std::abs(from - to) < kSmallJog) ++small;
+    if (std::abs(from - to) < SMALL_JOG) ++small;
   }
   [[nodiscard]] bool better_than(const Looks& other) const {
     return steps != other.steps ? steps < other.steps : small < other.small;
@@ -152,8 +152,8 @@ class Straightener {
     const auto fit = [](double height, Room into) {
       return std::clamp(height, into.low, into.high);
     };
-    const std::array<double, 5> wanted = {last, last - kSmallJog, last + kSmallJog,
-                                          next.low - kSmallJog, next.high + kSmallJog};
+    const std::array<double, 5> wanted = {last, last - SMALL_JOG, last + SMALL_JOG,
+                                          next.low - SMALL_JOG, next.high + SMALL_JOG};
     double best = fit(last, room);
     Looks best_looks{1, 3};
     double best_way = 0.0;

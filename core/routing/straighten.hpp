@@ -7,13 +7,10 @@
 
 namespace quillan::vorn_layered {
 
-// A step across the flow that is shorter than this looks like a mistake.
-inline constexpr double kSmallJog = 8.0;
-
 // Moves dummies across the flow so that the edges they belong to go straight as far as their
 // neighbours in the layer leave room at exact spacing: an edge comes to run at the fewest heights
 // that its dummies can share, and where its ends allow, steps from one height to the next are no
-// shorter than kSmallJog. Real nodes stay, and no order inside a layer changes, so crossings don't
+// shorter than SMALL_JOG. Real nodes stay, and no order inside a layer changes, so crossings don't
 // either. An edge that would gain nothing stays as it is.
 //
 // REQUIRES: final y of real nodes. n log n in the nodes, linear in the segments.
