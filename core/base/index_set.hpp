@@ -28,7 +28,7 @@ class IndexSet {
   IndexSet(std::int32_t range, Arena& scratch) {
     std::size_t size = static_cast<std::size_t>(range);
     do {
-      size = (size + 63) / 64;
+      size = (size + kWordBits - 1) / kWordBits;
       levels_[depth_++] = scratch.array<std::uint64_t>(size + 1, 0);
     } while (size > 1);
   }
@@ -36,18 +36,18 @@ class IndexSet {
   void insert(std::int32_t member) {
     std::uint32_t at = static_cast<std::uint32_t>(member);
     for (int level = 0; level < depth_; ++level) {
-      levels_[level][at / 64] |= std::uint64_t{1} << (at % 64);
-      at /= 64;
+      levels_[level][at / kWordBits] |= std::uint64_t{1} << (at % kWordBits);
+      at /= kWordBits;
     }
   }
 
   void erase(std::int32_t member) {
     std::uint32_t at = static_cast<std::uint32_t>(member);
     for (int level = 0; level < depth_; ++level) {
-      std::uint64_t& word = levels_[level][at / 64];
-      word &= ~(std::uint64_t{1} << (at % 64));
+      std::uint64_t& word = levels_[level][at / kWordBits];
+      word &= ~(std::uint64_t{1} << (at % kWordBits));
       if (word != 0) return;
-      at /= 64;
+      at /= kWordBits;
     }
   }
 
@@ -57,17 +57,19 @@ class IndexSet {
     for (int level = 0; level < depth_; ++level) {
       // The spare word at the end of each level stays 0, so that `at` may lie just behind the
       // range.
-      const std::uint64_t rest = levels_[level][at / 64] >> (at % 64);
+      const std::uint64_t rest = levels_[level][at / kWordBits] >> (at % kWordBits);
       if (rest != 0) return descend(level, at + static_cast<std::uint32_t>(std::countr_zero(rest)));
-      at = at / 64 + 1;
+      at = at / kWordBits + 1;
     }
     return -1;
   }
 
  private:
+  static constexpr std::uint32_t kWordBits = 64;
+
   [[nodiscard]] std::int32_t descend(int level, std::uint32_t at) const {
     while (level-- > 0) {
-      at = at * 64 + static_cast<std::uint32_t>(std::countr_zero(levels_[level][at]));
+      at = at * kWordBits + static_cast<std::uint32_t>(std::countr_zero(levels_[level][at]));
     }
     return static_cast<std::int32_t>(at);
   }

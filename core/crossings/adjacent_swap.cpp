@@ -48,8 +48,11 @@ void settle_plain(std::span<Member> members, SideKeys Member::*sorted, SideKeys 
 void settle_by_scans(std::span<Member> members, Arena& scratch) {
   const std::int64_t size = static_cast<std::int64_t>(members.size());
   SwapScans scans(members, scratch);
-  // Cells are worth looking for where nodes have a long way to go.
-  for (std::int64_t exchanges = 8 * size; !scans.run(exchanges); exchanges *= 4) {
+  // Cells are worth looking for where nodes have a long way to go, and again where they still have
+  // after several times as many exchanges.
+  constexpr std::int64_t kFirstLook = 8;  // exchanges a node
+  constexpr std::int64_t kNextLook = 4;   // times the last
+  for (std::int64_t exchanges = kFirstLook * size; !scans.run(exchanges); exchanges *= kNextLook) {
     if (scans.count() <= size && settle_in_cells(members, scratch)) return;
   }
 }

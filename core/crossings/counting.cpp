@@ -28,17 +28,17 @@ class RankSet {
 
   // REQUIRES: `rank` is no member.
   [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
-    const std::uint32_t word = rank / 64;
-    assert((words_[word] >> (rank % 64) & 1U) == 0);
-    std::int64_t count = std::popcount(words_[word] >> (rank % 64)) + later_[word];
+    const std::uint32_t word = rank / kWordBits;
+    assert((words_[word] >> (rank % kWordBits) & 1U) == 0);
+    std::int64_t count = std::popcount(words_[word] >> (rank % kWordBits)) + later_[word];
     if (words_.size() == kBlockWords) return count;
     for (std::size_t i = blocks_behind(word); i > 0; i &= i - 1) count += tree_[i];
     return count;
   }
 
   void insert(std::uint32_t rank) {
-    const std::uint32_t word = rank / 64;
-    words_[word] |= std::uint64_t{1} << (rank % 64);
+    const std::uint32_t word = rank / kWordBits;
+    words_[word] |= std::uint64_t{1} << (rank % kWordBits);
     std::uint16_t* const later = &later_[word / kBlockWords * kBlockWords];
     for (std::size_t i = 0; i < kBlockWords; ++i) later[i] += kEarlier[word % kBlockWords][i];
     if (words_.size() == kBlockWords) return;
@@ -46,8 +46,9 @@ class RankSet {
   }
 
  private:
+  static constexpr std::uint32_t kWordBits = 64;
   static constexpr std::size_t kBlockWords = 8;
-  static constexpr std::size_t kBlockRanks = kBlockWords * 64;
+  static constexpr std::size_t kBlockRanks = kBlockWords * kWordBits;
 
   // kEarlier[w][i] is 1 if word i of a block comes before word w.
   static constexpr auto kEarlier = [] {

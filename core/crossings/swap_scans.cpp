@@ -112,7 +112,8 @@ std::size_t SwapScans::scan_moved(std::size_t moved_count) {
 }
 
 bool SwapScans::run(std::int64_t exchanges) {
-  const std::int64_t cap = 4 * static_cast<std::int64_t>(members_.size());
+  constexpr std::int64_t kScansANode = 4;
+  const std::int64_t cap = kScansANode * static_cast<std::int64_t>(members_.size());
   while (scans_ == 0 || (last_ > 0 && scans_ < cap)) {
     if (scans_ > 0 && exchanges_ >= exchanges) return false;
     std::swap(moved_, again_);

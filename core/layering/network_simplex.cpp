@@ -10,6 +10,7 @@ namespace quillan::vorn_layered {
 
 namespace {
 
+constexpr std::int32_t kPivotsANode = 4;
 constexpr std::int32_t kPivotCap = 300;
 
 // The edges at the border of a growing tree whose members all move together. An edge that leaves
@@ -257,7 +258,7 @@ std::vector<std::int32_t> _NetworkSimplex::solve() {
   _feasible_tree();
   _number_tree();
   _compute_cut_values();
-  const std::int32_t limit = std::min(4 * count, kPivotCap);
+  const std::int32_t limit = std::min(kPivotsANode * count, kPivotCap);
   for (std::int32_t round = 0; round < limit; ++round) {
     const std::int32_t leaving = _leave_edge();
     if (leaving < 0) break;
