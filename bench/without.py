@@ -70,7 +70,7 @@ SHORTCUTS: Final = {
         "replaying the compaction in place of its sweeps",
         "core/placement/compaction.cpp",
         "if (compact_by_replay(constraints, centers, scratch)) return;",
-        "if (centers.empty() && compact_by_replay(constraints, centers, scratch)) return;",
+        "if (!centers.empty()) return compact_by_sweeps(constraints, centers, scratch);",
     ),
     "one-block": Shortcut(
         "taking a layout's memory as one block",

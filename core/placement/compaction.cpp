@@ -1,29 +1,19 @@
 #include "core/placement/compaction.hpp"
 
 #include <algorithm>
-#include <bit>
-#include <limits>
-#include <tuple>
 #include <vector>
 
-#include "core/base/grouped.hpp"
 #include "core/base/index_set.hpp"
+#include "core/placement/block_pushes.hpp"
 
 namespace quillan::vorn_layered {
 
 namespace {
 
-constexpr double kTolerance = 1e-9;
-constexpr double kNever = -std::numeric_limits<double>::infinity();
 // Pushes that reach the top together lie within a few tolerances of it; a longer staircase of them
 // is left to the sweeps.
 constexpr int kMaxClusterSteps = 4;
 constexpr std::int32_t kUnknown = 0;  // in place of a sweep
-
-// The largest number below a positive one.
-double next_below(double value) {
-  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) - 1);
-}
 
 // Why one walk in topological order gives what the sweeps give.
 //
@@ -48,55 +38,25 @@ double next_below(double value) {
 // whenever it is pushed. The moment is missed only if negative numbers as absurd lead back to usual
 // ones, and those to a cluster of different pushes.
 //
-// Where the checks fail, or the constraints have a cycle, the sweeps themselves are run.
+// Where the checks fail, compact_by_trails() looks further back.
 class Replay {
  public:
   Replay(const BlockConstraints& constraints, std::span<double> centers, Arena& scratch)
       : constraints_(constraints),
         centers_(centers),
         members_(group_by(constraints.block_of, constraints.block_count, scratch)),
-        blocks_(scratch.raw_array<Block>(constraints.block_count)),
-        queue_(scratch.raw_array<std::int32_t>(constraints.block_count)) {}
+        scratch_(scratch),
+        blocks_(scratch.raw_array<Block>(constraints.block_count)) {}
 
   bool run() {
-    std::int32_t end = 0;
-    for (std::int32_t block = 0; block < constraints_.block_count; ++block) {
-      blocks_[block] = {kNever, 1, 0};
-      for (const std::int32_t slot : members_[block]) {
-        if (!constraints_.opens_layer[slot]) ++blocks_[block].waiting;
-      }
-      if (blocks_[block].waiting == 0) queue_[end++] = block;
-    }
-    const std::int32_t slots = static_cast<std::int32_t>(constraints_.block_of.size());
-    for (std::int32_t cursor = 0; cursor < end; ++cursor) {
-      const std::int32_t block = queue_[cursor];
-      if (!place(block)) return false;
-      for (const std::int32_t slot : members_[block]) {
-        const std::int32_t next = slot + 1;
-        if (next == slots || constraints_.opens_layer[next]) continue;
-        const std::int32_t target = constraints_.block_of[next];
-        if (--blocks_[target].waiting == 0) queue_[end++] = target;
-      }
-    }
-    return end == constraints_.block_count;
+    return in_order_of_pushes(constraints_, members_, scratch_,
+                              [this](std::int32_t block) { return place(block); });
   }
 
  private:
   struct Block {
-    double earlier;        // bounds every value held before the final one; kNever if there was none
-    std::int32_t acts;     // the sweep in which the final value is first pushed on, or kUnknown
-    std::int32_t waiting;  // constraints on this block whose source is not done
-  };
-
-  struct Push {
-    double value;
-    std::int32_t sweep;
-    std::int32_t source;
-    std::int32_t slot;
-
-    bool operator<(const Push& other) const {
-      return std::tie(sweep, source, slot) < std::tie(other.sweep, other.source, other.slot);
-    }
+    double earlier;     // bounds every value held before the final one; kNever if there was none
+    std::int32_t acts;  // the sweep in which the final value is first pushed on, or kUnknown
   };
 
   bool place(std::int32_t block) {
@@ -112,6 +72,7 @@ class Replay {
       top = std::max(top, value);  // passes over what is not a number, as do all comparisons below
       early = std::max(early, blocks_[source].earlier + separation);
     }
+    blocks_[block] = {kNever, 1};
     centers_[block] = 0.0;
     if (!(0.0 < top - kTolerance)) return true;  // every push falls short, whenever it is made
 
@@ -176,14 +137,14 @@ class Replay {
 
   void take(std::int32_t block, const Push& push) {
     centers_[block] = push.value;
-    blocks_[block].acts = block > push.source ? push.sweep : push.sweep + 1;
+    blocks_[block].acts = push.sweep_after(block);
   }
 
   const BlockConstraints& constraints_;
   std::span<double> centers_;
   Grouped members_;  // slots of each block, ascending
+  Arena& scratch_;
   std::span<Block> blocks_;
-  std::span<std::int32_t> queue_;
   std::vector<Push> pushes_;
 };
 
@@ -226,6 +187,7 @@ void compact_by_sweeps(const BlockConstraints& constraints, std::span<double> ce
 void _compact_blocks(const BlockConstraints& constraints, std::span<double> centers,
                      Arena& scratch) {
   if (compact_by_replay(constraints, centers, scratch)) return;
+  if (compact_by_trails(constraints, centers, scratch)) return;
   compact_by_sweeps(constraints, centers, scratch);
 }
 

@@ -74,6 +74,9 @@ inline double tolerance_of(const LGraph& graph) {
   for (const LNode* node : graph.nodes) {
     lengths.insert(lengths.end(), {node->width, node->height});
     coordinates.insert(coordinates.end(), {node->x + node->width, node->y + node->height});
+    // A drawing of places far out is moved to its padding.
+    if (options.placement_strategy == "INTERACTIVE")
+      coordinates.insert(coordinates.end(), {node->origin_x, node->origin_y});
   }
   for (const LEdge* edge : graph.edges) {
     coordinates.insert(coordinates.end(), {edge->source->y(), edge->target->y()});
@@ -137,6 +140,7 @@ inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& oth
       graph.caller_edges[other.caller_edge].reversed)
     return;
   if (level(edge.source, other.source) || level(edge.target, other.target)) return;
+  if (tolerance > 1.0) return;  // so that nearly all heights are level
   const std::vector<Point> points = points_of(edge);
   const std::vector<Point> other_points = points_of(other);
   const auto meet = [&](double a, double b, double c, double d) {
