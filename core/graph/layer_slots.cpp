@@ -34,7 +34,6 @@ LayerSlots::LayerSlots(LGraph& graph)
 }
 
 EdgeEnds LayerSlots::ends_of_edges(LGraph& graph) const {
-  require_known_ends(graph);
   const EdgeEnds ends = edge_ends(graph);
   for (std::int32_t& end : ends.sources) end = slot_of[end];
   for (std::int32_t& end : ends.targets) end = slot_of[end];

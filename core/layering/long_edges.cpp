@@ -36,7 +36,7 @@ LNode* make_dummy(LGraph& graph, const Text& chain_id, const LEdge& edge, std::i
   return dummy;
 }
 
-void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vector<LEdge*>& added) {
+void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vector<LEdge*>& edges) {
   const LEdge& edge = *caller_edge.chain[0];
   const std::int32_t start = edge.source_node()->layer;
   const std::span<LEdge*> segments = graph.arena.raw_array<LEdge*>(span);
@@ -51,7 +51,7 @@ void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vecto
     LEdge* segment = graph.make_segment(graph.next_id(caller_edge.id, TextForm::kSegment), upstream,
                                         downstream, edge.caller_edge);
     segments[step - 1] = segment;
-    added.push_back(segment);
+    edges.push_back(segment);
     if (dummy != nullptr) upstream = graph.arena.make<LPort>(dummy, 0.0, 0, PortSide::EAST);
   }
   caller_edge.chain = segments;
@@ -112,25 +112,22 @@ void insert_dummy_nodes(LGraph& graph) {
   const Arena::Frame frame(graph.scratch);
   const std::span<const LEdge*> replaced =
       graph.scratch.array<const LEdge*>(graph.caller_edges.size(), nullptr);
-  std::vector<LEdge*> added;
-  added.reserve(dummies + split_count);
-  graph.nodes.reserve(graph.nodes.size() + dummies);
-  for (std::size_t i = 0; i < graph.caller_edges.size(); ++i) {
-    CallerEdge& caller_edge = graph.caller_edges[i];
-    const std::int32_t span = long_span(caller_edge);
-    if (span == 0) continue;
-    replaced[i] = caller_edge.chain[0];
-    split(graph, caller_edge, span, added);
+  for (std::size_t i = 0; i < replaced.size(); ++i) {
+    const CallerEdge& caller_edge = graph.caller_edges[i];
+    if (long_span(caller_edge) > 0) replaced[i] = caller_edge.chain[0];
   }
-
   const Survivors survivors(graph, replaced);
-  std::vector<LEdge*> kept;
-  kept.reserve(graph.edges.size() + added.size());
+  std::vector<LEdge*> edges;
+  edges.reserve(graph.edges.size() + dummies + split_count);
   for (LEdge* edge : graph.edges) {
-    if (survivors.stays(*edge)) kept.push_back(edge);
+    if (survivors.stays(*edge)) edges.push_back(edge);
   }
-  kept.insert(kept.end(), added.begin(), added.end());
-  graph.set_edges(std::move(kept));
+  graph.nodes.reserve(graph.nodes.size() + dummies);
+  for (CallerEdge& caller_edge : graph.caller_edges) {
+    const std::int32_t span = long_span(caller_edge);
+    if (span > 0) split(graph, caller_edge, span, edges);
+  }
+  graph.set_edges(std::move(edges));
 }
 
 }  // namespace quillan::vorn_layered

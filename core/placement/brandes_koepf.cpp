@@ -146,6 +146,7 @@ BlockConstraints _blocks_from_root(const AlignmentGraph& layers,
                                    std::span<const std::int32_t> root) {
   Arena& scratch = layers.graph.scratch;
   const std::span<std::int32_t> block_of = scratch.raw_array<std::int32_t>(layers.slots.count());
+  const Arena::Frame frame(scratch);
   const std::span<std::int32_t> number = scratch.array<std::int32_t>(layers.slots.count(), -1);
   std::int32_t count = 0;
   for (std::int32_t position = 0; position < layers.slots.count(); ++position) {
