@@ -84,7 +84,7 @@ class Sources:
 
     def __init__(self):
         shutil.rmtree(SOURCE, ignore_errors=True)
-        for name in ("core", "host", "tests", "examples"):
+        for name in ("core", "host", "tests", "fuzz", "examples"):
             shutil.copytree(ROOT / name, SOURCE / name, ignore=shutil.ignore_patterns("__pycache__"))
         for name in ("CMakeLists.txt", "CMakePresets.json"):
             shutil.copy(ROOT / name, SOURCE / name)

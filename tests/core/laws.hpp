@@ -159,7 +159,7 @@ inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& oth
             "wires side by side keep the pitch of tracks");
       }
       if (a.y == b.y && c.y == d.y && meet(a.x, b.x, c.x, d.x)) {
-        law(std::abs(a.y - c.y) > tolerance, "wires of different ports never lie on one line");
+        law(a.y != c.y, "wires of different ports never lie on one line");
       }
     }
   }

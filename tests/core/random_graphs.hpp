@@ -1,10 +1,9 @@
-// Graphs for the tests: written down by hand, or drawn from a seed.
+// Graphs for the tests, drawn from a seed or from a fuzzer's bytes.
 
 #ifndef QUILLAN_TESTS_CORE_RANDOM_GRAPHS_HPP_
 #define QUILLAN_TESTS_CORE_RANDOM_GRAPHS_HPP_
 
 #include <cstdint>
-#include <initializer_list>
 #include <numeric>
 #include <random>
 #include <span>
@@ -20,21 +19,32 @@
 
 namespace quillan::vorn_layered::testing {
 
-// The standard distributions differ from library to library; these draws do not.
+// The standard distributions differ from library to library; these draws do not. They come from a
+// seed, or from a fuzzer's bytes and then zeros.
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}
+  explicit Random(std::span<const std::uint8_t> bytes) : from_bytes_(true), bytes_(bytes) {}
 
+  std::uint64_t bits(int byte_count = 8) {
+    if (!from_bytes_) return engine_();
+    std::uint64_t value = 0;
+    for (; byte_count > 0 && !bytes_.empty(); --byte_count, bytes_ = bytes_.subspan(1)) {
+      value = value << 8U | bytes_.front();
+    }
+    return value;
+  }
   std::int32_t below(std::int32_t bound) {
-    return static_cast<std::int32_t>(engine_() % static_cast<std::uint64_t>(bound));
+    return static_cast<std::int32_t>(bits(bound <= 256 ? 1 : 4) %
+                                     static_cast<std::uint64_t>(bound));
   }
   std::int32_t between(std::int32_t least, std::int32_t most) {
     return least + below(most - least + 1);
   }
   bool chance(int percent) { return below(100) < percent; }
-  template <typename T>
-  T pick(std::initializer_list<T> choices) {
-    return choices.begin()[below(static_cast<std::int32_t>(choices.size()))];
+  template <typename T, std::size_t N>
+  T pick(const T (&choices)[N]) {
+    return choices[below(N)];
   }
   std::vector<std::int32_t> permutation(std::int32_t count) {
     std::vector<std::int32_t> order(count);
@@ -45,6 +55,8 @@ class Random {
 
  private:
   std::mt19937_64 engine_;
+  bool from_bytes_ = false;
+  std::span<const std::uint8_t> bytes_;
 };
 
 // Sums of integers are exact, sums of decimals are off by last bits, SEVENTHS have no short sums.
@@ -73,15 +85,8 @@ struct TestEdge {
   std::int32_t target_port = 0;
 };
 
+// Edges are called "e0", "e1" and so on.
 struct TestGraph : LGraph {
-  TestGraph() = default;
-  // Nodes of these ids with so many ports a side, and edges "e0", "e1" and so on.
-  TestGraph(std::initializer_list<std::string_view> ids, std::initializer_list<TestEdge> links,
-            std::int32_t ports_a_side = 1) {
-    for (const std::string_view id : ids) put_node(id, 140.0, 40.0, ports_a_side, ports_a_side);
-    for (const TestEdge& link : links) put_edge(link);
-  }
-
   LNode* put_node(std::string_view id, double width, double height, std::int32_t ins,
                   std::int32_t outs) {
     LNode* node = add_node(copy_text(id), width, height);
@@ -97,25 +102,6 @@ struct TestGraph : LGraph {
     return add_edge(copy_text(numbered("e", static_cast<std::int32_t>(edges.size()))),
                     _pick_port(*this, *nodes[link.source], link.source_port, PortSide::EAST),
                     _pick_port(*this, *nodes[link.target], link.target_port, PortSide::WEST));
-  }
-  void make_dummies(std::initializer_list<std::int32_t> positions) {
-    for (const std::int32_t position : positions) {
-      nodes[position]->kind = NodeKind::LONG_EDGE;
-      nodes[position]->width = nodes[position]->height = 0.0;
-    }
-  }
-  // Layers of node positions, in this order.
-  void set_layers(const std::vector<Numbers>& lists) {
-    layers.clear();
-    for (const Numbers& list : lists) {
-      std::vector<LNode*> members;
-      for (const std::int32_t position : list) {
-        nodes[position]->layer = layers.size();
-        nodes[position]->order = static_cast<std::int32_t>(members.size());
-        members.push_back(nodes[position]);
-      }
-      layers.push_back(members);
-    }
   }
 };
 

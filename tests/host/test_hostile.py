@@ -181,6 +181,36 @@ else:
 """
 
 
+# Random calls by the rules of the border's fuzzer, which also counts what they leave behind.
+RANDOM_CALLS = f"""
+sys.path.insert(0, {str(pathlib.Path(__file__).resolve().parents[2] / "fuzz")!r})
+import border
+for number in range(400):
+    border.check(f"1:{{number}}", number % 2 == 0)
+"""
+
+# Modules that are imported and dropped leave nothing behind either.
+DROPPED = """
+import importlib.util
+
+def load():
+    spec = importlib.util.spec_from_file_location("vorn_layered", engine.__file__)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    assert module.layout([{"id": "a"}], [])[0] == {"a": (24.0, 24.0)}
+
+left = []
+for _ in range(4):
+    gc.collect()
+    before = sys.getallocatedblocks()
+    for _ in range(20):
+        load()
+    gc.collect()
+    left.append(sys.getallocatedblocks() - before)
+assert min(left) < 10, left
+"""
+
+
 class Hostile(unittest.TestCase):
     def run_alone(self, code):
         packages = str(pathlib.Path(engine.__file__).parents[2])
@@ -193,8 +223,8 @@ class Hostile(unittest.TestCase):
         for _ in range(3):
             self.run_alone(DAEMONS)
 
-    def test_code_that_reaches_into_the_call(self):
-        for code in (KEYWORDS, LISTS, IMPOSTORS, IMPORTS):
+    def test_calls_that_spoil_themselves(self):
+        for code in (KEYWORDS, LISTS, IMPOSTORS, IMPORTS, RANDOM_CALLS, DROPPED):
             with self.subTest(code[:60]):
                 self.run_alone(code)
 

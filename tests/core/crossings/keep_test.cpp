@@ -5,77 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "core/crossings/reduce_crossings.hpp"
 #include "tests/core/random_graphs.hpp"
 
 namespace quillan::vorn_layered::testing {
 namespace {
-
-// Dummies by their wires' names, nodes by their own.
-std::vector<std::string> order_of(LGraph& graph, std::int32_t layer) {
-  graph.options.crossing_strategy = "KEEP";
-  reduce_crossings(graph);
-  std::vector<std::string> names;
-  for (const LNode* node : graph.layers[layer]) {
-    const std::string id = node->id.str();
-    names.push_back(node->is_dummy() ? id.substr(6, id.find('#') - 6) : id);
-  }
-  return names;
-}
-using Names = std::vector<std::string>;
-
-// A wire e0 from s to t and a column of nodes in between, all 20 high, at these places.
-struct Column : TestGraph {
-  Column(double source, double target, std::initializer_list<double> places, int wires = 1) {
-    put("s", source);
-    put("t", target);
-    for (int i = 0; i < wires; ++i) put_edge({0, 1});
-    std::int32_t next = 0;
-    for (const double place : places) {
-      put(numbered("n", next++), place);
-      put_edge({0, static_cast<std::int32_t>(nodes.size()) - 1});
-      put_edge({static_cast<std::int32_t>(nodes.size()) - 1, 1});
-    }
-    options.layering_strategy = "LONGEST_PATH";
-    assign_layers(*this);
-  }
-  void put(const std::string& id, double place) {
-    LNode* node = put_node(id, 10.0, 20.0, 1, 1);
-    node->has_origin_x = node->has_origin_y = true;
-    node->origin_y = place;
-  }
-};
-
-TEST(Keep, ADummyTakesTheNearestRoomThatIsLeft) {
-  // One dummy needs 24 between two nodes, and every further one 10.
-  Column exact(0, 100, {0, 44, 88});
-  EXPECT_EQ(order_of(exact, 1), (Names{"n0", "n1", "e0", "n2"}));
-  Column tight(0, 100, {0, 43.9, 87.8});
-  EXPECT_EQ(order_of(tight, 1), (Names{"n0", "n1", "n2", "e0"}));
-  Column level(40, 40, {0, 44, 90});
-  EXPECT_EQ(order_of(level, 1), (Names{"n0", "e0", "n1", "n2"}));
-  Column two(0, 100, {0, 44, 98}, 3);
-  EXPECT_EQ(order_of(two, 1), (Names{"n0", "e0", "n1", "e1", "e2", "n2"}));
-}
-
-// 29 apart, nodes need a dummy between them, or one of them has to move.
-TEST(Keep, ADummyGoesBetweenNodesThatStandNearEachOther) {
-  Column near(0, 0, {0, 60, 109}, 2);
-  EXPECT_EQ(order_of(near, 1), (Names{"e0", "n0", "n1", "e1", "n2"}));
-}
-
-TEST(Keep, NodesGoByTheirMiddlesAndTheUnplacedByTheirWires) {
-  Column overlapping(0, 0, {0, 60, 30});
-  overlapping.nodes[3]->height = 10.0;
-  overlapping.nodes[4]->height = 80.0;
-  EXPECT_EQ(order_of(overlapping, 1), (Names{"e0", "n0", "n1", "n2"}));
-  Column unplaced(70, 30, {0, 60, 90});
-  unplaced.nodes[4]->has_origin_y = false;
-  EXPECT_EQ(order_of(unplaced, 1), (Names{"n0", "e0", "n2", "n1"}));
-}
 
 // No more dummies between two nodes than fit there, and nodes in the order of their middles.
 TEST(Keep, NoNodeHasToMove) {

@@ -50,19 +50,6 @@ Numbers naive_greedy(const LGraph& graph) {
   return head;
 }
 
-TEST(Sequences, InteractiveSortsByFlowThenCrossThenId) {
-  TestGraph graph({"a9", "a10", "b", "c"}, {});
-  const std::vector<Point> spots = {{50.0, 5.0}, {50.0, 5.0}, {50.0, -5.0}, {-1.0, 0.0}};
-  for (std::size_t i = 0; i < 4; ++i) {
-    graph.nodes[i]->has_origin_x = graph.nodes[i]->has_origin_y = true;
-    graph.nodes[i]->origin_x = spots[i].x;
-    graph.nodes[i]->origin_y = spots[i].y;
-  }
-  EXPECT_EQ(list(_sequence_interactive(graph)), (Numbers{3, 2, 1, 0}));
-  graph.nodes[3]->has_origin_x = graph.nodes[0]->has_origin_x = false;  // count as 0.0
-  EXPECT_EQ(list(_sequence_interactive(graph)), (Numbers{3, 0, 2, 1}));
-}
-
 TEST(Sequences, GreedyEqualsFullScans) {
   Random random(3);
   for (int round = 0; round < 4000; ++round) {
@@ -70,31 +57,6 @@ TEST(Sequences, GreedyEqualsFullScans) {
     fill_random(graph, random, random_shape(random, 30));
     ASSERT_EQ(list(_sequence_greedy(graph)), naive_greedy(graph)) << "round " << round;
   }
-}
-
-TEST(BreakCycles, FlipsWhatPointsBackwardsInTheChosenSequence) {
-  const auto flips = [](const char* strategy, bool placed) {
-    TestGraph graph({"a", "b", "c", "d"}, {{0, 1}, {1, 0}, {2, 3}, {3, 2}, {1, 2}});
-    for (LNode* node : graph.nodes) {
-      node->has_origin_x = node->has_origin_y = placed;
-      node->origin_x = -node->position;
-    }
-    graph.options.cycle_breaking_strategy = strategy;
-    break_cycles(graph);
-    std::vector<bool> reversed;
-    for (const LEdge* edge : graph.edges) {
-      EXPECT_EQ(graph.caller_edges[edge->caller_edge].reversed, edge->reversed);
-      EXPECT_EQ(edge->source->side, edge->reversed ? PortSide::WEST : PortSide::EAST);
-      reversed.push_back(edge->reversed);
-    }
-    return reversed;
-  };
-  const std::vector<bool> greedy = {true, false, false, true, false};
-  EXPECT_EQ(flips("GREEDY", true), greedy);
-  EXPECT_EQ(flips("depth_first", true), greedy);
-  EXPECT_EQ(flips("INTERACTIVE", false), greedy);
-  EXPECT_EQ(flips("DEPTH_FIRST", true), (std::vector<bool>{false, true, false, true, false}));
-  EXPECT_EQ(flips("INTERACTIVE", true), (std::vector<bool>{true, false, true, false, true}));
 }
 
 }  // namespace

@@ -192,28 +192,6 @@ void draw(Random& random, std::int32_t count, std::int32_t edge_count, Edges& ed
   }
 }
 
-TEST(NetworkSimplex, WorkedExampleStepByStep) {
-  const Edges edges = {{3, 5}, {0, 4}, {1, 2}, {0, 3}, {1, 4}, {4, 5}, {2, 3}};
-  const Numbers ranks = {0, 0, 1, 2, 1, 3};
-  Arena arena;
-  _NetworkSimplex simplex(6, edges, ranks, arena);
-  simplex._feasible_tree();
-  EXPECT_EQ(flags(simplex.in_tree), (Flags{true, true, true, false, true, false, true}));
-  simplex._number_tree();
-  simplex._compute_cut_values();
-  ASSERT_EQ(simplex._leave_edge(), 4);
-  ASSERT_EQ(simplex._enter_edge(4), 3);
-  EXPECT_EQ(simplex.slack(3), 1);
-  simplex._exchange(4, 3);
-  EXPECT_EQ(simplex._leave_edge(), -1);
-  EXPECT_EQ(list(simplex.rank), (Numbers{0, -1, 0, 1, 1, 2}));
-  EXPECT_EQ(flags(simplex.in_tree), (Flags{true, true, true, true, false, false, true}));
-  EXPECT_EQ(list(simplex.cut), (Numbers{2, 1, 2, 1, 0, 0, 2}));
-  EXPECT_EQ(list(simplex.lim), (Numbers{6, 3, 4, 5, 1, 2}));
-  EXPECT_EQ(list(simplex.low), (Numbers{1, 3, 3, 2, 1, 2}));
-  EXPECT_EQ(list(simplex.parent_edge), (Numbers{-1, 2, 6, 3, 1, 0}));
-}
-
 TEST(NetworkSimplex, EqualsPivotingFromScratch) {
   Random random(4);
   Edges edges;
@@ -303,31 +281,6 @@ TEST(LeastLength, FindsTheLeastCost) {
     }
     ASSERT_EQ(cost(edges, solver.rank), least) << "round " << round;
   }
-}
-
-TEST(LeastLength, SpansWhatNetworkSimplexDoesWithoutACap) {
-  Random random(7);
-  int compared = 0;
-  Edges edges;
-  Numbers ranks;
-  for (int round = 0; round < 200; ++round) {
-    const std::int32_t count = random.between(2, 60);
-    draw(random, count, random.between(count, count * 3), edges, ranks);
-    std::vector<Weighted> weighted;
-    for (const auto [tail, head] : edges) weighted.push_back(Weighted::at_least(tail, head, 1, 1));
-    Arena arena;
-    LeastLength<std::int32_t> solver(count, weighted, ranks, arena);
-    solver.solve();
-    Naive naive{edges, ranks};
-    naive.solve();
-    while (naive.pivot()) continue;
-    if (std::find(naive.visited.begin(), naive.visited.end(), false) != naive.visited.end()) {
-      continue;  // it moves only what hangs together with the first node
-    }
-    ++compared;
-    ASSERT_EQ(cost(weighted, solver.rank), cost(weighted, naive.rank)) << "round " << round;
-  }
-  EXPECT_GT(compared, 50);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "core/crossings/reduce_crossings.hpp"
 #include "core/placement/brandes_koepf.hpp"
-#include "tests/core/random_graphs.hpp"
+#include "tests/core/random_payloads.hpp"
 
 namespace quillan::vorn_layered::testing {
 namespace {
@@ -123,11 +123,6 @@ TEST(Compaction, ReplayEqualsSweepsOnRandomBlocks) {
   const Draw tolerances = [](Random& random) { return random.below(9) * 2.5e-10; };
   EXPECT_LT(fallbacks(tolerances, false, 20000, 1), 200);
   record("fallbacks_cyclic", fallbacks(signed_decimal, true, 4000));
-}
-
-double absurd(Random& random) {
-  return random.pick({HUGE_VAL, -HUGE_VAL, std::nan(""), 1e308, -1e308, 1e22, -1e22, 3e18, -3e18,
-                      1e17, -1e17, 1e10, -1e10, 2e7, 5e-324, 1e-9, 1e-10});
 }
 
 TEST(Compaction, AbsurdNumbersLeaveNothingToTheSweeps) {

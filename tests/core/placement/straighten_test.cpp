@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "core/crossings/reduce_crossings.hpp"
-#include "core/placement/fit_in_order.hpp"
 #include "core/placement/place_nodes.hpp"
 #include "core/vorn_layered.hpp"
 #include "tests/core/random_graphs.hpp"
@@ -24,30 +23,6 @@ double weighted_length(const LGraph& graph) {
     sum += SEGMENT_WEIGHTS[dummies] * std::abs(edge->source->y() - edge->target->y());
   }
   return sum;
-}
-
-TEST(FitInOrder, PoolsWhatWouldOverlapAtItsWeightedMean) {
-  Arena arena;
-  const std::vector<Wish> wishes = {
-      {0, 1, 99}, {100, 1, 10}, {90, 3, 10}, {95, 1, 5}, {300, 1, 10}};
-  std::vector<double> places(wishes.size());
-  fit_in_order(wishes, places, arena);
-  // The middle three as one: (100 + 3 (90 - 10) + (95 - 15)) / 5.
-  EXPECT_EQ(places, (std::vector<double>{0, 84, 94, 99, 300}));
-}
-
-TEST(PlaceByNetworkSimplex, LinesUpPortsAndBendsLongEdgesLast) {
-  // b stands in the way of the long edge from a to d, which has the dummy c.
-  TestGraph graph({"a", "b", "c", "d"}, {{0, 1, 0, 0}, {0, 2, 1, 0}, {2, 3, 0, 1}}, 2);
-  graph.make_dummies({2});
-  for (LPort& port : graph.ports[2].in) port.offset = 0.0;
-  for (LPort& port : graph.ports[2].out) port.offset = 0.0;
-  graph.set_layers({{0}, {1, 2}, {3}});
-  graph.options.placement_strategy = "NETWORK_SIMPLEX";
-  place_nodes(graph);
-  EXPECT_DOUBLE_EQ(graph.edges[1]->source->y(), graph.edges[1]->target->y());
-  EXPECT_DOUBLE_EQ(graph.edges[2]->source->y(), graph.edges[2]->target->y());
-  EXPECT_DOUBLE_EQ(graph.nodes[2]->y - graph.nodes[1]->y, 40.0 + 12.0);
 }
 
 // No node, and no row of nodes that touch one another, can be moved on its own to lower the length.
@@ -125,32 +100,6 @@ TEST(PlaceInteractive, LeavesAFinishedDrawingWhereItIs) {
     still += dummies ? 0 : 1;
   }
   EXPECT_GT(still, 50);
-}
-
-TEST(PlaceInteractive, ANodeBetweenTwoColumnsMovesTheSecondAlongTheFlowOnly) {
-  // a, b | c, d with n set between; d follows none of the first column.
-  TestGraph graph({"a", "b", "c", "d", "n"}, {{1, 2}, {0, 4}, {4, 2}});
-  const std::vector<std::pair<double, double>> seen = {
-      {0, 0}, {0, 90}, {200, 10}, {200, 120}, {100, 5}};
-  for (std::size_t i = 0; i < seen.size(); ++i) {
-    graph.nodes[i]->has_origin_x = graph.nodes[i]->has_origin_y = true;
-    graph.nodes[i]->origin_x = seen[i].first;
-    graph.nodes[i]->origin_y = seen[i].second;
-  }
-  keep_still(graph.options);
-  graph.options.edge_routing = "POLYLINE";
-  run_phases(graph);
-  Numbers layers;
-  std::vector<double> xs;
-  std::vector<double> ys;
-  for (std::size_t i = 0; i < seen.size(); ++i) {
-    layers.push_back(graph.nodes[i]->layer);
-    xs.push_back(graph.nodes[i]->x - 24.0);
-    ys.push_back(graph.nodes[i]->y - 24.0);
-  }
-  EXPECT_EQ(layers, (Numbers{0, 0, 2, 2, 1}));
-  EXPECT_EQ(xs, (std::vector<double>{0, 0, 400, 400, 200}));
-  EXPECT_EQ(ys, (std::vector<double>{0, 90, 10, 120, 5}));
 }
 
 }  // namespace

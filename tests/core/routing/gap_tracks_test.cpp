@@ -132,15 +132,5 @@ TEST(GapTracks, WiresOfSingleUnalignedPortsCrossAsTheirPortsDo) {
   }
 }
 
-TEST(GapTracks, SplitsOneOfTwoWiresThatExchangeHeights) {
-  const std::vector<Wire> wires = {{0.0, 100.0, 0, 1}, {100.0, 0.0, 1, 0}};
-  Arena arena;
-  GapTracks gap(kClearance, arena);
-  gap.run(wires, std::vector<double>{0.0, 100.0, 100.0, 0.0});
-  EXPECT_EQ(gap.wires().size(), 3U);
-  EXPECT_EQ(gap.most_tracks(), 3);
-  EXPECT_EQ(draw(wires).crossings, 1);
-}
-
 }  // namespace
 }  // namespace quillan::vorn_layered::testing

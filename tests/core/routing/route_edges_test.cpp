@@ -138,19 +138,5 @@ TEST(RouteEdges, EqualsAddingEachWideningToEveryLaterLayer) {
   EXPECT_GT(most_layers, 130);  // more than two blocks of layers
 }
 
-TEST(RouteEdges, OtherStrategiesOnlyRemoveBends) {
-  TestGraph graph({"a", "b"}, {{0, 1}});
-  graph.set_layers({{0}, {1}});
-  graph.nodes[1]->y = 100.0;
-  route_edges(graph);
-  ASSERT_EQ(graph.edges[0]->bend_points.size(), 2U);
-  const double x = graph.nodes[1]->x;
-  graph.options.edge_routing = "POLYLINE";
-  graph.options.spacing_edge_node = 1000.0;
-  route_edges(graph);
-  EXPECT_TRUE(graph.edges[0]->bend_points.empty());
-  EXPECT_EQ(graph.nodes[1]->x, x);
-}
-
 }  // namespace
 }  // namespace quillan::vorn_layered::testing
