@@ -3,8 +3,8 @@
     python3 examples/option_pictures.py            # write docs/pictures/*.svg
     python3 examples/option_pictures.py --check    # only compare with what is there
 
-The pictures show what the engine does today: `--check` ends with status 1 if one of them, drawn
-anew, would differ. White marks measure an option, in canvas units.
+The pictures show what the engine does as it is: `--check` ends with status 1 if one of them, drawn
+again, would differ. Marks measure an option, in canvas units.
 """
 
 from __future__ import annotations
@@ -137,7 +137,7 @@ def direction() -> Panels:
 
 
 def interactive() -> Panels:
-    """The user's arrangement forgotten and kept."""
+    """The user's arrangement, ignored and kept."""
     users = graph("S>C>T S>B>T S>A>T D>T",
                   {"S": (0, 100), "C": (130, 10), "B": (130, 100), "A": (130, 190),
                    "D": (0, 310), "T": (280, 100)})
@@ -146,7 +146,7 @@ def interactive() -> Panels:
 
 
 def interactive_crossing() -> Panels:
-    """An order of the user's that has crossings, what the sweeps make of it, and kept."""
+    """An order of the user's with crossings, what the sweeps make of it, and the order kept."""
     crossed = graph("A>C A>D A>E B>D",
                     {"A": (0, 40), "B": (0, 130), "C": (150, 100), "D": (150, 0),
                      "E": (150, 190)})
@@ -155,7 +155,7 @@ def interactive_crossing() -> Panels:
 
 
 def interactive_places() -> Panels:
-    """A node set into a wire, and what moves."""
+    """A node inserted into a wire, and what moves."""
     users = graph("S>A>T S>B>T S>N N>T",
                   {"S": (0, 60), "A": (116, 0), "B": (116, 160), "T": (232, 60), "N": (70, 82)})
     kept = {"crossing_strategy": "KEEP", "placement_strategy": "INTERACTIVE"}

@@ -36,7 +36,9 @@ LIGHT = {CANVAS: "#fbfcfe", DOT: "#dde2ea", EDGE: "#d3d9e3", CARD: "#edf1f6", OU
                             "#8a7a00", "#c2531f", "#4658d8", "#5b8a10", "#b03aa8", "#1380b5")))}
 
 HEADER = 30.0  # height of a header that holds the label
-LABEL_SIZE, NAME_SIZE = 19.0, 13.0
+LABEL_SIZE = 19.0
+NAME_SIZES = 13.0, 18.0  # from and to: ports stand 20 or more apart
+NAME_PIXELS, LEAST_PIXELS = 9.5, 8.0  # of a port's name, and below which it is left out
 STRIP = 12.0  # height of a header that doesn't
 READABLE = 0.42  # pixels a unit from which on labels fit into headers
 MARGIN, CAPTION, GAP = 28.0, 30.0, 16.0  # pixels: around a drawing, above it, between panels
@@ -223,19 +225,22 @@ def draw_wires(groups: Iterable[Sequence[Wire]], scale: float) -> list[str]:
     return [*out, "</g>"]
 
 
-def draw_box(box: Box, direction: str, scale: float) -> list[str]:
-    """The card of a node: header strip, label, ports and, where there is room, their names."""
+def draw_box(box: Box, direction: str, scale: float, titled: bool) -> list[str]:
+    """The card of a node: header strip, label, ports and, where there is room, their names.
+
+    The label is in the header only if the picture is `titled` and there is room for it.
+    """
     ports = box.ports[INPUT] + box.ports[OUTPUT]
     # Ports on the top side, or high up on the others, would stand in a header's label.
     first = min((port.at[1] - box.y for port in ports), default=box.height)
-    titled = scale >= READABLE and direction in ("RIGHT", "LEFT") and first >= HEADER + 4
+    titled = titled and scale >= READABLE and first >= HEADER + 4
     strip = min(HEADER if titled else STRIP, box.height / 2)
     colour = next((port.colour for port in box.ports[OUTPUT] if port.colour != IDLE), IDLE)
     out = ["<g>", card(box, strip, colour, titled)]
     if titled:
         label, size = fitted(box.label, box.width - 24, LABEL_SIZE, 13)
         out.append(text(label, box.x + 12, box.y + strip / 2, size, LABEL, weight=600))
-        out += port_names(box, direction)
+        out += port_names(box, direction, scale)
     else:
         out += middle_label(box, strip, scale)
     radius = clamp(4 / scale, 5.5, 8)
@@ -265,17 +270,19 @@ def middle_label(box: Box, strip: float, scale: float) -> list[str]:
             for i, line in enumerate(lines)]
 
 
-def port_names(box: Box, direction: str) -> list[str]:
+def port_names(box: Box, direction: str, scale: float) -> list[str]:
     """The names beside the ports. A side gets what the other one leaves it, at least half."""
     room = box.width - 34
+    wanted, least = (clamp(pixels / scale, *NAME_SIZES) for pixels in (NAME_PIXELS, LEAST_PIXELS))
     out = []
     for side, other in ((INPUT, OUTPUT), (OUTPUT, INPUT)):
         inward = 1 if (side == INPUT) == (direction == "RIGHT") else -1
-        taken = max((text_width(port.name) for port in box.ports[other]), default=0) * NAME_SIZE
+        taken = max((text_width(port.name) for port in box.ports[other]), default=0) * least
         for port in box.ports[side]:
-            name, size = fitted(port.name, max(room - taken, room / 2), NAME_SIZE, NAME_SIZE - 2)
-            out.append(text(name, port.at[0] + 13 * inward, port.at[1], size, NAME,
-                            "start" if inward > 0 else "end"))
+            name, size = fitted(port.name, max(room - taken, room / 2), wanted, least)
+            if name == port.name:
+                out.append(text(name, port.at[0] + 13 * inward, port.at[1], size, NAME,
+                                "start" if inward > 0 else "end"))
     return out
 
 
@@ -341,6 +348,9 @@ def draw_panel(arrangement: Arrangement, rect: tuple[float, float, float, float]
         out.append(text(caption, x + 20, y + 26, size, NAME, weight=500))
     out.append(f'<g transform="translate({xy(*shift)}) scale({scale:.5f})">')
     out += draw_wires(arrangement.wires, scale)
+    # Where no port has a name, all labels are in the middle, for some nodes have no room above.
+    titled = arrangement.direction in ("RIGHT", "LEFT") and any(
+        port.name for box in arrangement.boxes for ports in box.ports.values() for port in ports)
     for box in arrangement.boxes:
-        out += draw_box(box, arrangement.direction, scale)
+        out += draw_box(box, arrangement.direction, scale, titled)
     return [*out, "</g>"]
