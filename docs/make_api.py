@@ -30,7 +30,7 @@ The [guide](guide.md) explains the same step by step.
 from quillan.core.vorn_layered import layout
 ```
 """
-FIELDS = re.compile(r"^(\w+(?:, \w+)*): ", re.MULTILINE)
+FIELD = re.compile(r"\w+: ")
 
 
 def doc_of(items: list[ast.stmt], place: int) -> str | None:
@@ -79,22 +79,9 @@ def blocks(text: str) -> Iterator[str]:
             yield f"*{label[1]}:* {escaped(part[label.end():])}" if label else escaped(part)
 
 
-def meanings(text: str) -> dict[str, str]:
-    """What a docstring says of fields, in lines such as "x, y: the near corner"."""
-    found = {}
-    for part in text.split("\n\n"):
-        if not FIELDS.match(part) or part.startswith(("Reads: ", "Writes: ")):
-            continue
-        pieces = FIELDS.split(part)[1:]
-        for names, meaning in zip(pieces[::2], pieces[1::2]):
-            for name in names.split(", "):
-                found[name] = " ".join(meaning.split())
-    return found
-
-
 def without_fields(text: str) -> str:
     """The docstring without the part that tells of the fields, for which there is a table."""
-    return "\n\n".join(part for part in text.split("\n\n") if not FIELDS.match(part))
+    return "\n\n".join(part for part in text.split("\n\n") if not FIELD.match(part))
 
 
 def signature(item: ast.FunctionDef) -> str:
@@ -124,24 +111,21 @@ def default_of(item: ast.AnnAssign) -> str:
 
 def class_text(item: ast.ClassDef) -> Iterator[str]:
     """A class: its docstring, its fields or values, its properties and methods."""
-    text = documented(item)
-    told = meanings(text)
-    yield from blocks(without_fields(text))
+    yield from blocks(without_fields(documented(item)))
     values = [entry for entry in item.body if isinstance(entry, ast.Assign)]
     if values:
         yield "Values: " + ", ".join(f"`{ast.unparse(entry.targets[0])}`" for entry in values) + "."
-    fields = [entry for entry in item.body if isinstance(entry, ast.AnnAssign)]
+    fields = [(place, entry) for place, entry in enumerate(item.body)
+              if isinstance(entry, ast.AnnAssign)]
     if fields:
         rows = ["| Field | Type | Default | |", "|---|---|---|---|"]
-        for entry in fields:
+        for place, entry in fields:
             name = ast.unparse(entry.target)
             kind = ast.unparse(entry.annotation).replace("_DirectionField", "Direction | str")
             default = default_of(entry).replace("`...`", "`Direction.RIGHT`")
             kind = kind.replace("|", "\\|")
-            rows.append(f"| `{name}` | `{kind}` | {default} | {escaped(told.pop(name))} |")
+            rows.append(f"| `{name}` | `{kind}` | {default} | {escaped(doc_of(item.body, place) or '')} |")
         yield "\n".join(rows)
-    if told:
-        raise SystemExit(f"{item.name} has no field {', '.join(told)}")
     lines = []
     for method in (entry for entry in item.body if isinstance(entry, ast.FunctionDef)):
         if not method.name.startswith("__"):

@@ -1,10 +1,10 @@
-"""Lay out real node graphs and draw them beside the arrangement that their author made.
+"""Lay out real node graphs and draw them next to their authors' own arrangements.
 
     python3 examples/demo.py [--out build/demo] [graph.json ...]
 
-Prints one line a graph and writes an SVG a graph, a before-and-after picture a graph, and an
-index.html with all of them. A graph file holds {"nodes": [...], "edges": [...]}, the mappings that
-go into `layout`, with a `label` a node.
+For each graph it prints a line and writes an SVG and a before-and-after picture; index.html shows all
+of them. A graph file contains {"nodes": [...], "edges": [...]}, the mappings that go into `layout`, with
+a `label` for each node.
 """
 
 from __future__ import annotations
@@ -28,8 +28,8 @@ from quillan.core.vorn_layered import LayoutOptions, layout
 Point = tuple[float, float]
 Mappings = list[dict[str, Any]]
 
-CALLS = 9  # of layout for one graph; the median is printed
-README_WIDTH = 1000  # pixels that a README has for a picture, or a little more
+CALLS = 9  # calls of layout for one graph; the median time is printed
+README_WIDTH = 1000  # pixels that a README has room for, or a little more
 INDEX_WIDTH = 1640
 
 INDEX = """<!DOCTYPE html>
@@ -54,7 +54,7 @@ routes; dashed wires run against the flow. Both in one scale.</p>
 
 @dataclass(frozen=True)
 class Result:
-    """What became of one graph: its pictures, and the numbers of its line."""
+    """The result for one graph: its pictures, and the numbers on its line."""
 
     name: str
     nodes: int
@@ -66,7 +66,7 @@ class Result:
 
     @property
     def panels(self) -> list[Arrangement]:
-        """The pictures that there are, the author's first."""
+        """The pictures, the author's first if there is one."""
         return [self.after] if self.before is None else [self.before, self.after]
 
 
@@ -74,7 +74,7 @@ def facing(nodes: Mappings, direction: str) -> Mappings:
     """The nodes as an editor shows them when the flow runs in `direction`.
 
     The graphs were measured with their ports on the left and right sides. When the flow runs down
-    or up, ports stand on the top and bottom sides, spread over the width of the node.
+    or up, ports are on the top and bottom sides, spread over the width of the node.
     """
     if direction in ("RIGHT", "LEFT"):
         return nodes
@@ -83,13 +83,13 @@ def facing(nodes: Mappings, direction: str) -> Mappings:
 
 
 def spread(ports: Sequence[Mapping[str, Any]], width: float) -> Mappings:
-    """The ports with even offsets over the width."""
+    """The ports, spread evenly over the width."""
     step = width / (len(ports) + 1)
     return [{**port, "offset": step * (i + 1)} for i, port in enumerate(ports)]
 
 
 def author_arrangement(nodes: Mappings, edges: Mappings) -> Arrangement | None:
-    """The graph as its file has it, or nothing if a node has no position."""
+    """The graph as it is in its file, or None if a node has no position."""
     if any(node.get(key) is None for node in nodes for key in ("x", "y")):
         return None
     positions = {str(node["id"]): (float(node["x"]), float(node["y"])) for node in nodes}
@@ -98,7 +98,7 @@ def author_arrangement(nodes: Mappings, edges: Mappings) -> Arrangement | None:
 
 
 def wires_behind(arrangement: Arrangement) -> str:
-    """How many wires pass behind nodes, in words. Those against the flow do not count."""
+    """How many wires run behind nodes, in words. Those against the flow do not count."""
     wires = [wire for group in arrangement.wires for wire in group if not wire.returning]
     hidden = sum(any(passes_behind(a, b, box) for a, b in pairwise(wire.points)
                      for box in arrangement.boxes) for wire in wires)
@@ -109,7 +109,7 @@ def passes_behind(a: Point, b: Point, box: Box) -> bool:
     """Whether the straight line from a to b meets the inside of the box."""
     enters, leaves = 0.0, 1.0
     for start, end, low, size in ((a[0], b[0], box.x, box.width), (a[1], b[1], box.y, box.height)):
-        # A wire touches its own nodes at their ports; half a unit keeps that from counting.
+        # A wire touches its own nodes at their ports; a margin of half a unit keeps that from counting.
         bounds = (low + 0.5 - start, low + size - 0.5 - start)
         if end == start:
             if not bounds[0] < 0 < bounds[1]:

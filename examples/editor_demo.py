@@ -35,7 +35,7 @@ FRAME_MARGIN = 40.0  # scene units around the drawing when the view is fitted to
 
 
 class DemoItem(NodeItem):
-    """A node's item that keeps its texts where NodeGraphQt finds them too small to draw."""
+    """A node's item that still shows its texts when NodeGraphQt would find them too small."""
 
     def __init__(self, name: str = "node", parent: Any = None) -> None:
         super().__init__(name, parent)
@@ -43,7 +43,7 @@ class DemoItem(NodeItem):
 
 
 class DemoNode(BaseNode):
-    """A node without ports of its own; the loaded graph says which it has."""
+    """A node without predefined ports; the loaded graph says which it has."""
 
     __identifier__ = "demo"
     NODE_NAME = "node"
@@ -60,19 +60,19 @@ def graph_names() -> list[str]:
 def load_graph(graph: NodeGraph, data: Mapping[str, Any]) -> None:
     """Replace what `graph` shows by the nodes and edges of `data`.
 
-    `data` is a graph file's content, in the format that `layout` takes with a `label` for every
+    `data` is the content of a graph file, in the format that `layout` takes, with a `label` for every
     node. Sizes are left to NodeGraphQt, which derives them from titles and ports.
     """
     graph.clear_session()
-    # With this switch on, every connection starts a search for cycles that remembers no node it
-    # has seen: it never ends once there is a cycle that misses the node it started from.
+    # With this switch on, every connection starts a search for cycles that does not remember where
+    # it has been: it never ends if there is a cycle that does not contain the node it started from.
     graph.set_acyclic(False)
     nodes: dict[str, BaseNode] = {}
     for item in data["nodes"]:
         node = graph.create_node(
             "demo.DemoNode", name=item.get("label") or f"node {item['id']}", selected=False,
             pos=(item.get("x", 0.0), item.get("y", 0.0)), push_undo=False)
-        node.set_port_deletion_allowed(True)  # Without it a session forgets such ports.
+        node.set_port_deletion_allowed(True)  # Without this, a session forgets such ports.
         for name in _port_names(item.get("input_ports")):
             node.add_input(name, multi_input=True)
         for name in _port_names(item.get("output_ports")):
@@ -136,15 +136,15 @@ class Editor(QtWidgets.QMainWindow):
         self.frame()
 
     def set_direction(self, name: str) -> None:
-        """Turn the canvas; the nodes stay until the next tidy."""
+        """Turn the canvas; the nodes stay where they are until the next tidy."""
         set_direction(self.graph, name)
 
     def tidy(self) -> None:
-        """Lay out the selected nodes, or all, afresh."""
+        """Lay out the selected nodes, or all, from scratch."""
         self._tidy(LayoutOptions())
 
     def tidy_interactive(self) -> None:
-        """Lay out the selected nodes, or all, in the order in which they stand."""
+        """Lay out the selected nodes, or all, keeping their arrangement."""
         self._tidy(LayoutOptions(interactive=True))
 
     def frame(self) -> None:
@@ -188,7 +188,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
         editor.tidy()
     editor.show()
     app.processEvents()
-    editor.frame()  # Again: only now has the window its size.
+    editor.frame()  # Again, since only now does the window have its size.
     if chosen.screenshot is None:
         return app.exec()
     if not editor.grab().save(str(chosen.screenshot)):

@@ -1,9 +1,9 @@
 """Lay out a canvas block by block: each backdrop by itself, then the blocks with the free nodes.
 
-A backdrop with what it holds is one block. Blocks are laid out from the innermost to the outermost;
-seen from outside a block is a node whose ports lie where its wires leave it. So what a backdrop
-holds stays together, no other node comes in, and backdrops that were apart stay apart. It costs
-crossings: the order inside a block is chosen without regard to what its outer wires do.
+A backdrop and its contents are one block. Blocks are laid out from the innermost to the outermost;
+seen from outside, a block is a node whose ports lie where its wires leave it. So the contents of a
+backdrop stay together, no other node gets in, and backdrops that were apart stay apart. This costs
+crossings: the order inside a block is chosen without regard to where its outer wires go.
 """
 
 from __future__ import annotations
@@ -23,7 +23,7 @@ Ways = dict[int, list[Point]]  # by the index of the wire
 
 @dataclass
 class Block:
-    """A backdrop and what it holds directly; the whole canvas is one without a backdrop."""
+    """A backdrop and its direct contents; the whole canvas is a block without a backdrop."""
 
     frame: int | None
     boxes: list[int] = field(default_factory=list)
@@ -41,7 +41,7 @@ class Block:
 
 @dataclass
 class Drawing:
-    """Where a block's boxes, backdrops and wires come to lie."""
+    """Where a block's boxes, backdrops and wires are to go."""
 
     rect: Rect
     boxes: dict[int, Rect]
@@ -75,7 +75,7 @@ class Edge:
 
 @dataclass
 class Item:
-    """A node or a block on the level in which it is laid out."""
+    """A node or a block, on the level on which it is laid out."""
 
     key: str
     before: Rect  # where it stands
@@ -86,11 +86,11 @@ class Item:
 
 
 def read_blocks(canvas: Canvas) -> Block:
-    """Who stands in which backdrop: each node and backdrop in the smallest that wholly holds it.
+    """What is in which backdrop: each node and backdrop is in the smallest that fully contains it.
 
-    That is what moves with a backdrop when the user drags it. It is computed here and not asked of
+    That is what moves with a backdrop when the user drags it. It is computed here and not by
     `BackdropNode.nodes()`, which searches the scene's index; NodeGraphQt changes sizes without
-    telling that index, so that after a change of direction it can miss nodes.
+    telling that index, so after a change of direction it can miss nodes.
     """
     frames = [frame.rect for frame in canvas.frames]
     # Of two backdrops with the same rectangle the later holds the other.
@@ -114,20 +114,20 @@ class Arranger:
     canvas: Canvas
     options: LayoutOptions
     gap: float            # between parts without a connection
-    aspect: float         # of the shape to which parts are packed
+    aspect: float         # the shape that parts are packed to
     pinned: frozenset[int]         # boxes that stay where they are
     pinned_frames: frozenset[int]  # backdrops that stay, and all that they hold
-    following: frozenset[int] = frozenset()  # wires drawn along a way that fits and is clear
-    obstacles: Sequence[Rect] = ()  # what the drawing may not cover
+    following: frozenset[int] = frozenset()  # wires whose route fits and is clear
+    obstacles: Sequence[Rect] = ()  # what the drawing must not cover
     accept: Callable[[Rect], bool] = lambda rect: True  # where it may stand otherwise
     centred: bool = False           # the drawing keeps its centre, not its top left corner
 
     def block(self, block: Block, wires: Sequence[int]) -> Drawing:
-        """The drawing of a block. Places are the scene's if something in it is fixed, or in an
-        interactive layout; otherwise they count from anywhere."""
+        """The drawing of a block. Its coordinates are the scene's if something in it is fixed, or in an
+        interactive layout; otherwise their origin is arbitrary."""
         if block.frame is not None and (
                 block.frame in self.pinned_frames or not block.all_boxes()):
-            # An empty backdrop is a note at its place; the others go round it.
+            # An empty backdrop is a note that stays in place; the others go round it.
             return self._standing(block)
         items, edges = self._level(block, wires)
         outside = self.obstacles if block.frame is None else ()
@@ -158,7 +158,7 @@ class Arranger:
         return Drawing(frames[block.frame], boxes, frames, {}, fixed=True)
 
     def _level(self, block: Block, wires: Sequence[int]) -> tuple[list[Item], list[Edge]]:
-        """What stands directly in a block, inner blocks laid out already, and the wires between."""
+        """The direct contents of a block, with inner blocks laid out already, and the wires between."""
         canvas = self.canvas
         place = {box: rank for rank, box in enumerate(block.boxes)}
         for rank, inner in enumerate(block.blocks, len(block.boxes)):
@@ -184,7 +184,7 @@ class Arranger:
 
     def _engine(self, items: Sequence[Item],
                 edges: Sequence[Edge]) -> tuple[list[Rect], Ways]:
-        """The engine's places for some items, and its routes."""
+        """The engine's positions for some items, and its routes."""
         canvas = self.canvas
         inputs: list[dict[Any, float]] = [{} for _ in items]
         outputs: list[dict[Any, float]] = [{} for _ in items]
@@ -233,8 +233,8 @@ class Arranger:
                   outside: Sequence[Rect]) -> tuple[list[Rect], Ways]:
         """Pack the parts, and put what is fixed where it has to be.
 
-        A part with something fixed is moved such that its first fixed item comes to its place; the
-        other fixed items take theirs, and what they meet there goes to the nearest free room.
+        A part with something fixed is moved so that its first fixed item is in its place; the other
+        fixed items take theirs, and whatever is in their way goes to the nearest free room.
         """
         part_of = {item: rank for rank, part in enumerate(parts) for item in part}
         part_ways: list[list[int]] = [[] for _ in parts]
@@ -266,7 +266,7 @@ class Arranger:
                 placed[item] = moved(rects[item], x - rects[item][0], y - rects[item][1])
                 taken.append(placed[item])
         if free:
-            # The free parts as one sheet, where there is room beside what is fixed.
+            # The free parts go as a whole to where there is room beside what is fixed.
             sheet = united(moved(bounds[rank], *steps[rank]) for rank in free)
             dx, dy = self._anchored([(items[item].before, moved(rects[item], *steps[rank]))
                                      for rank in free for item in parts[rank]])
@@ -294,7 +294,7 @@ class Arranger:
         return placed, new_ways
 
     def _anchored(self, pairs: Sequence[tuple[Rect, Rect]]) -> Point:
-        """The step by which what is drawn comes back to where it was."""
+        """The step that takes the drawing back to where it was."""
         before, now = united(pair[0] for pair in pairs), united(pair[1] for pair in pairs)
         if self.centred:
             return ((before[0] + before[2] - now[0] - now[2]) / 2,
@@ -303,7 +303,7 @@ class Arranger:
 
     def _drawing(self, block: Block, items: Sequence[Item], rects: Sequence[Rect],
                  ways: Ways) -> Drawing:
-        """What a level shows, inner blocks moved to their places, and a backdrop around it."""
+        """The drawing of a level, with inner blocks in their places and a backdrop around it."""
         boxes = {item.box: rect for item, rect in zip(items, rects) if item.box is not None}
         whole = Drawing((0.0, 0.0, 0.0, 0.0), boxes, {}, dict(ways),
                         any(item.fixed for item in items))

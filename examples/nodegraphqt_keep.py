@@ -1,10 +1,11 @@
 """Keep an arrangement: move only what has to move.
 
-A drawing whose boxes stand aligned in columns along the flow, with wires between columns only, is
-kept as it stands, and so is one whose wires follow routes that are clear. A box that was dropped on others, or between two columns so that they look like one, gets its
-column from its wires: one that lies between their ends if there is one, at the free place nearest to
-where it was dropped, and otherwise a new one, for which all that lies behind makes just enough room.
-What isn't arranged at all is left to the engine.
+A drawing whose boxes are aligned in columns along the flow, with wires only between columns, is kept as
+it is, and so is one whose wires follow routes that are clear. A box that was dropped on others, or
+between two columns so that they look like one, gets its column from its wires. If there is a column
+between the other ends of its wires, the box goes to the free place in it that is nearest to where it was
+dropped; otherwise it gets a new column, and everything behind makes just enough room for it. A drawing
+that is not arranged at all is left to the engine.
 """
 
 from __future__ import annotations
@@ -16,15 +17,15 @@ from nodegraphqt_room import bridge, moved, nearest_place, overlapping_pairs, ru
 from nodegraphqt_router import LEVEL, Rect
 from quillan.core.vorn_layered import LayoutOptions
 
-# A part counts as arranged if no more than this share of its boxes stands across columns, or if at
-# least that share of its wires already follows ways that are clear.
+# A part counts as arranged if at most this share of its boxes stand across columns, or if at least that
+# share of its wires already follow routes that are clear.
 STRAY_SHARE = 0.15
 FOLLOWING_SHARE = 0.7
-ALIGNED = 1.0  # how far, in scene units, the middle of a box may be off that of its column
+ALIGNED = 1.0  # how far, in scene units, the middle of a box may be from that of its column
 
 
 class Keeper:
-    """The boxes of one level, the wires between them as pairs, and what has to become of them."""
+    """The boxes of one level, the wires between them as pairs, and where the boxes have to go."""
 
     def __init__(self, rects: Sequence[Rect], fixed: Sequence[bool],
                  edges: Sequence[tuple[int, int]], options: LayoutOptions,
@@ -35,7 +36,7 @@ class Keeper:
         self._options = options
         self._following = following
         self._gap = options.spacing_node_node
-        # Boxes that stand closer than this along the flow leave their ports no way out.
+        # Boxes that are closer together than this along the flow leave no way out of their ports.
         self._least = min(options.spacing_edge_node, options.spacing_node_node_between_layers / 2)
         self.parts = _parts(len(rects), edges)
         self._sources: list[list[int]] = [[] for _ in rects]
@@ -46,7 +47,7 @@ class Keeper:
                 self._targets[source].append(target)
 
     def kept(self, lay_out: Callable[[Sequence[int]], list[Rect]]) -> list[Rect]:
-        """New places for all boxes. `lay_out` arranges the boxes of a part afresh."""
+        """New positions for all boxes. `lay_out` arranges the boxes of a part from scratch."""
         strays: list[int] = []
         anew: list[Sequence[int]] = []
         for part in self.parts:
@@ -66,7 +67,7 @@ class Keeper:
         return self.rects
 
     def _strays(self, part: Sequence[int]) -> list[int] | None:
-        """The boxes that stand across columns; None if the part is in no columns at all."""
+        """The boxes that stand across columns; None if the part has no columns at all."""
         left = set(part)
         strays: list[int] = []
         wires = [(source, target) for source, target in self._edges
@@ -90,7 +91,7 @@ class Keeper:
                           if (found := bridge(spans, groups[rank])) is not None), None)
             if place is not None:
                 stray = members[place]
-            else:  # It stands in one column with what it is connected to.
+            else:  # It is in the same column as something that it is connected to.
                 ends = Counter(end for wire in wires if left.issuperset(wire)
                                and column[wire[0]] == column[wire[1]] for end in wire)
                 stray = max(ends, key=lambda index: (ends[index], index))
@@ -102,14 +103,14 @@ class Keeper:
         return strays if own and sum(own) >= FOLLOWING_SHARE * len(own) else None
 
     def _loose(self, column: Sequence[int]) -> int:
-        """How many boxes of a column have their middles off the line in which a layout has them."""
+        """How many boxes of a column have their middles off the common line that a layout gives them."""
         middles = sorted((self.rects[index][0] + self.rects[index][2]) / 2 for index in column)
         line = middles[len(middles) // 2]
         return sum(abs(middle - line) > ALIGNED for middle in middles)
 
     def _lay_out(self, part: Sequence[int], lay_out: Callable[[Sequence[int]], list[Rect]],
                  pending: set[int]) -> None:
-        """Arrange a part afresh, near its corner or where its first fixed box wants it."""
+        """Arrange a part from scratch, at its corner or where its first fixed box requires it."""
         before = [self.rects[index] for index in part]
         now = lay_out(part)
         pin = next((rank for rank, index in enumerate(part) if self._fixed[index]), None)
@@ -127,9 +128,9 @@ class Keeper:
         pending.difference_update(part)
 
     def _intruders(self) -> list[int]:
-        """Boxes without which no two would overlap or stand too close: again and again the one that overlaps most.
+        """Boxes to remove so that no two overlap or are too close: repeatedly the one that overlaps most.
 
-        Among equals it is the last, which is the one that was made last.
+        Of equals it is the last, which is the one that was made last.
         """
         meets_: dict[int, set[int]] = {}
         for one, other in overlapping_pairs([
@@ -150,7 +151,7 @@ class Keeper:
         return found
 
     def _runs_back(self, index: int) -> bool:
-        """True if a wire of this box has to turn back to reach it."""
+        """Whether a wire of this box has to turn back to reach it."""
         left, _, right, _ = self.rects[index]
         return (any(self.rects[source][2] > left - LEVEL for source in self._sources[index])
                 or any(right > self.rects[target][0] - LEVEL for target in self._targets[index]))
@@ -206,7 +207,7 @@ class Keeper:
     def _put_at(self, index: int, x: float, y: float) -> None:
         """Put a box at the free height nearest to `y`, at exactly this x."""
         left, top, right, bottom = self.rects[index]
-        # A bar without width is where a box as wide as this may stand.
+        # A bar without width marks where a box as wide as this may go.
         taken = [(-1.0, other[1], 1.0, other[3]) for other in self._others(index)
                  if other[0] < x + right - left + self._gap and x < other[2] + self._gap]
         place = nearest_place((0.0, bottom - top), (0.0, y), taken, self._gap,

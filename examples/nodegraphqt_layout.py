@@ -1,6 +1,6 @@
 """Tidy a NodeGraphQt graph with the layered layout engine, in one undo step.
 
-Copy the files `nodegraphqt_*.py` beside your editor and call this from a menu or a button:
+Copy the files `nodegraphqt_*.py` into your project and call this from a menu or a button:
 
     from nodegraphqt_layout import tidy
     from quillan.core.vorn_layered import LayoutOptions
@@ -45,8 +45,8 @@ BEST = LayoutOptions(
 # corner rounds; without a tolerance a second tidy would fill the undo stack with invisible steps.
 MOVE_TOLERANCE = 1e-6
 
-FRAME_MARGIN = 12.0  # between a backdrop that had to grow and what it grew for
-FIT_MARGIN = 40.0  # scene units around a drawing to which the view is fitted
+FRAME_MARGIN = 12.0  # between a backdrop that had to grow and what it had to enclose
+FIT_MARGIN = 40.0  # scene units left around a drawing when the view is fitted to it
 
 
 @dataclass(frozen=True)
@@ -54,8 +54,8 @@ class Tidied:
     """What `tidy` did, in scene coordinates.
 
     `positions` maps the id of every node that took part to its new `pos()`. `routes` maps
-    connections to polylines from the output port to the input port. Only a connection whose pipe
-    isn't drawn, or for which there is no way around the nodes, has no route.
+    connections to polylines from the output port to the input port. A connection has no route only
+    if its pipe isn't drawn, or if there is no way around the nodes.
     """
 
     positions: dict[str, Point]
@@ -76,19 +76,19 @@ def tidy(
 
     The drawing stays where it was: the top-left corner of the whole graph keeps its place, and so
     does the centre of a selection if there is room; otherwise the selection goes to the nearest
-    place where it covers nothing. Nodes that were not asked for, nodes that are hidden, nodes that
-    the user can't move, and those in `pinned` (nodes, their ids or their names) don't move. What a
-    backdrop holds stays together in it. Parts without a connection are packed, `component_gap`
-    apart, to the shape of the view. If nothing has to move there is no undo step.
+    place where it covers nothing. These don't move: nodes that are not selected, if only the selection
+    is laid out, nodes that are hidden, nodes that the user can't move, and those in `pinned` (nodes,
+    their ids or their names). The contents of a backdrop stay in it. Unconnected parts are packed,
+    `component_gap` apart, to fit the shape of the view. If nothing has to move, there is no undo step.
 
-    With `options.interactive` the arrangement is kept: only what overlaps, or stands in no column,
-    moves. Without `options` the strategies are those of `BEST`.
+    With `options.interactive`, the arrangement is kept: only nodes that overlap, or that are in no column,
+    move. Without `options`, the strategies are those of `BEST`.
 
     The flow is that of the canvas, to the right or down. With `fit` the view frames the result.
 
-    Raises TypeError or ValueError for unusable options, a direction that the canvas can't draw or
-    a pinned node that isn't there, before anything moves. If a node refuses its move, the nodes
-    moved before it go back and the error goes on.
+    Raises TypeError or ValueError, before anything moves, for unusable options, a direction that the
+    canvas can't draw or a pinned node that doesn't exist. If moving a node fails, the nodes moved
+    before it are put back and the error is passed on.
     """
     options = _effective_options(graph, options, direction)
     with _without_collector():
@@ -141,7 +141,7 @@ def _tidy(graph: NodeGraph, options: LayoutOptions, selected_only: bool, compone
 @contextmanager
 def _without_collector() -> Iterator[None]:
     """Pause Python's cyclic collector: nothing here is garbage yet, and with a thousand nodes on
-    the canvas each of its rounds takes longer than the layout."""
+    the canvas each of its passes takes longer than the layout."""
     enabled = gc.isenabled()
     gc.disable()
     try:
@@ -153,10 +153,10 @@ def _without_collector() -> Iterator[None]:
 
 def _arrange_selection(arranger: Arranger, sheet: Block, rects: list[Rect],
                        frames: list[Rect]) -> tuple[set[int], Ways]:
-    """Lay out what is selected, where it has room, and note it in `rects` and `frames`.
+    """Lay out the selection, where there is room for it, and record it in `rects` and `frames`.
 
-    A backdrop of which everything is selected is part of the selection like a node. Of a backdrop
-    that holds others as well, the selected nodes stay in it.
+    A backdrop whose contents are all selected is part of the selection, like a node. If a backdrop
+    also contains other nodes, the selected ones stay in it.
     """
     canvas = arranger.canvas
     part: set[int] = set()
@@ -183,7 +183,7 @@ def _arrange_selection(arranger: Arranger, sheet: Block, rects: list[Rect],
                  if wire.source in members and wire.target in members]
 
         def in_order(rect: Rect) -> bool:
-            """The backdrops around, grown to hold `rect`, take in nothing that isn't theirs."""
+            """Whether the backdrops around, grown to hold `rect`, include nothing that isn't theirs."""
             for one, frame in _grown(chain, frames, rect):
                 inside = {*one.all_boxes()}
                 if any(meets(frame, other) for index, other in enumerate(rects)
@@ -220,7 +220,7 @@ def _grown(chain: Sequence[Block], frames: Sequence[Rect],
 
 def _pinned(canvas: Canvas,
             pinned: Iterable[NodeObject | str]) -> tuple[frozenset[int], frozenset[int]]:
-    """The boxes and the backdrops that stay: those that were named, or can't be moved."""
+    """The boxes and the backdrops that stay: those that are pinned, or can't be moved."""
     names = {one if isinstance(one, str) else one.id for one in pinned}
     known = set()
     chosen: list[frozenset[int]] = []
@@ -238,7 +238,7 @@ def _pinned(canvas: Canvas,
 
 
 def _change(canvas: Canvas, rects: Sequence[Rect], frames: Sequence[Rect]) -> Change:
-    """What has to be written so that boxes and backdrops come to stand at these places."""
+    """What has to be written so that boxes and backdrops get these positions."""
     moves = {}
     for box, rect in zip(canvas.boxes, rects):
         if _differs(box.rect[:2], rect[:2]):
@@ -281,7 +281,7 @@ def _effective_options(
 
 
 def _fit(graph: NodeGraph) -> None:
-    """Frame what is visible, without making it larger than life."""
+    """Fit the view to what is visible, without magnifying it."""
     bounds = QtCore.QRectF()
     for node in graph.all_nodes():
         if node.view.isVisible():

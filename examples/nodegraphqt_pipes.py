@@ -18,7 +18,7 @@ from nodegraphqt_ways import FIT_TOLERANCE
 CORNER_RADIUS = 8.0  # scene units; the pipe style decides whether corners are round, cut or sharp
 GRAB_WIDTH = 8.0     # width, in scene units, of the band in which the mouse finds a routed pipe
 
-# What a viewer gives a pipe: the routes that it knows for a connection, a detour last.
+# What a viewer gives a pipe: the known routes of a connection, with a detour last.
 KnownRoutes = Callable[[Connection], Sequence[Sequence[Point]]]
 
 
@@ -57,8 +57,8 @@ class RoutedPipe(PipeItem):
 
     def shape(self) -> QtGui.QPainterPath:
         """Where the mouse finds the pipe."""
-        # The shape that Qt makes of a path holds all that the path encloses. A route encloses
-        # whole regions of the canvas, and a click into one would pull the pipe off its port.
+        # The shape that Qt makes of a path is everything that the path encloses. A route encloses
+        # whole regions of the canvas, and a click in one would pull the pipe off its port.
         if self._route is None:
             return super().shape()
         band, reach = QtGui.QPainterPath(), GRAB_WIDTH / 2
@@ -75,7 +75,7 @@ class RoutedPipe(PipeItem):
         super().draw_path(start_port, end_port, cursor_pos)
 
     def _draw_direction_pointer(self) -> None:
-        """Put the arrow into the middle of the route; the base class measures curves for that."""
+        """Put the arrow in the middle of the route; the base class would measure a curve for that."""
         if self._route is None:
             super()._draw_direction_pointer()
             return
@@ -90,10 +90,10 @@ class RoutedPipe(PipeItem):
         self._dir_pointer.setVisible(True)
 
     def _fitting_route(self, routes: Sequence[Sequence[Point]]) -> Sequence[Point] | None:
-        """A known route between the ports, moved along if both have moved alike."""
+        """A known route between the ports, moved with them if both have moved by the same step."""
         start, end = _centre(self.output_port), _centre(self.input_port)
         moved = None
-        for route in reversed(routes):  # A detour goes before what it takes the place of.
+        for route in reversed(routes):  # A detour takes precedence over the route that it replaces.
             dx, dy = start[0] - route[0][0], start[1] - route[0][1]
             if (abs(end[0] - route[-1][0] - dx) > FIT_TOLERANCE
                     or abs(end[1] - route[-1][1] - dy) > FIT_TOLERANCE):
@@ -117,7 +117,7 @@ def rounded_path(points: Sequence[Point], radius: float, cut: bool = False) -> Q
     corners = _corners(points)
     path = QtGui.QPainterPath(QtCore.QPointF(*corners[0]))
     for before, corner, after in zip(corners, corners[1:], corners[2:]):
-        # No more than half of a segment: its other half belongs to the next corner.
+        # At most half of a segment: the other half belongs to the next corner.
         room = min(radius, math.dist(before, corner) / 2, math.dist(corner, after) / 2)
         if not room:
             path.lineTo(*corner)

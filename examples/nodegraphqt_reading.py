@@ -1,8 +1,8 @@
-"""Read from a NodeGraphQt canvas what a layout has to know, in plain numbers.
+"""Read from a NodeGraphQt canvas what a layout needs to know, as plain numbers.
 
-Whatever the view draws is measured, never assumed: NodeGraphQt gives a node another size and other
-places for its ports in each of its two layout directions, draws a group's ports inside its box and
-a circle's along its rim. All lengths are scene units.
+Whatever the view draws is measured, never assumed: in each of its two layout directions, NodeGraphQt
+gives a node a different size and different places for its ports; it draws a group's ports inside its
+box and a circle's along its rim. All lengths are scene units.
 
 Everything is read into one frame, in which the flow runs to the right: on a vertical canvas x and y
 change places here, and once more when the results are written.
@@ -25,7 +25,7 @@ from nodegraphqt_router import End, Point, Rect
 
 
 class Connection(NamedTuple):
-    """What tells one pipe from all others: its nodes' ids and its ports' names."""
+    """What distinguishes a pipe from all others: the ids of its nodes and the names of its ports."""
 
     source: str
     output: str
@@ -44,12 +44,12 @@ class Pin(NamedTuple):
 
 @dataclass
 class Box:
-    """A node that takes part, with the room it has on the canvas."""
+    """A node that takes part, with the room it takes on the canvas."""
 
     node: NodeObject
     rect: Rect
     corner: Point  # of `rect`, from the item's own position
-    body: Rect  # without a label that sticks out; this is what a backdrop holds or not
+    body: Rect  # without a label that sticks out; this is what decides whether a backdrop contains it
     inputs: list[Pin]
     outputs: list[Pin]
     selected: bool
@@ -86,13 +86,13 @@ class Canvas:
     vertical: bool
 
     def connection(self, wire: Wire) -> Connection:
-        """The name of a wire that survives its index."""
+        """A name for a wire that stays valid when its index does not."""
         source, target = self.boxes[wire.source], self.boxes[wire.target]
         return Connection(source.node.id, source.outputs[wire.output].name,
                           target.node.id, target.inputs[wire.input].name)
 
     def turned(self, points: Iterable[Point]) -> list[Point]:
-        """Points of the scene in this frame, or the other way round."""
+        """Points of the scene in this frame, or vice versa."""
         return [(y, x) for x, y in points] if self.vertical else list(points)
 
     def turned_rect(self, rect: Rect) -> Rect:
@@ -101,7 +101,7 @@ class Canvas:
         return (top, left, bottom, right) if self.vertical else rect
 
     def ends(self, wire: Wire, rects: Sequence[Rect]) -> tuple[End, End]:
-        """Where a wire leaves and enters when the boxes stand at `rects`."""
+        """Where a wire leaves and enters if the boxes are at `rects`."""
         out = self.boxes[wire.source].outputs[wire.output]
         into = self.boxes[wire.target].inputs[wire.input]
         source, target = rects[wire.source], rects[wire.target]
@@ -112,8 +112,8 @@ class Canvas:
 def read_canvas(graph: NodeGraph) -> Canvas:
     """What `graph` shows. Hidden nodes and backdrops are left out.
 
-    The order is that of `graph.all_nodes()` and of the ports, and depends on no address and on no
-    history of connections: the order decides ties in a drawing.
+    The order is that of `graph.all_nodes()` and of the ports. It does not depend on addresses or on the
+    history of connections, because it decides ties in a drawing.
     """
     vertical = graph.layout_direction() == LayoutDirectionEnum.VERTICAL.value
     canvas = Canvas([], [], [], vertical)
@@ -152,7 +152,7 @@ def read_canvas(graph: NodeGraph) -> Canvas:
 
 
 def drawn_box(view: AbstractNodeItem) -> QtCore.QRectF:
-    """The room a node takes on the canvas, in its item's own coordinates.
+    """The room that a node takes on the canvas, in its item's own coordinates.
 
     Not `node.model.width`: NodeGraphQt leaves it at its old value when the layout direction
     changes. And not `boundingRect()` alone: in the vertical direction label and icon are drawn
@@ -166,7 +166,7 @@ def drawn_box(view: AbstractNodeItem) -> QtCore.QRectF:
         if item is None:
             continue
         rect = item.mapRectToParent(item.boundingRect())
-        # The edges that carry the ports stay, or routes would end in the air beside the ports:
+        # The sides that have the ports stay, or routes would end in the air beside the ports:
         # with a large font the icon reaches over the top of a vertical node.
         if vertical:
             rect = QtCore.QRectF(rect.x(), box.y(), rect.width(), box.height())
@@ -177,9 +177,9 @@ def drawn_box(view: AbstractNodeItem) -> QtCore.QRectF:
 
 
 def scene_box(node: NodeObject) -> QtCore.QRectF:
-    """`drawn_box` of a node where it stands in the scene."""
-    # Translated by hand rather than through the scene's matrices, so that positions come back
-    # from the layout with the very bits with which they are applied.
+    """`drawn_box` of a node, in the coordinates of the scene."""
+    # Translated by hand rather than by the scene's matrices, so that positions come back from the
+    # layout with exactly the bits with which they are applied.
     return drawn_box(node.view).translated(*node.view.xy_pos)
 
 
@@ -203,7 +203,7 @@ def _pins(view: AbstractNodeItem, ports: Iterable[Any], box: QtCore.QRectF,
     pins = []
     for port in ports:
         shown = port.isVisible()
-        # NodeGraphQt never places a port that is hidden; its stale place would be noise.
+        # NodeGraphQt never places a port that is hidden; its stale position means nothing.
         centre = (port.mapToParent(port.boundingRect().center()) if shown
                   else view.boundingRect().center())
         x, y = centre.x() - box.x(), centre.y() - box.y()

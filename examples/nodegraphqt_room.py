@@ -1,4 +1,4 @@
-"""Find room for rectangles among others: plain geometry in plain numbers."""
+"""Find room for rectangles among others: geometry with plain numbers."""
 
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ def moved(rect: Rect, dx: float, dy: float) -> Rect:
 
 
 def united(rects: Iterable[Rect]) -> Rect:
-    """The least rectangle around others, of which there must be one."""
+    """The smallest rectangle around others, of which there must be at least one."""
     lefts, tops, rights, bottoms = zip(*rects)
     return min(lefts), min(tops), max(rights), max(bottoms)
 
@@ -48,9 +48,9 @@ def nearest_place(
     size: Point, wish: Point, taken: Sequence[Rect], gap: float,
     accept: Callable[[Rect], bool] = lambda rect: True,
 ) -> Point | None:
-    """The corner nearest to `wish` at which a rectangle keeps `gap` to all that are taken.
+    """The corner nearest to `wish` at which a rectangle keeps `gap` from all that are taken.
 
-    Some corner always exists; None means that `accept` refused what was looked at. The distance
+    There always is one; None means that `accept` refused all that were looked at. The distance
     is measured along the axes.
     """
     width, height = size
@@ -76,15 +76,15 @@ def nearest_place(
 
 
 def packed(sizes: Sequence[Point], aspect: float, gap: float) -> list[Point]:
-    """Corners for rectangles, in rows, such that the whole is about `aspect` times as wide as high.
+    """Corners for rectangles, in rows, so that the whole is about `aspect` times as wide as high.
 
-    They stand from the highest to the lowest, so that rows waste little room.
+    They are sorted from the highest to the lowest, so that rows waste little room.
     """
     order = sorted(range(len(sizes)), key=lambda index: (-sizes[index][1], index))
     area = sum((width + gap) * (height + gap) for width, height in sizes)
     widest = max((width for width, _ in sizes), default=0.0)
     best: tuple[float, list[Point]] | None = None
-    # Rows never fill up exactly: of a few widths the one takes that fills the shape best.
+    # Rows never fill up exactly: of a few widths, take the one that fits the shape best.
     for stretch in (0.7, 0.85, 1.0, 1.15, 1.3, 1.5, 1.75, 2.0):
         limit = max(widest, stretch * (area * aspect) ** 0.5)
         places: list[Point] = [(0.0, 0.0)] * len(sizes)
@@ -102,7 +102,7 @@ def packed(sizes: Sequence[Point], aspect: float, gap: float) -> list[Point]:
 
 
 def _free_values(wish: float, spans: Sequence[tuple[float, float]]) -> list[float]:
-    """Values outside of open intervals, the nearest to `wish` first."""
+    """Values outside open intervals, those nearest to `wish` first."""
     free: list[tuple[float, float]] = []
     low = float("-inf")
     for start, end in spans:
@@ -115,7 +115,7 @@ def _free_values(wish: float, spans: Sequence[tuple[float, float]]) -> list[floa
 
 
 def runs(intervals: Sequence[tuple[float, float]]) -> list[list[int]]:
-    """Intervals in groups: those that overlap, directly or by way of others, stand together."""
+    """Intervals in groups: those that overlap, directly or through others, are together."""
     order = sorted(range(len(intervals)), key=lambda index: intervals[index])
     groups: list[list[int]] = []
     end = float("-inf")
@@ -128,7 +128,7 @@ def runs(intervals: Sequence[tuple[float, float]]) -> list[list[int]]:
 
 
 def bridge(intervals: Sequence[tuple[float, float]], members: Sequence[int]) -> int | None:
-    """The member of a run without which it would fall into two, the last of several."""
+    """The member of a run without which it would fall in two; if there are several, the last."""
     events = sorted({value for index in members for value in intervals[index]})
     cover: list[list[int]] = [[] for _ in events]
     for index in members:

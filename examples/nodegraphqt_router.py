@@ -1,10 +1,10 @@
-"""Find orthogonal ways for wires among boxes that stand where they are.
+"""Find orthogonal ways for wires among boxes that stay where they are.
 
-Plain numbers, no Qt. All is seen in a frame in which the flow runs to the right: a wire leaves its
-source eastwards and enters its target eastwards. A wire's way is built of at most five segments
-where that is possible (out, along a column, across, along a column, in), and by a search on the
-grid of all box sides where it is not. Ways keep clear of all boxes, also of those at their ends,
-and of the segments of the ways found before.
+Plain numbers, no Qt. Everything is in a frame in which the flow runs to the right: a wire leaves its
+source eastwards and enters its target eastwards. If possible, a wire's way has at most five segments
+(out, along a column, across, along a column, in); if not, it is found by a search on the grid of all
+box sides. Ways keep clear of all boxes, including those at their ends, and of the segments of the ways
+found before.
 """
 
 from __future__ import annotations
@@ -18,7 +18,7 @@ from typing import NamedTuple
 Point = tuple[float, float]
 Rect = tuple[float, float, float, float]  # left, top, right, bottom
 
-# How far a way keeps from boxes, tried in turn: where boxes stand close, less has to do.
+# How far a way keeps from boxes, tried in turn: where boxes are close together, less has to do.
 CLEARANCES = (12.0, 5.0, 1.0)
 PITCH = 8.0          # distance between two ways side by side
 TRACKS = 8           # how many tracks to either side are tried to get away from other ways
@@ -57,7 +57,7 @@ class _Stripes:
             self._stripes[stripe].remove((rect, key))
 
     def near(self, left: float, right: float) -> Iterator[tuple[Rect, int]]:
-        """All that may touch this range of x; what spans several stripes can come repeatedly."""
+        """All that may touch this range of x; those that span several stripes may be repeated."""
         stripes = self._stripes
         first, last = int(left // STRIPE), int(right // STRIPE)
         if last - first >= len(stripes):
@@ -73,7 +73,7 @@ class _Stripes:
 
 
 class Router:
-    """Ways for wires among `boxes`, each new one apart from those that were added before."""
+    """Ways for wires among `boxes`, each new one kept apart from those added before."""
 
     def __init__(self, boxes: Sequence[Rect]) -> None:
         self.boxes = boxes
@@ -83,7 +83,7 @@ class Router:
             self._boxes.add(box, index)
 
     def add(self, points: Sequence[Point], wire: int) -> None:
-        """Take note of a way, so that later ones keep off it. `wire` tells it from others."""
+        """Record a way, so that later ones keep clear of it. `wire` identifies it."""
         for segment in _segments(points):
             self._segments.add(segment, wire)
 
@@ -93,7 +93,7 @@ class Router:
             self._segments.remove(segment, wire)
 
     def covers(self, points: Sequence[Point], source: int, target: int) -> bool:
-        """True if a way runs behind a box, its own ones outside of their port stubs included."""
+        """True if a way runs behind a box; behind its own two, only the stubs at their ports may."""
         spans = list(_segments(points))
         for place, (left, top, right, bottom) in enumerate(spans):
             for box, index in self._boxes.near(left, right):
@@ -107,8 +107,8 @@ class Router:
     def find(self, source: End, target: End) -> list[Point] | None:
         """A way from one port to the other; None where there is none.
 
-        About a millisecond among a hundred boxes where five segments do, tens of them where the
-        grid has to be searched.
+        Takes about a millisecond among a hundred boxes if five segments are enough, and tens of them if
+        the grid has to be searched.
         """
         start = max(source.x, self.boxes[source.box][2])
         end = min(target.x, self.boxes[target.box][0])
@@ -131,7 +131,7 @@ class Router:
             for box, index in self._boxes.near(left, right))
 
     def _east(self, x: float, y: float, clearance: float, skip: int) -> float:
-        """How far east one comes from a point."""
+        """How far east one can go from a point."""
         top, bottom = y + clearance - LEVEL, y - clearance + LEVEL
         return min((box[0] - clearance for box, index in self._boxes.near(x, float("1e9"))
                     if box[1] < top and bottom < box[3] and x < box[2] and index != skip),
@@ -144,7 +144,7 @@ class Router:
                    default=float("-inf"))
 
     def _column(self, x: float, y: float, clearance: float) -> tuple[float, float] | None:
-        """How far up and down one comes from a point; None if it is not free itself."""
+        """How far up and down one can go from a point; None if it is not free itself."""
         left, right = x - clearance + LEVEL, x + clearance - LEVEL
         up, down = float("-inf"), float("inf")
         for box, _ in self._boxes.near(left, right):
@@ -234,7 +234,7 @@ class Router:
 
     def _search_among(self, near: Sequence[tuple[Rect, int]], source: End, target: End,
                       start: float, end: float, clearance: float) -> list[Point] | None:
-        """The way of least length and bends along the sides of some boxes, by A* [1].
+        """The cheapest way, by length and bends, along the sides of some boxes, by A* [1].
 
         1. P. Hart, N. Nilsson, B. Raphael: A formal basis for the heuristic determination of
            minimum cost paths. IEEE Transactions on Systems Science and Cybernetics 4(2), 1968.
@@ -247,7 +247,7 @@ class Router:
                                     for side in (box[0] - clearance, box[2] + clearance))})
         ys = sorted({source.y, target.y, *(side for box, _ in near
                                            for side in (box[1] - clearance, box[3] + clearance))})
-        # For each row a mask of the columns behind which the way to the next one is barred, and
+        # For each row, a mask of the columns from which the way to the next one is blocked, and
         # the same for each column.
         rows, columns = [0] * len(ys), [0] * len(xs)
         for box, _ in near:
@@ -303,11 +303,11 @@ class Router:
         points.append((source.x, source.y))
         return straightened(points[::-1])
 
-    # Keeping off other ways.
+    # Keeping clear of other ways.
 
     def _apart(self, way: list[Point], source: End, target: End,
                clearance: float) -> list[Point]:
-        """Push each inner segment aside until it lies on no other way, where there is room."""
+        """Push each inner segment aside until it lies on no other way, if there is room."""
         for place in range(1, len(way) - 2):
             (x0, y0), (x1, y1) = way[place], way[place + 1]
             for step in _steps():
@@ -371,7 +371,7 @@ def straightened(points: Sequence[Point]) -> list[Point]:
 
 def _shut_in(goal: tuple[int, int], begin: tuple[int, int], rows: Sequence[int],
              columns: Sequence[int]) -> bool:
-    """True if a few steps back from the goal lead everywhere that can be reached from it.
+    """True if a few steps back from the goal lead to everything that can be reached from it.
 
     A search for a goal that can't be reached looks at the whole grid before it gives up.
     """

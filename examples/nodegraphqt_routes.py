@@ -5,12 +5,12 @@
 
     graph = routed_graph()            # instead of NodeGraph()
     tidy(graph)                       # shows its routes at once
-    route_wires(graph)                # new ways where nodes stand, without moving one
+    route_wires(graph)                # new routes, without moving any nodes
 
-Once a graph has routes they live: when nodes have moved, the wires that no longer fit, and those
-that a node now covers, get new ways as soon as the event loop runs; the others stay. What moves
-together keeps its routes. When the nodes are back where they were, after an undo say, so are the
-routes. Saving a session saves them, and loading it brings them back.
+Routes are kept up to date: when nodes have moved, the wires that no longer fit, and those that a node
+now covers, get new routes as soon as the event loop runs; the others stay. Nodes that move together
+keep the routes between them. When nodes are back where they were, for instance after an undo, so are
+the routes. Saving a session saves them, and loading it brings them back.
 """
 
 from __future__ import annotations
@@ -42,8 +42,8 @@ MOVES = ("pos", "width", "height", "visible")  # properties whose change can spo
 class RoutedViewer(NodeViewer):
     """NodeGraphQt's viewer, with pipes that can follow routes.
 
-    `routes` are those that were asked for, by a tidy for instance. `detours` take their place
-    while nodes stand in their way.
+    `routes` are those that were asked for, for instance by a tidy. `detours` take their place
+    while nodes are in their way.
     """
 
     # Before the base class is initialised, which already draws its live pipe.
@@ -83,16 +83,16 @@ class RoutedViewer(NodeViewer):
                 if (route := routes.get(connection)) is not None]
 
     def exchange_routes(self, state: tuple[Routes, Routes]) -> None:
-        """Take other routes and detours; the pipes have to be drawn by the caller."""
+        """Replace routes and detours; the caller has to draw the pipes."""
         self.routes, self.detours = state
 
     def mend_later(self) -> None:
-        """Mend the routes when the event loop runs next."""
+        """Mend the routes the next time the event loop runs."""
         if self._mender is not None and self.routes and not self._mender.isActive():
             self._mender.start()
 
     def mend(self) -> None:
-        """Give new ways to the wires whose routes do not fit any more, or run behind a node."""
+        """Give new routes to the wires whose routes no longer fit, or run behind a node."""
         if not self.routes or self._mender is None:
             return
         started = time.perf_counter()
@@ -106,7 +106,7 @@ class RoutedViewer(NodeViewer):
         draw_changed_pipes(self._graph, {
             connection for connection in old.keys() | detours.keys()
             if old.get(connection) != detours.get(connection)})
-        # In a large graph no more than half of the time while a node is dragged.
+        # In a large graph, no more than half of the time while a node is being dragged.
         self._mender.stop()
         self._mender.setInterval(int(1000 * (time.perf_counter() - started)))
 
@@ -127,7 +127,7 @@ def _while_alive(viewer: RoutedViewer, action: Callable[[RoutedViewer], None]) -
 
 
 class _Routed:
-    """What a graph with routes adds to one without."""
+    """What a graph with routes has in addition to one without."""
 
     def serialize_session(self) -> dict[str, Any]:
         """The session, with the routes."""
@@ -166,13 +166,13 @@ class RoutedSubGraph(_Routed, SubGraph):
 
 class _UndoStack(QtWidgets.QUndoStack):
     def __bool__(self) -> bool:
-        # PyQt5 takes an empty stack for false, and NodeGraphQt a false one for none at all: the
+        # An empty stack is false in PyQt5, and NodeGraphQt takes a false one for none at all: the
         # graph would make a stack of its own and the viewer's undo action would be missing.
         return True
 
 
 def routed_graph(**kwargs: Any) -> RoutedGraph:
-    """A `NodeGraph` whose pipes can follow routes; takes the keywords of `NodeGraph`."""
+    """A `NodeGraph` whose pipes can follow routes; takes the keyword arguments of `NodeGraph`."""
     stack = _UndoStack()
     graph = RoutedGraph(viewer=RoutedViewer(undo_stack=stack), undo_stack=stack, **kwargs)
     graph.viewer().serve(graph)
@@ -182,8 +182,8 @@ def routed_graph(**kwargs: Any) -> RoutedGraph:
 def show_routes(graph: NodeGraph, tidied: Tidied) -> None:
     """Draw the pipes of `graph` along the routes that `tidy` returned.
 
-    A tidy of a routed graph has done so itself; this is for routes that were kept, or shown
-    elsewhere. Routes of pipes that took no part in that tidy stay.
+    A tidy of a routed graph does so itself; this is for routes that were stored, or that belong to
+    another view. Routes of pipes that took no part in that tidy stay as they are.
     """
     _take(_viewer(graph), graph, tidied.routes)
 
@@ -191,10 +191,10 @@ def show_routes(graph: NodeGraph, tidied: Tidied) -> None:
 def route_wires(
     graph: NodeGraph, wires: Iterable[Connection] | None = None, *, afresh: bool = False
 ) -> dict[Connection, list[Point]]:
-    """Route all wires, or only some, for nodes where they stand, without moving a node.
+    """Route all wires, or only some, without moving any nodes.
 
-    No wire runs behind a node where there is a way around. A wire that can keeps its route, unless
-    it is to be routed `afresh`. Returns the routes, in scene coordinates; a routed graph shows them
+    No wire runs behind a node if there is a way around. A wire keeps its route if it can, unless it is
+    to be routed `afresh`. Returns the routes, in scene coordinates; a routed graph shows them
     at once, without an undo step.
     """
     canvas = read_canvas(graph)

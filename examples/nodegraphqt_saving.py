@@ -1,7 +1,7 @@
 """Keep routes in a saved session.
 
-NodeGraphQt's node ids are memory addresses, and every load makes new ones. So a saved route names
-its nodes by their place in the session, which a load keeps, with their names to be sure of it.
+NodeGraphQt's node ids are memory addresses, and every load makes new ones. So a saved route refers to
+its nodes by their position in the session, which loading preserves, and by their names as a check.
 """
 
 from __future__ import annotations
@@ -16,7 +16,7 @@ from nodegraphqt_writing import draw_changed_pipes
 
 
 def saved_routes(graph: NodeGraph) -> dict[str, Any]:
-    """The routes of a graph in a form for JSON."""
+    """The routes of a graph, in a form suitable for JSON."""
     viewer: Any = graph.viewer()
     nodes = graph.all_nodes()
     places = {node.id: place for place, node in enumerate(nodes)}
@@ -32,7 +32,7 @@ def saved_routes(graph: NodeGraph) -> dict[str, Any]:
 def load_routes(graph: NodeGraph, session: Mapping[str, Any], before: Collection[str]) -> None:
     """Show the routes that were saved in `session`, whose nodes are those not in `before`.
 
-    A node that could not be loaded, because its type is not registered, only loses its own routes.
+    If a node could not be loaded, because its type is not registered, only its own routes are lost.
     """
     saved = session.get("routes")
     if not saved:

@@ -1,4 +1,4 @@
-"""Decide which way every wire takes: the engine's, the one it has, or one around the boxes."""
+"""Decide which way each wire takes: the engine's, the one it has, or one around the boxes."""
 
 from __future__ import annotations
 
@@ -11,7 +11,7 @@ from nodegraphqt_reading import Canvas, Connection, Wire
 from nodegraphqt_router import End, Point, Rect, Router
 
 EXACT = 1e-6
-FIT_TOLERANCE = 0.5  # how far, in scene units, a route may end from the centre of its port
+FIT_TOLERANCE = 0.5  # how far, in scene units, the end of a route may be from the centre of its port
 
 
 class Wiring:
@@ -30,23 +30,23 @@ class Wiring:
                     self._known[index] = [canvas.turned(route) for route in routes]
 
     def following(self) -> frozenset[int]:
-        """The wires that follow a route which fits and runs behind no box, as things stand."""
+        """The wires that now follow a route which fits and runs behind no box."""
         router = Router(self._rects)
         return frozenset(
             index for index in self._known
             if self._kept(index, self._canvas.ends(self._canvas.wires[index], self._rects), router))
 
     def propose(self, ways: Mapping[int, list[Point]]) -> None:
-        """Take note of the engine's ways. Their ends need not reach into their boxes yet."""
+        """Record the engine's ways. Their ends need not reach into their boxes yet."""
         self._proposed = ways
 
     def routes(self, rects: Sequence[Rect], wires: Collection[int], *, trusted: bool = False,
                keep: bool = True) -> dict[Connection, list[Point]]:
-        """Routes, in the scene, for when the boxes stand at `rects`.
+        """Routes, in the coordinates of the scene, for when the boxes are at `rects`.
 
-        That is one for each of `wires`, and one for each other wire that has a route, which it
-        keeps if it can. With `keep`, so do those in `wires`. With `trusted`
-        the engine's ways are known to be clear.
+        There is one for each of `wires`, and one for each other wire that has a route, which it keeps
+        if it can. With `keep`, those in `wires` do so too. With `trusted`, the engine's ways are known
+        to be clear.
         """
         canvas = self._canvas
         router = Router(rects)
@@ -72,7 +72,7 @@ class Wiring:
         if rest:
             for index, way in ways.items():
                 router.add(way, index)
-        # Short wires first: they have the least choice.
+        # Short wires first, since they have the least choice.
         for _, index, ends in sorted(rest):
             way = router.find(*ends)
             if way is not None:
@@ -82,9 +82,9 @@ class Wiring:
                 for index in sorted(ways)}
 
     def _proposal(self, index: int, ends: tuple[End, End]) -> list[Point] | None:
-        """The engine's way, led on to the centres of the ports.
+        """The engine's way, extended to the centres of the ports.
 
-        A port may be drawn inside its box, and the port of a block stands for one further inside.
+        A port may be drawn inside its box, and the port of a block represents one further inside.
         """
         way = self._proposed.get(index)
         if way is None:
@@ -102,7 +102,7 @@ class Wiring:
 
 
 def _adapted(route: Sequence[Point], start: Point, end: Point) -> list[list[Point]]:
-    """A route as its ends have moved: as a whole, or stretched at a segment along the flow."""
+    """A route whose ends have moved: moved as a whole, or stretched at a segment along the flow."""
     first = start[0] - route[0][0], start[1] - route[0][1]
     last = end[0] - route[-1][0], end[1] - route[-1][1]
     if abs(first[1] - last[1]) > FIT_TOLERANCE:
@@ -116,7 +116,7 @@ def _adapted(route: Sequence[Point], start: Point, end: Point) -> list[list[Poin
         if route[place - 1][1] == route[place][1]:
             way = [*((x + first[0], y + first[1]) for x, y in route[:place]),
                    *((x + last[0], y + last[1]) for x, y in route[place:])]
-            # Where a segment turned round the way would double back on itself.
+            # If a segment turned round, the way would double back on itself.
             if all((one[0] - two[0]) * (old[0] - new[0]) >= 0
                    for one, two, old, new in zip(way, way[1:], route, route[1:])):
                 ways.append(_led(way, start, end))
@@ -124,7 +124,7 @@ def _adapted(route: Sequence[Point], start: Point, end: Point) -> list[list[Poin
 
 
 def _led(way: Sequence[Point], start: Point, end: Point) -> list[Point]:
-    """A way along the axes with its ends put exactly on two points near by."""
+    """A way along the axes, with its ends moved exactly onto two points nearby."""
     inner = list(way[1:-1])
     if inner:
         inner[0] = inner[0][0], start[1]

@@ -1,8 +1,8 @@
 """Write a layout to a NodeGraphQt canvas in one undo step, and fast.
 
-Every move of a node tells its ports that they moved, and each port then redraws all of its pipes:
-most of the time of a plain loop over `set_pos`, and of its undo. So the notices are off while nodes
-are written, in both directions, and each pipe is drawn once at the end.
+When a node moves, its ports are notified, and each port then redraws all of its pipes. That takes most
+of the time of a simple loop over `set_pos`, and of its undo. So these notifications are turned off while
+nodes are written, in undo as well, and each pipe is drawn once at the end.
 """
 
 from __future__ import annotations
@@ -23,7 +23,7 @@ Routes = dict[Connection, list[Point]]
 
 @dataclass
 class Change:
-    """New places of nodes and rectangles of backdrops by the nodes' ids, and new routes."""
+    """New positions of nodes and rectangles of backdrops, by id, and new routes."""
 
     moves: dict[str, Point]
     frames: dict[str, QtCore.QRectF]
@@ -31,7 +31,7 @@ class Change:
 
 
 class _Hush(QtWidgets.QUndoCommand):
-    """Begins or ends a time in which ports are not told that they moved."""
+    """Begins or ends a period in which ports are not notified of moves."""
 
     def __init__(self, quiet: _Quiet, begins: bool) -> None:
         super().__init__()
@@ -39,7 +39,7 @@ class _Hush(QtWidgets.QUndoCommand):
         self._begins = begins
 
     def redo(self) -> None:
-        """Carried out when the command is pushed, too."""
+        """Also run when the command is pushed."""
         if self._begins:
             self._quiet.begin()
         else:
@@ -54,7 +54,7 @@ class _Hush(QtWidgets.QUndoCommand):
 
 
 class _Quiet:
-    """What both ends of such a time share."""
+    """What both ends of such a period share."""
 
     def __init__(self, graph: NodeGraph, ids: list[str], routes: Routes) -> None:
         self._graph = graph
@@ -151,8 +151,8 @@ def _write_nodes(graph: NodeGraph, moves: Mapping[str, Point],
 
 def _take_back(stack: Any) -> None:
     """Undo the last step and forget it, so that it can't be redone by half."""
-    # False as well while a step of the caller's own is open: then that step holds ours, and
-    # undoing it is the caller's.
+    # False also while a step of the caller's own is open: then that step includes ours, and
+    # undoing it is up to the caller.
     if not stack.canUndo():
         return
     stack.undo()

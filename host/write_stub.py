@@ -3,9 +3,9 @@
     python3 write_stub.py OUTPUT TEMPLATE RECORDS SOURCE...
 
 TEMPLATE is the stub without docstrings. They come from where the module has them: those of the
-classes and of the module itself from RECORDS, those of the functions from the SOURCEs in C++. A
-name of the template that has none is an error, and so is a docstring of a function that the
-template lacks.
+classes and of the module itself from RECORDS, those of the functions from the SOURCEs in C++. Each
+field gets what the docstring of its class says of it. A name of the template that has none is an
+error, and so is a docstring of a function that the template lacks.
 """
 
 import ast
@@ -13,6 +13,7 @@ import re
 import sys
 from pathlib import Path
 
+FIELD = re.compile(r"^(\w+): ", re.MULTILINE)
 # As CPython wants them: the signature on the first line, then "--".
 FUNCTION_DOC = re.compile(r'R"doc\((\w+)\([^\n]*\n--\n\n(.*?)\)doc"', re.DOTALL)
 
@@ -44,6 +45,14 @@ def docstrings(records: str, sources: list[str]) -> dict[str, str]:
     return {name: text for name, text in found.items() if text}
 
 
+def meanings(text: str) -> dict[str, str]:
+    """What a docstring of a class says of the fields, each on a line such as "x: the near side"."""
+    listed = next((part for part in text.split("\n\n") if FIELD.match(part)), "")
+    pieces = FIELD.split(listed)[1:]
+    told = [" ".join(piece.split()) for piece in pieces[1::2]]
+    return {name: text[0].upper() + text[1:] for name, text in zip(pieces[::2], told)}
+
+
 def quoted(text: str, indent: str) -> str:
     """The text as a docstring on lines of its own."""
     if '"""' in text or "\\" in text:
@@ -58,14 +67,24 @@ def with_docstrings(template: str, docs: dict[str, str]) -> str:
     if wanted.keys() != docs.keys() - {""}:
         sys.exit(f"in the stub or in the module only: {sorted(wanted.keys() ^ (docs.keys() - {''}))}")
     lines = template.split("\n")
-    for name, item in sorted(wanted.items(), key=lambda entry: -entry[1].lineno):
-        text = quoted(docs[name], " " * (item.col_offset + 4))
-        if isinstance(item, ast.ClassDef):
-            lines.insert(item.body[0].lineno - 1 - len(getattr(item.body[0], "decorator_list", [])),
-                         text)
-        else:
-            last = item.end_lineno - 1 if item.end_lineno else item.lineno - 1
+    inserted: list[tuple[int, str]] = []  # before these lines
+    for name, item in wanted.items():
+        indent = " " * (item.col_offset + 4)
+        text = quoted(docs[name], indent)
+        if isinstance(item, ast.FunctionDef):
+            last = (item.end_lineno or item.lineno) - 1
             lines[last] = lines[last].removesuffix(" ...") + "\n" + text
+            continue
+        first = item.body[0]
+        inserted.append((first.lineno - 1 - len(getattr(first, "decorator_list", [])), text))
+        fields = {ast.unparse(entry.target): entry.end_lineno or entry.lineno
+                  for entry in item.body if isinstance(entry, ast.AnnAssign)}
+        told = meanings(docs[name])
+        if fields.keys() != told.keys():
+            sys.exit(f"{name}: fields without a meaning or unknown: {fields.keys() ^ told.keys()}")
+        inserted += [(line, quoted(told[field], indent)) for field, line in fields.items()]
+    for line, text in sorted(inserted, reverse=True):
+        lines.insert(line, text)
     return quoted(docs[""], "") + "\n\n" + "\n".join(lines)
 
 
