@@ -71,8 +71,8 @@ def _with_backdrops(graph: NodeGraph) -> None:
               "base": ["Load Checkpoint Base", "EmptyLatentImage", "KSampler Base"]}
     for column, names in enumerate(stages.values()):
         for row, name in enumerate(names):
-            graph.get_node_by_name(name).set_pos(1400.0 + 60.0 * row + 500.0 * column,
-                                                 900.0 + 210.0 * row)
+            graph.get_node_by_name(name).set_pos(1150.0 + 30.0 * row + 300.0 * column,
+                                                 620.0 + 130.0 * row)
     for name, names in stages.items():
         _backdrop(graph, name, names)
     _backdrop(graph, "sampling", [*stages["prompts"], *stages["base"], *stages], 20.0)
@@ -110,11 +110,11 @@ def main(arguments: list[str] | None = None) -> int:
     app = QtWidgets.QApplication.instance() or QtWidgets.QApplication(sys.argv[:1])
     keep = LayoutOptions(interactive=True)
     for file, name, prepare, act in (
-            ("editor-tidy", "video_pipeline", lambda graph: None, tidy),
+            ("editor-tidy", "two_stage_sampling", lambda graph: None, tidy),
             ("editor-backdrops", "two_stage_sampling", _with_backdrops, tidy),
-            ("editor-selection", "sampler_comparison", _with_selection,
+            ("editor-selection", "two_stage_sampling", _with_selection,
              lambda graph: tidy(graph, selected_only=True)),
-            ("editor-keep", "inpainting", _with_new_node, lambda graph: tidy(graph, keep))):
+            ("editor-keep", "text_to_image", _with_new_node, lambda graph: tidy(graph, keep))):
         if not picture(name, prepare, act).save(str(out / f"{file}.png")):
             print(f"can't write {out / file}.png", file=sys.stderr)
             return 1
