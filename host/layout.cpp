@@ -1,5 +1,8 @@
 // layout(): payload to result maps, without a Python record in between.
 
+#include <algorithm>
+#include <array>
+
 #include "core/vorn_layered.hpp"
 #include "host/arguments.hpp"
 #include "host/functions.hpp"
@@ -16,11 +19,29 @@ using vorn_layered::LayoutResult;
 
 namespace {
 
+constexpr std::array<const char*, 4> kArguments = {"nodes", "edges", "options", "component_gap"};
+
+// Whether there are arguments by keyword that layout does not have.
+bool has_other_keywords(PyObject* kwargs) {
+  PyObject* key = nullptr;
+  Py_ssize_t next = 0;
+  while (kwargs != nullptr && PyDict_Next(kwargs, &next, &key, nullptr) != 0) {
+    const auto is_key = [key](const char* name) {
+      return PyUnicode_CompareWithASCIIString(key, name) == 0;
+    };
+    if (std::none_of(kArguments.begin(), kArguments.end(), is_key)) return true;
+  }
+  return false;
+}
+
 Arguments<4> layout_arguments(PyObject* args, PyObject* kwargs) {
   try {
-    return {args, kwargs, "OO|O$O:layout", {"nodes", "edges", "options", "component_gap"}};
+    return {args, kwargs, "OO|O$O:layout", kArguments};
   } catch (const PythonError&) {
     if (PyTuple_GET_SIZE(args) > 3) note("pass component_gap by keyword: component_gap=...");
+    if (has_other_keywords(kwargs)) {
+      note("pass options as LayoutOptions: layout(nodes, edges, LayoutOptions(direction=...))");
+    }
     throw;
   }
 }

@@ -136,6 +136,7 @@ const char* advice_on_item(const Place& place) {
     return "for a dataclass, pass dataclasses.asdict(item)";
   }
   if (type_has(item, "_asdict")) return "for a named tuple, pass item._asdict()";
+  if (type_has(item, "to_dict")) return "for a row of a DataFrame, pass row.to_dict()";
   const bool is_edge = place.list[0] == 'e';
   if (is_edge && (PyTuple_Check(item) || PyList_Check(item))) {
     return "for a pair, pass {'source': pair[0], 'target': pair[1]}";

@@ -98,6 +98,7 @@ void require_options(const State& state, PyObject* options) {
                Py_TYPE(options)->tp_name);
   if (PyDict_Check(options)) note("for a dict of options, pass LayoutOptions(**options)");
   if (PyUnicode_Check(options)) note("for a direction, pass LayoutOptions(direction=...)");
+  if (options == state.layout_options) note("pass an instance, LayoutOptions(...)");
   throw PythonError();
 }
 

@@ -76,6 +76,8 @@ MISTAKES = (
     (({"a": {}}, []), TypeError, NOT_MAPPING.format("str"), ["while reading nodes[0]", KEYS]),
     ((["a", "b"], []), TypeError, NOT_MAPPING.format("str"),
      ["while reading nodes[0]", "for just an id, pass {'id': id}"]),
+    (([Frame()], []), TypeError, NOT_MAPPING.format("Frame"),
+     ["while reading nodes[0]", "for a row of a DataFrame, pass row.to_dict()"]),
     (([Box("a")], []), TypeError, NOT_MAPPING.format("Box"),
      ["while reading nodes[0]", "for a dataclass, pass dataclasses.asdict(item)"]),
     ((TWO, [WIRE, ("a", "b")]), TypeError, NOT_MAPPING.format("tuple"),
@@ -114,6 +116,8 @@ MISTAKES = (
      ["while reading edges[0] (id 'w'), key 'source_port'"]),
     ((TWO, [], {"direction": "UP"}), TypeError, "options must be a LayoutOptions or None, not dict",
      ["for a dict of options, pass LayoutOptions(**options)"]),
+    ((TWO, [], LayoutOptions), TypeError, "options must be a LayoutOptions or None, not type",
+     ["pass an instance, LayoutOptions(...)"]),
     ((TWO, [], "UP"), TypeError, "options must be a LayoutOptions or None, not str",
      ["for a direction, pass LayoutOptions(direction=...)"]),
     ((TWO, [], LayoutOptions("down")), ValueError,
@@ -138,7 +142,11 @@ class Mistakes(unittest.TestCase):
                 with self.subTest(call=call.__name__, arguments=arguments):
                     self.assert_told(lambda: call(*arguments), *told)
 
-    def test_gap(self):
+    def test_keywords(self):
+        with self.assertRaises(TypeError) as caught:  # in words that depend on Python's version
+            layout(TWO, [], direction="UP")
+        self.assertEqual(caught.exception.__notes__, [
+            "pass options as LayoutOptions: layout(nodes, edges, LayoutOptions(direction=...))"])
         self.assert_told(lambda: layout(TWO, [], component_gap="80"), TypeError,
                          "must be real number, not str",
                          ["while reading the argument component_gap"])
