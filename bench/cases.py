@@ -11,7 +11,7 @@ SIZES: Final = (30, 100, 400, 1_000, 10_000, 100_000)
 
 @dataclass(frozen=True)
 class Kind:
-    """How graphs of a kind are made, their sizes in nodes, and whether marks hold for them."""
+    """How graphs of a kind are made, their sizes in nodes, and whether marks apply to them."""
 
     make: Callable[[int], payloads.Payload]
     smallest: int
@@ -44,7 +44,7 @@ class Case:
 
     @property
     def name(self) -> str:
-        """Kind and size without blanks, as in the names of files."""
+        """Kind and size without spaces, for names of files."""
         return f"{self.kind}-{self.size}"
 
     @property

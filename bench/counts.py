@@ -16,7 +16,7 @@ from quillan.core.vorn_layered import (
     weakly_connected_components,
 )
 
-# Wires nearer to each other than this read as one line.
+# Wires closer to each other than this look like one line.
 CLOSE = 2.0
 # A step across the flow shorter than this looks like a mistake.
 SMALL_JOG = 8.0
@@ -29,7 +29,7 @@ class Counts:
     """The counts of one drawing, or sums of them over several."""
 
     routes: int = 0
-    counted: int = 0  # crossings of the orders inside the layers
+    counted: int = 0  # crossings that follow from the orders within the layers
     drawn: int = 0  # crossings of the polylines of wires that share no port
     close: int = 0  # pairs of wires that share no port and run within CLOSE along a stretch
     jogs: int = 0  # routes with a step under SMALL_JOG
@@ -64,7 +64,7 @@ def count(payload: Payload, options: LayoutOptions, drawing: Drawing) -> Counts:
 
 
 def crossings_of_orders(payload: Payload, options: LayoutOptions) -> int:
-    """The crossings that the orders inside the layers make unavoidable."""
+    """The crossings that the orders within the layers make unavoidable."""
     total = 0
     for nodes, edges in weakly_connected_components(*payload):
         graph = build_graph(nodes, edges, options)

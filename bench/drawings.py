@@ -1,4 +1,4 @@
-"""A finished drawing as its reader sees it: boxes, and wires from port to port."""
+"""A finished drawing as its viewer sees it: boxes, and wires from port to port."""
 
 from collections.abc import Iterator
 from dataclasses import dataclass
@@ -40,7 +40,7 @@ class Wire:
     source: str  # node
     target: str
     ports: tuple[str, str]  # at its source and at its target
-    ends: tuple[Point, Point]  # where those ports stand
+    ends: tuple[Point, Point]  # the positions of those ports
     points: list[Point]  # no three of them on one line along an axis
 
     @property
@@ -61,7 +61,7 @@ class Wire:
 
 @dataclass(frozen=True)
 class Drawing:
-    """What `layout` returned, beside what it was given."""
+    """What `layout` was given, and what it returned."""
 
     boxes: dict[str, Box]
     wires: list[Wire]

@@ -1,7 +1,7 @@
 """What a user of the NodeGraphQt adapter gets, and how long it takes; `./dev quality editor` runs it.
 
-For every graph: what is wrong with what the canvas draws after a tidy, and how many nodes move when
-the arrangement is to be kept. Then where the time goes in large graphs, and what backdrops cost.
+For every graph: the flaws in what the canvas draws after a tidy, and how many nodes move when the
+arrangement is to be kept. Then where the time goes in large graphs, and what backdrops cost.
 """
 
 from __future__ import annotations
@@ -73,7 +73,7 @@ def drawn(graph: NodeGraph) -> Drawing:
 
 
 def faults(graph: NodeGraph) -> dict[str, int]:
-    """What is wrong with what the canvas shows."""
+    """The flaws in what the canvas shows."""
     drawing = drawn(graph)
     pairs = [(a, b) for a, b in combinations(drawing.wires, 2) if not a.shares_port(b)]
     return {
@@ -91,7 +91,7 @@ def places(graph: NodeGraph) -> dict[str, tuple[float, float]]:
 
 
 def insert(graph: NodeGraph, index: int) -> str:
-    """Put a node on a wire, in its middle, as when it is dropped there."""
+    """Put a node onto the middle of a wire, as if it was dropped there."""
     source, output, target, input_ = pipe_connection(_pipes(graph)[index])
     out = graph.get_node_by_id(source).outputs()[output]
     into = graph.get_node_by_id(target).inputs()[input_]
@@ -115,7 +115,7 @@ def delete(graph: NodeGraph, index: int) -> str:
 
 
 def drag(graph: NodeGraph, index: int) -> str:
-    """Drag a node a little way, onto others as it comes."""
+    """Drag a node a little way, possibly onto others."""
     node = graph.all_nodes()[index]
     node.set_pos(node.x_pos() + DRAG[0], node.y_pos() + DRAG[1])
     return str(node.name())
@@ -128,8 +128,8 @@ def _pipes(graph: NodeGraph) -> list[Any]:
 
 def kept(data: dict[str, Any], direction: str, change: Callable[[NodeGraph, int], str],
          count: int, samples: int = SAMPLES) -> Iterator[tuple[float, float, dict[str, int]]]:
-    """For some changes to a tidied graph, after the arrangement was kept: the share of the other
-    nodes that stayed across the flow, how far one moved along it at most, and the faults."""
+    """After some changes to a tidied graph, with its arrangement kept: the share of the other nodes
+    that stayed across the flow, how far any moved along it at most, and the flaws."""
     for sample in sorted({count * k // samples for k in range(samples)}):
         graph = open_graph(data, direction)
         tidy(graph)
@@ -146,7 +146,7 @@ def kept(data: dict[str, Any], direction: str, change: Callable[[NodeGraph, int]
 
 
 def report_graphs() -> None:
-    """One line a graph and direction, and sums."""
+    """A line for each graph and direction, and sums."""
     print(f"{'graph':32}{'nodes':>6}{'wires':>6} | as it is: behind | tidy: overlaps behind off "
           "cross on | routes only: behind cross on | unchanged moved | inserted deleted dragged: "
           "least share that stayed, most along; faults | tidy ms")
@@ -209,7 +209,7 @@ def large(count: int) -> NodeGraph:
 
 
 def report_times() -> None:
-    """CPU time of a first tidy with routes, of undo and of redo; no paint."""
+    """CPU time of a first tidy with routes, of undo and of redo, without painting."""
     print(f"\n{'nodes':>6}{'wires':>6}   {'read':>6}{'tidy':>7}{'undo':>7}{'redo':>7}"
           f"{'again':>7}{'keep':>7}{'routes':>8}{'nudge':>7}   ms")
     for count in (100, 400, 1000):
@@ -265,7 +265,7 @@ def report_backdrops() -> None:
 
 
 def main() -> None:
-    """Print what was asked for, by default all."""
+    """Print what was asked for, by default everything."""
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("parts", nargs="*", choices=["graphs", "times", "backdrops", []],
                         default=["graphs", "times", "backdrops"])

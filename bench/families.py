@@ -1,7 +1,7 @@
 """Seeded payloads by name, such as "flow_400": graphs whose crossings are hard to bring down.
 
-The order of nodes and edges in a payload is shuffled, so that nobody gets the hidden arrangement as
-a starting order. No pair (source, target) comes twice.
+The order of nodes and edges in a payload is shuffled, so that it does not give away the hidden
+arrangement. No pair (source, target) occurs twice.
 
   flow_N   layered data-flow DAG, connected, m ~ 1.6 N, hidden columns
            (round(1.5 sqrt N)) and a hidden height in a column; 80 % of the edges
@@ -73,7 +73,7 @@ def _flow_edges(n: int, rng: random.Random, base: int = 0) -> Pairs:
     for v in range(n):
         if col[v] > 0:
             add(pick(col[v] - span(col[v]), height[v]), v)
-    # connect what is still apart: a node of a small part gets an edge to or from
+    # connect the remaining parts: a node of a small part gets an edge to or from
     # the nearest node of the largest part in the next or previous columns
     parent = list(range(n))
 
@@ -190,7 +190,7 @@ def family(name: str) -> Payload:
 def _shuffled(
     n: int, pairs: Pairs, indeg: list[int], outdeg: list[int], rng: random.Random
 ) -> Payload:
-    """Nodes with sizes and ports, edges with ports, both in no order that tells anything."""
+    """Nodes with sizes and ports, and edges with ports, both in random order."""
     label = list(range(n))
     rng.shuffle(label)
     nodes: list[dict[str, Any]] = []

@@ -1,4 +1,4 @@
-"""What the benchmark found out about one graph, and what follows from several of them."""
+"""What the benchmark found out about a graph, and what follows from several graphs."""
 
 import math
 from dataclasses import dataclass
@@ -14,7 +14,7 @@ class Figures:
     """All that was measured on one graph."""
 
     case: Case
-    collected: CallTimes  # with the garbage collector at work, as users have it
+    collected: CallTimes  # with the garbage collector on, as it is for users
     uncollected: CallTimes | None  # with the collector off
     core: CoreFigures
     peak: int | None  # bytes
@@ -64,7 +64,7 @@ class Growth:
 
     @property
     def verdict(self) -> str:
-        """Whether the mark was reached; empty for graphs that it does not speak of."""
+        """Whether the mark was reached; empty for graphs to which it does not apply."""
         in_mark = KINDS[self.smaller.kind].has_marks and self.larger.size == 100_000
         return reached(self.by_size <= GROWTH_MARK) if in_mark else ""
 

@@ -11,9 +11,9 @@ from quillan.core.vorn_layered import LayoutOptions
 
 # A node that moved by no more than this has kept its place exactly.
 EXACT: Final = 1e-6
-# A node that moved across the flow by no more than this is where the user looks for it.
+# A node that moved across the flow by no more than this is where the user will look for it.
 NEAR: Final = 8.0
-# Of how many wires at most a graph is tried with a node in the middle of.
+# For how many wires of a graph, at most, a node is inserted into the middle.
 TRIED: Final = 8
 
 
@@ -23,7 +23,7 @@ class Kept:
 
     again: int = 0  # nodes of a finished drawing
     moved: int = 0  # of these, moved by more than EXACT
-    beside: int = 0  # nodes beside one that was set into the middle of a wire
+    beside: int = 0  # nodes other than the one inserted into the middle of a wire
     away: int = 0  # of these, moved across the flow by more than NEAR
 
     def __add__(self, other: "Kept") -> "Kept":
@@ -36,7 +36,7 @@ class Kept:
 
 
 def keep(payload: Payload, drawing: Drawing, options: LayoutOptions) -> Kept:
-    """Lay `drawing` out again with `options`, untouched and with a node set into a wire."""
+    """Lay `drawing` out again with `options`, unchanged and with a node inserted into a wire."""
     placed = _placed(payload, drawing)
     again = draw(placed, options)
     moved = sum(
@@ -64,7 +64,7 @@ def _placed(payload: Payload, drawing: Drawing) -> Payload:
 
 
 def _with_node_in(wire: Wire, placed: Payload) -> Payload:
-    """The payload with a node where the wire has its middle, and the wire led through it."""
+    """The payload with a node in the middle of the wire, and the wire led through it."""
     nodes, edges = placed
     x, y = _middle(wire.points)
     added = {

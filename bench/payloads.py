@@ -83,17 +83,17 @@ def _wired(rng: random.Random, count: int, decimal: bool, fed: float) -> Payload
 def editor(count: int, decimal: bool = False, seed: int = 1) -> Payload:
     """A node graph as people draw them: columns, mostly short edges, 1.6 edges a node.
 
-    Every node behind the first column is fed from the column before, so that wires stay short when
-    the layers are found anew.
+    Every node behind the first column has an input from the column before, so that wires stay short
+    when layers are assigned from scratch.
     """
     return _wired(random.Random(seed), count, decimal, 1.0)
 
 
 def loaders(count: int, decimal: bool = False, seed: int = 1) -> Payload:
-    """The same with a fifth of the nodes unfed, like the loaders and constants of an editor.
+    """The same with a fifth of the nodes without inputs, like the loaders and constants of an editor.
 
-    Where layers are assigned as early as possible, such nodes move to the first layer and their
-    wires span most of the drawing: a thousand nodes come with many thousand dummies.
+    If nodes are put into layers as early as possible, such nodes go to the first layer and their
+    wires span most of the drawing: a thousand nodes then have many thousands of dummies.
     """
     return _wired(random.Random(seed), count, decimal, 0.8)
 

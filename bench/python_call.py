@@ -1,7 +1,7 @@
 """Times the Python call against the floor of carrying its data, and measures its peak memory.
 
-Run as a program, this module lays out one marshalled payload and prints the growth of the peak of
-its own memory in bytes: a process that did anything else before would hide a part of it.
+Run as a program, this module lays out one marshalled payload and prints by how many bytes that raises
+the peak of its own memory. A process that had done anything else before would hide part of it.
 """
 
 import gc
@@ -43,7 +43,7 @@ class CallTimes:
 
 @dataclass
 class Share:
-    """How much of the time that passed while measuring this process had a core, over all cases."""
+    """For how much of the time spent on measuring, over all cases, this process had a core."""
 
     passed: float = 0.0
     had: float = 0.0
@@ -72,8 +72,8 @@ def _timed(work: Callable[[], object]) -> float:
     """Seconds that `work` takes; dropping what it returns is not a part of them."""
     began = time.perf_counter()
     kept = work()
-    # The pass that the collector owes for what `work` made would otherwise fall to whoever makes
-    # the next container. A set is never taken from a free list.
+    # The collector's pass that is due for what `work` made would otherwise be charged to whatever
+    # makes the next container. A set is never taken from a free list.
     owed = set[object]()
     ended = time.perf_counter()
     del kept, owed

@@ -20,7 +20,7 @@ REAL: Final = (ROOT / "examples" / "graphs", ROOT / "bench" / "graphs")
 
 @dataclass(frozen=True)
 class Setting:
-    """A way to ask for drawings, and the way to have them laid out again."""
+    """Options for drawings, and those for laying them out again."""
 
     name: str
     fresh: LayoutOptions
@@ -45,7 +45,7 @@ BEST: Final = Setting(
 )
 SETTINGS: Final = (DEFAULT, BEST)
 
-# The crossings that each made graph should have at most with the best strategies.
+# The most crossings that each generated graph should have with the best strategies.
 CROSSING_MARKS: Final = {
     "flow_30": 35,
     "flow_100": 158,
@@ -60,10 +60,10 @@ CROSSING_MARKS: Final = {
     "tree_3000": 0,
     "multi_1000": 771,
 }
-# The best strategies should take at most so many times the default's time, at these graphs.
+# How many times as long as the default the best strategies may take, for these graphs.
 TIME_MARKS: Final = {"flow_400": 5.0, "flow_1000": 5.0}
 MISSED: Final = "missed"
-# How long a call is timed, in seconds, and how often at least.
+# For how many seconds a call is timed, and how often at least.
 TIMED: Final = 0.5
 CALLS: Final = 5
 
@@ -120,7 +120,7 @@ DRAWN_COLUMNS: Final = (
 
 
 def drawn_table(graphs: dict[str, Payload]) -> Iterator[str]:
-    """Each drawing's counts, their sums, and what the sums say of the marks."""
+    """Each drawing's counts, their sums, and how the sums compare with the marks."""
     yield DRAWN_NOTE.format(graphs=len(graphs))
     names = [name.replace("off_port", "off").replace("overlaps", "over") for name in DRAWN_COLUMNS]
     yield f"{'graph':<27}" + "".join(f"{name:>10}" for name in names)
@@ -183,7 +183,7 @@ def _kept_row(name: str, row: list[Kept]) -> str:
 
 
 def crossings_table(_: dict[str, Payload]) -> Iterator[str]:
-    """Crossings and times on the made graphs."""
+    """Crossings and times for the generated graphs."""
     yield CROSSINGS_NOTE
     yield (f"{'graph':<14}{'default':>9}{'best':>9}{'mark':>9}{'':>9}"
            f"{'default ms':>13}{'best ms':>10}{'ratio':>8}")

@@ -37,12 +37,12 @@ class Effort:
 
 FULL: Final = Effort(100_000, 9, 0.5, 0.02)
 QUICK: Final = Effort(1_000, 3, 0.05, 0.01)
-# Seconds of a round beyond which it is not repeated without the collector.
+# A round that takes more seconds than this is not repeated without the collector.
 LONG_ROUND: Final = 2.0
 
 
 def measure(case: Case, effort: Effort, with_memory: bool, share: python_call.Share) -> Figures:
-    """Measure one graph; its payload is gone afterwards, for the collector would walk it too."""
+    """Measure one graph; its payload is dropped afterwards, since the collector would walk it too."""
     payload = case.payload()
     gc.collect()
     rounds, seconds = effort.rounds_for(case.size), effort.call_seconds
@@ -62,7 +62,7 @@ def measure(case: Case, effort: Effort, with_memory: bool, share: python_call.Sh
 
 
 def measure_all(effort: Effort, share: python_call.Share) -> list[Figures]:
-    """Measure all graphs, smallest first within a kind, and print the first table on the way."""
+    """Measure all graphs, smallest first within a kind, and print the first table meanwhile."""
     print(report.head(report.CALL_NOTE, report.CALL_COLUMNS))
     wanted = cases(effort.largest)
     last_of_kind = {case.kind: case for case in wanted}

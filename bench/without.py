@@ -1,9 +1,9 @@
-"""What each shortcut of the engine brings: the same layouts with one of them taken out.
+"""What each shortcut of the engine saves: the same layouts with one of them taken out.
 
 A shortcut is taken out by an edit of the sources, so that the engine itself carries no switches.
-The edited copy is built beside the build tree, results are compared to the last bit, and both
-modules take turns. An edit whose text is no longer in the sources, exactly once, is an error:
-`--check` looks at that alone.
+The edited copy is built beside the build tree, results are compared to the last bit, and the two
+modules alternate. It is an error if the text of an edit is not in the sources exactly once; `--check`
+checks only that.
 """
 
 import argparse

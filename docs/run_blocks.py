@@ -2,15 +2,15 @@
 
     PYTHONPATH=build/release/python python3 docs/run_blocks.py [FILE.md ...]
 
-Python blocks of one file run in order in one namespace, as a reader would run them who has the
+The Python blocks of a file run in order in one namespace, as they would for a reader who has the
 module and nothing else of this repository: in an empty folder, from which nothing here can be
 imported. A block with `>>>` is compared with the output it shows. Of a console block each `$`
 command must name programs, files, subcommands and options that exist; nothing in it is run. Links
 and pictures must lead to a file, links to a heading to that heading.
 
-A comment right before a block says what it needs beyond that: `<!-- needs NAME ... -->` skips it
-where one of the modules can't be imported, and says so; `<!-- copies FILE ... -->`, for text that
-tells the reader to copy these files, puts them into the folder first. Exit status 1 if anything
+A comment right before a block says what else it needs: `<!-- needs NAME ... -->` skips it, and says so,
+if one of the modules can't be imported; `<!-- copies FILE ... -->`, for text that tells the reader to
+copy these files, first puts them into the folder. Exit status 1 if anything
 fails, or if there was no block to run.
 """
 
@@ -42,7 +42,7 @@ LINK = re.compile(r"\]\(([^)\s]+)\)")
 
 
 class Wrong(Exception):
-    """What a document says does not hold."""
+    """Something that a document says is not true."""
 
 
 @dataclass(frozen=True)
@@ -266,14 +266,14 @@ class Run:
             self.done[block.kind] += 1
 
     def attempt(self, where: str, action: Callable[[], None]) -> None:
-        """Do it and note whether it failed."""
+        """Do it and record whether it failed."""
         try:
             action()
         except Wrong as wrong:
             self.fail(where, wrong)
 
     def fail(self, where: str, wrong: Wrong) -> None:
-        """Note what is wrong."""
+        """Record what is wrong."""
         self.failed += 1
         print(f"FAILED {where}\n{wrong}".rstrip())
 

@@ -68,7 +68,7 @@ void GraphImage::read_nodes() {
     require_record(item.get(), state_.lnode, "LGraph.nodes");
     LNode* const node = graph.add_node(Text(), 0.0, 0.0);
     if (!node_indexes_.emplace(item.get(), nodes_.size()).second) {
-      Fields(state_, item.get()).fail(PyExc_ValueError, "stands twice in LGraph.nodes");
+      Fields(state_, item.get()).fail(PyExc_ValueError, "appears twice in LGraph.nodes");
     }
     nodes_.push_back({node, std::move(item), false, 0.0, 0.0});
     read_node(nodes_.back().record.get(), *node, true);
@@ -239,7 +239,7 @@ void GraphImage::read_layers() {
       Node& entry = nodes_[node_index(item.get())];
       const std::int32_t position = entry.node->position;
       if (entry.layered || (position >= 0 && seen[position])) {
-        Fields(state_, item.get()).fail(PyExc_ValueError, "stands twice in LGraph.layers");
+        Fields(state_, item.get()).fail(PyExc_ValueError, "appears twice in LGraph.layers");
       }
       entry.layered = true;
       if (position >= 0) seen[position] = true;

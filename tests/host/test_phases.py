@@ -188,7 +188,7 @@ class HandMade(unittest.TestCase):
                 ("g.edges[0].source.index = -1", engine.count_crossings,
                  "ValueError: LPort 'ab:o': index must be from 0"),
                 ("g.nodes *= 2", engine.run_phases,
-                 "ValueError: LNode 'a': stands twice in LGraph.nodes"),
+                 "ValueError: LNode 'a': appears twice in LGraph.nodes"),
                 ("g.nodes += 'd'", engine.graph_extent,
                  "TypeError: LGraph.nodes must hold LNode records, not str"),
                 ("g.edges = {}", engine.route_edges,
@@ -210,7 +210,7 @@ class HandMade(unittest.TestCase):
                 ("g.edges[0].bend_points = [(1, 2), (1, None)]", engine.edge_routes,
                  "TypeError: LEdge 'ab': bend_points must be a list of pairs of real numbers, not NoneType"),
                 ("g.layers[2] += g.layers[0]", engine.count_crossings,
-                 "ValueError: LNode 'a': stands twice in LGraph.layers"),
+                 "ValueError: LNode 'a': appears twice in LGraph.layers"),
                 ("g.layers[0][0] = None", engine.reduce_crossings,
                  "TypeError: LGraph.layers must hold LNode records, not NoneType")):
             graph = by_hand(layers=["a", "b", "c"])
