@@ -97,7 +97,7 @@ inline LGraph& check_graph(ComponentGraphs& graphs, std::int32_t component) {
   }
   const std::vector<std::uint64_t> state = state_of(graph);
   // The memory of the first run is used again, so that what was not written anew shows up.
-  for (LNode* node : graphs.build(component).nodes) node->layer = 7;
+  for (LNode* node : graphs.build(component).nodes) node->layer = node->position;
   run_phases(graph);
   law(state_of(graph) == state, "a second run gives the same bits");
   return graph;

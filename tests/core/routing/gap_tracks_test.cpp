@@ -115,7 +115,9 @@ TEST(GapTracks, WiresStayApartAndCrossHardlyMoreThanTheirPortsDo) {
       sum.crossings += drawn.crossings;
       sum.inversions += drawn.inversions;
     }
-    // No order is free of contradictions where so many sources face targets of other wires.
+    // No order is free of contradictions where so many sources face targets of other wires: these
+    // are what the greedy order leaves, at most a twentieth more than there have to be.
+    EXPECT_EQ(sum.crossings, shared ? 23834 : 25851);
     EXPECT_LT(sum.crossings, 1.05 * sum.inversions);
   }
 }
