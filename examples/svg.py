@@ -1,14 +1,14 @@
 """Draw node graphs as SVG: boxes with their ports, and the wires between them.
 
-Copy this file and svg_shapes.py; they need the standard library only. `arrange` takes the node and
-edge mappings that go into `layout`, and what comes out of it:
+Copy this file and svg_shapes.py; they need only the standard library. `arrange` takes the node and edge
+mappings that go into `layout`, and its result:
 
     positions, routes = layout(nodes, edges)
     text = page([arrange(nodes, edges, positions, routes)])
 
-Beside the keys of the layout engine a node may carry a `label`; what follows the last ".in." or
-".out." of a port's id is drawn as the port's name. Lengths are canvas units unless they are called
-pixels; y grows downwards.
+In addition to the keys of the layout engine, a node may have a `label`; what follows the last ".in." or
+".out." in a port's id is drawn as the port's name. Lengths are in canvas units unless they are called
+pixels; y points down.
 """
 
 from __future__ import annotations
@@ -28,8 +28,8 @@ LABEL, NAME, IDLE = "#f1f4f9", "#a9b3c3", "#737e90"  # IDLE: what has no wire
 WIRES = ("#6cb6ff", "#f2b155", "#7ed491", "#f0839c", "#b795f6", "#4fd1c8",
          "#e8d66b", "#f59a6d", "#8ea2ff", "#a9d65c", "#e58be0", "#5cc8ee")
 
-# What the colours become where the reader prefers a light page. Colours of marks that others draw on
-# an arrangement, such as LABEL, turn with the rest.
+# What the colours become if the reader prefers a light page. Colours of marks that others draw on an
+# arrangement, such as LABEL, change with the rest.
 LIGHT = {CANVAS: "#fbfcfe", DOT: "#dde2ea", EDGE: "#d3d9e3", CARD: "#edf1f6", OUTLINE: "#a3adbd",
          LABEL: "#1b222d", NAME: "#4b5768", IDLE: "#8a94a4",
          **dict(zip(WIRES, ("#1f74d1", "#b36b00", "#2b8a45", "#c93a61", "#7a4bd0", "#12857e",
@@ -40,7 +40,7 @@ LABEL_SIZE = 19.0
 NAME_SIZES = 13.0, 18.0  # from and to: ports stand 20 or more apart
 NAME_PIXELS, LEAST_PIXELS = 9.5, 8.0  # of a port's name, and below which it is left out
 STRIP = 12.0  # height of a header that doesn't
-READABLE = 0.42  # pixels a unit from which on labels fit into headers
+READABLE = 0.42  # pixels per unit from which labels fit into headers
 MARGIN, CAPTION, GAP = 28.0, 30.0, 16.0  # pixels: around a drawing, above it, between panels
 OUTPUT, INPUT = "output", "input"
 
@@ -139,7 +139,7 @@ def arrange(nodes: Iterable[Mapping[str, Any]], edges: Iterable[Mapping[str, Any
 def paint(group: Sequence[Link], turn: int) -> None:
     """Colour the ports of the edges that share an output port.
 
-    Where wires come together, at the ports of one node, no colour stands twice if it can be helped.
+    Where wires come together, at the ports of a node, no colour is used twice if that can be avoided.
     """
     colours = [WIRES[(turn + i) % len(WIRES)] for i in range(len(WIRES))]
     near = {port.colour for link in group for box in (link.source, link.target)

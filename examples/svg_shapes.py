@@ -37,7 +37,7 @@ def rounded_path(points: Sequence[Point], radius: float = CORNER) -> str:
 
 
 def turning_points(points: Sequence[Point]) -> list[Point]:
-    """The polyline without the points where it goes straight on.
+    """The polyline without the points at which it goes straight on.
 
     A route has one at every layer that it crosses; kept, it would halve a corner's room.
     """
@@ -52,7 +52,7 @@ def turning_points(points: Sequence[Point]) -> list[Point]:
 
 
 def goes_straight(a: Point, b: Point, c: Point) -> bool:
-    """Whether the way from a over b to c keeps its course at b."""
+    """Whether the way from a through b to c goes straight on at b."""
     cross = (b[0] - a[0]) * (c[1] - b[1]) - (b[1] - a[1]) * (c[0] - b[0])
     dot = (b[0] - a[0]) * (c[0] - b[0]) + (b[1] - a[1]) * (c[1] - b[1])
     return abs(cross) <= 1e-6 * dot
@@ -64,7 +64,7 @@ def distance(a: Point, b: Point) -> float:
 
 
 def towards(start: Point, end: Point, length: float) -> Point:
-    """The point that lies `length` from `start` on the way to `end`."""
+    """The point at a distance of `length` from `start`, on the line to `end`."""
     share = length / distance(start, end)
     return (start[0] + (end[0] - start[0]) * share, start[1] + (end[1] - start[1]) * share)
 
@@ -94,7 +94,7 @@ def returning_path(tail: Point, head: Point, rects: Sequence[Rect],
         (x1, y1), (x1 + REACH, y1), (x1 + REACH, lane), (x1, lane),
         (x2, lane), (x2 - REACH, lane), (x2 - REACH, y2), (x2, y2))]
     p = [xy(*point) for point in hull]
-    if x2 > x1:  # nothing to go back to; the two bows would meet in a spike
+    if x2 > x1:  # nothing to go back to; the two bends would meet in a spike
         return f"M{p[0]}C{p[1]} {p[6]} {p[7]}", hull
     return f"M{p[0]}C{p[1]} {p[2]} {p[3]}L{p[4]}C{p[5]} {p[6]} {p[7]}", hull
 
@@ -113,7 +113,7 @@ def returning_lane(ends: tuple[float, float], rects: Sequence[Rect], direction: 
 
 
 def safe(value: str) -> str:
-    """The text escaped for XML, without the characters that XML has no way to write."""
+    """The text escaped for XML, without the characters that XML cannot represent."""
     return escape(re.sub("[^\t\n\r\x20-\ud7ff\ue000-\ufffd\U00010000-\U0010ffff]", "\ufffd", value))
 
 
@@ -127,7 +127,7 @@ def text(value: str, x: float, y: float, size: float, colour: str, anchor: str =
 
 
 def text_width(value: str) -> float:
-    """About the width of the text, in font sizes; rather too wide than too narrow."""
+    """The approximate width of the text, in font sizes; too wide rather than too narrow."""
     def advance(char: str) -> float:
         if east_asian_width(char) in "WF":
             return 1.0
@@ -143,7 +143,7 @@ def text_width(value: str) -> float:
 
 
 def fitted(label: str, width: float, size: float, least: float) -> tuple[str, float]:
-    """One line of text no wider than `width`: smaller, but not below `least`, else cut short."""
+    """One line of text no wider than `width`: set smaller, but not below `least`, or else cut short."""
     fitting = max(least, min(size, width / max(text_width(label), 0.1)))
     return shortened(label, width / fitting), fitting
 

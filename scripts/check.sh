@@ -88,8 +88,8 @@ sanitized_tests() {
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 core_tests "$dir"
   # The interpreter knows nothing of sanitizers, so their runtime comes first by force. The C++
   # library comes with it: a runtime that starts without one cannot follow exceptions later. The
-  # interpreter keeps memory at exit, which is no leak of ours; with its own allocator out of the
-  # way, a read past the end of one of its objects is seen.
+  # interpreter keeps memory at exit, which is not a leak of ours; with its own allocator bypassed,
+  # a read past the end of one of its objects is detected.
   cpp=$(g++ -print-file-name=libstdc++.so.6)
   LD_PRELOAD="$runtime:$cpp" ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 \
     PYTHONMALLOC=malloc host_tests "$ROOT/$dir/python"
@@ -100,7 +100,7 @@ check_tidy() {
   CXX=$CLANG configure release "$dir" -DQUILLAN_TESTS=ON -DQUILLAN_BENCH=ON -DQUILLAN_FUZZ=ON
   # Of what a build makes, only the headers that it writes are needed here.
   ninja -C "$dir" -t targets rule CUSTOM_COMMAND | sed -n '/\.hpp$/p' | xargs -r ninja -C "$dir"
-  # Its own lines, one a file and one for what it suppressed there, would bury a finding.
+  # Its own lines, one for each file and one for what it suppressed there, would bury a finding.
   run-clang-tidy-14 -quiet -p "$dir" '/(core|host|tests|bench|fuzz)/.*\.cpp$' 2>&1 |
     { grep -vE '^(clang-tidy-14 |[0-9]+ warnings? generated)' || true; }
 }
@@ -252,7 +252,7 @@ lines_of() {
   sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$1"
 }
 
-# Says all missing packages of the wanted checks at once, rather than those of the first to fail.
+# Names all missing packages of the wanted checks at once, not only those of the first to fail.
 need_for_checks() {
   local name packages=()
   for name in "$@"; do
