@@ -74,15 +74,15 @@ class LayoutOptions:
     direction: the direction of the flow, a `Direction` or its name.
     interactive: whether to keep the arrangement given by the nodes' `x` and `y`: "AUTO" then means
         "INTERACTIVE".
-    cycle_breaking_strategy: one of "GREEDY", "DEPTH_FIRST" or "INTERACTIVE".
+    cycle_breaking_strategy: one of "GREEDY", "DEPTH_FIRST" and "INTERACTIVE".
     layering_strategy: one of "NETWORK_SIMPLEX" (short edges, up to NETWORK_SIMPLEX_NODE_LIMIT nodes),
-        "MINIMUM_LENGTH" (the shortest edges, at any size), "LONGEST_PATH" or "INTERACTIVE".
+        "MINIMUM_LENGTH" (the shortest edges, at any size), "LONGEST_PATH" and "INTERACTIVE".
     crossing_strategy: one of "LAYER_SWEEP", "SIFTING" (fewer crossings, for more time), "INTERACTIVE",
-        "KEEP" (the order that the user sees) or "NONE".
-    placement_strategy: one of "SIMPLE", "NETWORK_SIMPLEX" (the straightest edges), "INTERACTIVE" (nodes stay
-        in place) or "BRANDES_KOEPF", also called "LINEAR_SEGMENTS".
-    edge_routing: one of "ORTHOGONAL", "ORTHOGONAL_ORDERED" (fewer crossings and bends, and one trunk for the
-        edges of a port) or "POLYLINE".
+        "KEEP" (the order that the user sees) and "NONE".
+    placement_strategy: one of "SIMPLE", "NETWORK_SIMPLEX" (the straightest edges), "INTERACTIVE" (nodes
+        stay in place) and "BRANDES_KOEPF", also called "LINEAR_SEGMENTS".
+    edge_routing: one of "ORTHOGONAL", "ORTHOGONAL_ORDERED" (fewer crossings and bends, and one trunk
+        for the edges of a port) and "POLYLINE".
     spacing_node_node: smallest gap across the flow between two nodes of a layer.
     spacing_node_node_between_layers: smallest gap along the flow between two layers.
     spacing_edge_edge: smallest gap across the flow between two long edges, and the smallest distance
