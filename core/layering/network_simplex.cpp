@@ -58,8 +58,8 @@ class Border {
   }
 
  private:
-  using Entry = std::pair<std::int32_t, std::int32_t>;  // slack at a shift of 0, position
-  using Heap = std::priority_queue<Entry, std::vector<Entry>, std::greater<>>;
+  using Candidate = std::pair<std::int32_t, std::int32_t>;  // slack at a shift of 0, position
+  using Heap = std::priority_queue<Candidate, std::vector<Candidate>, std::greater<>>;
 
   void drop_inner(Heap& heap) const {
     while (!heap.empty()) {
@@ -156,13 +156,13 @@ void _NetworkSimplex::_feasible_tree() {
 }
 
 void _NetworkSimplex::_number_tree() {
-  struct Entry {
+  struct Visit {
     std::int32_t node;
     std::int32_t cursor;  // into the node's incident edges
   };
   const Arena::Frame frame(scratch_);
   const std::span<bool> visited = scratch_.array<bool>(count, false);
-  const std::span<Entry> stack = scratch_.raw_array<Entry>(count);
+  const std::span<Visit> stack = scratch_.raw_array<Visit>(count);
   std::fill(parent_edge.begin(), parent_edge.end(), -1);
   std::int32_t counter = 0;
   std::int32_t depth = 0;
@@ -170,7 +170,7 @@ void _NetworkSimplex::_number_tree() {
   visited[0] = true;
   low[0] = 1;
   while (depth > 0) {
-    Entry& top = stack[depth - 1];
+    Visit& top = stack[depth - 1];
     const std::span<const std::int32_t> around = incident[top.node];
     std::int32_t child = -1;
     while (child < 0 && top.cursor < static_cast<std::int32_t>(around.size())) {

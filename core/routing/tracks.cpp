@@ -45,29 +45,29 @@ class TrackEnds {
 
 std::int32_t _assign_tracks(std::span<const Interval> intervals, std::span<std::int32_t> tracks,
                             Arena& scratch) {
-  struct Entry {
-    double first;
+  struct Start {
+    double at;  // the first value of an interval
     std::int32_t index;
   };
   if (intervals.empty()) return 0;
   const Arena::Frame frame(scratch);
-  const std::span<Entry> sorted = scratch.raw_array<Entry>(intervals.size());
+  const std::span<Start> sorted = scratch.raw_array<Start>(intervals.size());
   for (std::size_t i = 0; i < intervals.size(); ++i) {
     assert(!std::isnan(intervals[i].source) && !std::isnan(intervals[i].target));
     sorted[i] = {intervals[i].source, static_cast<std::int32_t>(i)};
   }
-  std::sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
-    const int order = compare_reals(a.first, b.first);
+  std::sort(sorted.begin(), sorted.end(), [](const Start& a, const Start& b) {
+    const int order = compare_reals(a.at, b.at);
     return order != 0 ? order < 0 : a.index < b.index;
   });
   TrackEnds ends(intervals.size(), scratch);
   std::int32_t count = 0;
-  for (const Entry& entry : sorted) {
-    const Interval& interval = intervals[entry.index];
+  for (const Start& start : sorted) {
+    const Interval& interval = intervals[start.index];
     const std::size_t track = ends.first_at_most(std::min(interval.source, interval.target));
     ends.set(track, std::max(interval.source, interval.target));
-    tracks[entry.index] = static_cast<std::int32_t>(track);
-    count = std::max(count, tracks[entry.index] + 1);
+    tracks[start.index] = static_cast<std::int32_t>(track);
+    count = std::max(count, tracks[start.index] + 1);
   }
   return count;
 }

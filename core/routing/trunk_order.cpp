@@ -68,9 +68,8 @@ void TrunkOrder::order_core() {
     open[arc.before].gain += arc.weight;
     open[arc.after].gain -= arc.weight;
   }
-  // The largest gain first, then the smallest item. An entry is stale once the gain has changed.
-  using Entry = std::pair<std::int64_t, std::int32_t>;
-  std::priority_queue<Entry> queue;
+  // The largest gain first, then the smallest item. A pair is stale once the gain has changed.
+  std::priority_queue<std::pair<std::int64_t, std::int32_t>> queue;
   const auto push = [&](std::int32_t item) {
     if (in_core_[item] && open[item].barriers == 0) queue.emplace(open[item].gain, -item);
   };
