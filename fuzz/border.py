@@ -108,6 +108,10 @@ class AMapping(Acts, collections.abc.Mapping):
     """The same, and taken for a mapping."""
 
 
+# The same, and taken for what they say they are by a check that asks `__class__`.
+POSERS = [type("Poser", (Acts,), {"__class__": each}) for each in (list, dict)]
+
+
 class Shifty(engine.LNode):
     """A node that acts while it is read."""
 
@@ -163,7 +167,7 @@ class Case:
     def odd(self):
         if self.chance(0.7):
             return self.rng.choice(self.odds)
-        return self.rng.choice((Acts, AMapping))(self.action())
+        return self.rng.choice((Acts, AMapping, *POSERS))(self.action())
 
     def length(self):
         return self.rng.choice(REALS) if self.chance(0.05) else self.rng.randrange(1, 400) / 4
