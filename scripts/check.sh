@@ -52,7 +52,7 @@ exports_only_init() {
 # library. Not one of the usual checks, for it takes a quarter of an hour. The tests that take minutes
 # under an emulator run under Wine only.
 check_machines() {
-  local long=Sweeps.AllSweepsAndRecountsGiveTheSameOrder:Laws.HoldForEveryGraphAfterAllPhases:Size.*
+  local long=Sweeps.AllSweepsAndRecountsGiveTheSameOrder:Laws.HoldForEveryCall:Size.*
   core_tests_on windows-x86_64 x86_64-w64-mingw32 -posix Windows wine
   export GTEST_FILTER=-$long
   core_tests_on linux-aarch64 aarch64-linux-gnu '' Linux qemu-aarch64  # can fuse products and sums
