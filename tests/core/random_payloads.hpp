@@ -24,7 +24,8 @@ inline double absurd(Random& random) {
 class RandomCall {
  public:
   explicit RandomCall(Random& random) : RandomCall(random, random.chance(50)) {}
-  RandomCall(Random& random, bool tame) : random_(random), tame_(tame) {}
+  RandomCall(Random& random, bool tame, int most_nodes = 24)
+      : random_(random), tame_(tame), most_nodes_(most_nodes) {}
 
   double length() {
     if (tame_ || random_.chance(60)) return random_.below(400) / (random_.chance(50) ? 4.0 : 7.0);
@@ -32,7 +33,7 @@ class RandomCall {
   }
 
   void fill(PayloadCase& made) {
-    const int nodes = random_.below(25);
+    const int nodes = random_.below(most_nodes_ + 1);
     ids_ = nodes * 3 / 2 + 1;
     for (int left = nodes; left > 0; --left) {
       NodeRow& node = made.node(node_id());
@@ -43,7 +44,7 @@ class RandomCall {
       if (random_.chance(50)) node.input_ports = ports(made);
       if (random_.chance(50)) node.output_ports = ports(made);
     }
-    for (int left = random_.below(50); left > 0; --left) {
+    for (int left = random_.below(most_nodes_ * 2 + 2); left > 0; --left) {
       const std::string source = node_id();
       const std::string target = node_id();
       EdgeRow& edge = random_.chance(20)
@@ -97,6 +98,7 @@ class RandomCall {
 
   Random& random_;
   bool tame_;
+  int most_nodes_;
   int ids_ = 1;
 };
 

@@ -165,8 +165,8 @@ class Records(unittest.TestCase):
         self.assertEqual(node.cross_center(), 22.0)
         self.assertFalse(node.is_dummy)
         self.assertTrue(LNode("d", kind=NodeKind.LONG_EDGE).is_dummy)
-        edge = LEdge("e", east, west, "e")
-        self.assertIs(edge.source_node, node)
+        edge = LEdge("e", east, LPort("i", LNode("m"), "WEST", 0), "e")
+        self.assertEqual((edge.source_node.id, edge.target_node.id), ("n", "m"))
 
         graph = LGraph([node, LNode("n"), LNode("d", kind=NodeKind.LONG_EDGE)])
         self.assertEqual([graph.next_id("a"), graph.next_id("\ud800")], ["a#1", "\ud800#2"])
