@@ -16,9 +16,8 @@ struct Shape {
   bool numbered;
 };
 
-constexpr std::array<Shape, 10> kShapes = {{
+constexpr std::array<Shape, 9> kShapes = {{
     {"", "", "", false},
-    {"", "#", "", true},
     {"", ":in:", "", true},
     {"", ":out:", "", true},
     {"", ":in:auto", "", false},

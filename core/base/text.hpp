@@ -31,7 +31,6 @@ struct TextSource {
 
 enum class TextForm : std::uint8_t {
   kPlain,     // S
-  kNumbered,  // S#n
   kInPort,    // S:in:n
   kOutPort,   // S:out:n
   kInAuto,    // S:in:auto

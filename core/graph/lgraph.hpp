@@ -211,9 +211,8 @@ class LGraph {
   // Replaces `edges` and renumbers the edges in it.
   void set_edges(std::vector<LEdge*> replacement);
 
-  // Adds 1 to the graph's one counter and gives `base` in `form` with that number; the default form
-  // is `base`, "#" and the number.
-  Text next_id(const Text& base, TextForm form = TextForm::kNumbered);
+  // Adds 1 to the graph's one counter and gives `base` in `form` with that number.
+  Text next_id(const Text& base, TextForm form);
   // Regroups the nodes by `layer` and renumbers `order`; stable in (order, nodes order).
   // REQUIRES: every layer is at least 0. Near-linear unless orders are badly mixed up.
   void rebuild_layers();
