@@ -25,11 +25,6 @@ LayerOrders::LayerOrders(LGraph& graph)
       place_[slot] = slot - first_slot(layer);
     }
   }
-  require_known_ends(graph);
-  regular_ = std::all_of(graph.edges.begin(), graph.edges.end(), [&](const LEdge* edge) {
-    return slots_.joins_neighbours(slots_.slot_of[edge->source_node()->position],
-                                   slots_.slot_of[edge->target_node()->position]);
-  });
   collect();
 }
 
@@ -52,11 +47,10 @@ void LayerOrders::collect() {
 
   const Arena::Frame frame(scratch);
   const EdgeEnds ends = slots_.ends_of_edges(graph_);
-  if (!regular_) {
-    for (std::size_t i = 0; i < most; ++i) {
-      if (slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
-      ends.sources[i] = ends.targets[i] = -1;
-    }
+  for (std::size_t i = 0; i < most; ++i) {
+    if (slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
+    ends.sources[i] = ends.targets[i] = -1;
+    regular_ = false;
   }
   const std::span<std::int32_t> edges = scratch.raw_array<std::int32_t>(most);
   const Grouped above = group_by(ends.targets, lower_starts, edges);

@@ -1,5 +1,7 @@
 #include "core/graph/incident_maps.hpp"
 
+#include <algorithm>
+
 #include "core/base/faults.hpp"
 
 namespace quillan::vorn_layered {
@@ -22,10 +24,18 @@ EdgeEnds edge_ends(LGraph& graph) {
   return ends;
 }
 
-IncidentMaps _incident_maps(LGraph& graph) {
-  require_known_ends(graph);
-  const std::int32_t count = static_cast<std::int32_t>(graph.nodes.size());
+EdgeEnds known_edge_ends(LGraph& graph) {
   const EdgeEnds ends = edge_ends(graph);
+  const auto known = [](std::span<const std::int32_t> positions) {
+    return std::all_of(positions.begin(), positions.end(), [](std::int32_t at) { return at >= 0; });
+  };
+  if (!known(ends.sources) || !known(ends.targets)) require_known_ends(graph);
+  return ends;
+}
+
+IncidentMaps _incident_maps(LGraph& graph) {
+  const std::int32_t count = static_cast<std::int32_t>(graph.nodes.size());
+  const EdgeEnds ends = known_edge_ends(graph);
   const Grouped incoming = group_by(ends.targets, count, graph.scratch);
   const Grouped outgoing = group_by(ends.sources, count, graph.scratch);
   return {incoming, outgoing};

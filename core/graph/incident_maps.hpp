@@ -30,7 +30,10 @@ struct EdgeEnds {
 };
 EdgeEnds edge_ends(LGraph& graph);
 
-// Throws what _incident_maps() throws, and does nothing else.
+// The same of a graph that must not have such an end. Throws LookupFault for the first.
+EdgeEnds known_edge_ends(LGraph& graph);
+
+// Throws what known_edge_ends() throws, and does nothing else.
 void require_known_ends(const LGraph& graph);
 
 }  // namespace quillan::vorn_layered

@@ -34,7 +34,7 @@ LayerSlots::LayerSlots(LGraph& graph)
 }
 
 EdgeEnds LayerSlots::ends_of_edges(LGraph& graph) const {
-  const EdgeEnds ends = edge_ends(graph);
+  const EdgeEnds ends = known_edge_ends(graph);
   for (std::int32_t& end : ends.sources) end = slot_of[end];
   for (std::int32_t& end : ends.targets) end = slot_of[end];
   return ends;

@@ -34,7 +34,7 @@ struct LayerSlots {
   [[nodiscard]] bool joins_neighbours(std::int32_t upper, std::int32_t lower) const {
     return layer_of[upper] + 1 == layer_of[lower];
   }
-  // The ends of all edges as slots. REQUIRES: require_known_ends(graph).
+  // The ends of all edges as slots. Throws LookupFault for an end outside the graph.
   [[nodiscard]] EdgeEnds ends_of_edges(LGraph& graph) const;
 
   std::span<LNode* const> nodes;     // by slot; those of LGraph::layers if that has all nodes

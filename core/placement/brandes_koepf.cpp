@@ -19,7 +19,7 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       // A node that no layer holds is linked to nothing and kept from nothing.
       opens_layer(graph.scratch.array<bool>(slots.count(), true)),
       inner_source(graph.scratch.array<std::int32_t>(slots.count(), -1)) {
-  require_known_ends(graph);
+  collect_links();
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     for (const std::int32_t slot : graph.layers.slots(layer)) {
       const LNode& node = *slots.nodes[slot];
@@ -31,7 +31,6 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
                          _spacing_between(previous, node, graph.options);
     }
   }
-  collect_links();
 }
 
 // What stays is taken first, so that what only this function needs is given back.
