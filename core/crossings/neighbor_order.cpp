@@ -46,8 +46,8 @@ double measure_of(std::span<const EndKey> keys, std::int32_t place, bool use_med
 }  // namespace
 
 double _weighted_median(std::span<const EndKey> sorted_keys) {
+  assert(!sorted_keys.empty());
   const std::size_t count = sorted_keys.size();
-  if (count == 0) return -1.0;
   const std::size_t mid = count / 2;
   if (count % 2 == 1) return position(sorted_keys[mid]);
   const double below = position(sorted_keys[mid - 1]);

@@ -15,7 +15,7 @@
 namespace quillan::vorn_layered {
 
 // The median of positions that are given as ascending keys; an even count of four or more leans to
-// the side on which the positions lie closer together. -1.0 for none.
+// the side on which the positions lie closer together. REQUIRES: at least one.
 double _weighted_median(std::span<const EndKey> sorted_keys);
 
 // The mean of positions that are given as keys. REQUIRES: at least one.

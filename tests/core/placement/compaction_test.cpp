@@ -55,16 +55,18 @@ bool same_bits(const Reals& a, const Reals& b) {
   return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
 }
 
-// Holds all ways against the statement; how many did not vouch for their results.
+// Holds all ways against the plain sweeps; how many did not vouch for their results.
 int check(const BlockConstraints& blocks, Arena& arena) {
   const Reals expected = naive_sweeps(blocks);
-  Reals centers(blocks.block_count, -1.0);
-  compact_by_sweeps(blocks, centers, arena);
-  EXPECT_TRUE(same_bits(centers, expected)) << "sweeps";
-  _compact_blocks(blocks, centers, arena);
-  EXPECT_TRUE(same_bits(centers, expected)) << "compaction";
+  Reals centers;
+  for (const auto way : {compact_by_sweeps, _compact_blocks}) {
+    centers.assign(blocks.block_count, -1.0);
+    way(blocks, centers, arena);
+    EXPECT_TRUE(same_bits(centers, expected)) << "sweeps, all ways in turn";
+  }
   int refused = 0;
   for (const auto way : {compact_by_replay, compact_by_trails}) {
+    centers.assign(blocks.block_count, -1.0);
     const bool vouched = way(blocks, centers, arena);
     EXPECT_TRUE(!vouched || same_bits(centers, expected)) << "replay, trails";
     refused += vouched ? 0 : 1;

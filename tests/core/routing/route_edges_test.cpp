@@ -41,7 +41,7 @@ struct Routes {
   bool operator==(const Routes&) const = default;
 };
 
-// The statement: each widening is added to every later layer at once.
+// Plainly: each widening is added to every later layer at once.
 Routes naive_routes(const LGraph& graph) {
   const LayoutOptions& options = graph.options;
   const std::int32_t gaps = graph.layers.size() - 1;
