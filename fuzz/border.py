@@ -1,9 +1,9 @@
 """Random testing of the module's Python border: `python3 fuzz/border.py SECONDS [SEED [CASE]]`.
 
 Makes calls of every public function with arguments that no caller should pass. Each call must return
-or raise an ordinary exception, do the same again when repeated, keep no memory, leave a graph that it
-refuses as it was, and leave the module working. A crash, a hang or a broken rule prints the number of
-its case; given as CASE with the same SEED it runs alone.
+or raise an ordinary exception, do the same again when repeated, leak no memory, leave a graph that it
+refuses as it was, and leave the module working. After a crash, a hang or a broken rule, the number of
+the case is printed; given as CASE with the same SEED, it is run alone.
 """
 
 import collections
@@ -88,7 +88,7 @@ def meddling(call, rng):
 
 
 class Stop(BaseException):
-    """No Exception, and still nobody's to swallow."""
+    """Not an Exception, so that nobody swallows it."""
 
 
 class Acts:

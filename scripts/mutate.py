@@ -1,13 +1,13 @@
 """Which tests see which fault? `./dev mutate [N]` puts N faults, one at a time, into a copy of the
 sources, builds it, runs all tests and prints a table.
 
-A fault is one changed line of core/ or host/, of a kind that a slip of the hand makes: another
-operator, a bound off by one, a sign, a dropped statement, swapped arguments. Which lines are changed
-follows from --seed; lines of headers that much is built from are drawn more rarely, since each costs
-a build of all that. Faults that do not compile, or that leave every object file as it is, are passed
-over. Tests that take long are run only where no other test fails, so that their share of the table
-is what they alone catch. Every run is recorded; --again FILE puts the same faults into other sources, as far as
-their lines still stand, which is how two sets of tests are compared.
+A fault is one changed line of core/ or host/, of a kind that happens by mistake: another operator, a
+bound off by one, a sign, a dropped statement, swapped arguments. --seed decides which lines are
+changed; lines of headers that many files include are drawn more rarely, since each costs a build of
+all of those. Faults that do not compile, or that leave every object file as it is, are passed over.
+Tests that take long are run only where no other test fails, so that their share of the table is what
+they alone catch. Every run is recorded; --again FILE puts the same faults into other sources, as far
+as their lines are still there, which is how two sets of tests are compared.
 """
 
 import argparse
