@@ -124,6 +124,8 @@ TEST(Compaction, ReplayEqualsSweepsOnRandomBlocks) {
   EXPECT_EQ(fallbacks(near_ties, false, 20000, 1), 0);
   const Draw tolerances = [](Random& random) { return random.below(9) * 2.5e-10; };
   EXPECT_LT(fallbacks(tolerances, false, 20000, 1), 200);
+  const Draw staircases = [](Random& random) { return 1.0 + random.below(5) * 4e-10; };
+  EXPECT_LT(fallbacks(staircases, false, 20000, 1), 200);
   record("fallbacks_cyclic", fallbacks(signed_decimal, true, 4000));
 }
 
