@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cassert>
 #include <numeric>
 #include <utility>
 
@@ -158,7 +157,6 @@ BlockConstraints _blocks_from_root(const AlignmentGraph& layers,
 }
 
 void _place_brandes_kopf_y(LGraph& graph) {
-  assert(!graph.nodes.empty());
   Arena& scratch = graph.scratch;
   const Arena::Frame frame(scratch);
   const AlignmentGraph layers(graph);

@@ -19,8 +19,8 @@ void _assign_layer_x(LGraph& graph);
 void _place_simple_y(LGraph& graph);
 
 // The middle of four alignments (Brandes and Koepf, Fast and Simple Horizontal Coordinate
-// Assignment, 2002). The result may be negative and boxes of a layer may still overlap. REQUIRES:
-// at least one node. Near-linear, see _compact_blocks.
+// Assignment, 2002). The result may be negative and boxes of a layer may still overlap.
+// Near-linear, see _compact_blocks.
 void _place_brandes_kopf_y(LGraph& graph);
 
 // Least weighted length of all segments across the flow, from what Brandes-Koepf gives. See
