@@ -125,9 +125,12 @@ inline Shape random_shape(Random& random, std::int32_t most_nodes) {
 inline void fill_random(TestGraph& graph, Random& random, const Shape& shape) {
   const std::vector<std::int32_t> names = random.permutation(shape.nodes);
   for (const std::int32_t name : names) {
-    LNode* node = graph.put_node(numbered("n", name), size_on(shape.grid, random),
-                                 size_on(shape.grid, random), random.between(1, shape.ports),
-                                 random.between(1, shape.ports));
+    // A statement each: compilers differ in the order of arguments.
+    const double width = size_on(shape.grid, random);
+    const double height = size_on(shape.grid, random);
+    const std::int32_t ins = random.between(1, shape.ports);
+    const std::int32_t outs = random.between(1, shape.ports);
+    LNode* node = graph.put_node(numbered("n", name), width, height, ins, outs);
     node->has_origin_x = random.chance(85);
     node->has_origin_y = random.chance(85);
     node->origin_x = random.below(6) * 60.0;

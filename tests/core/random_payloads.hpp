@@ -19,8 +19,10 @@ inline double absurd(Random& random) {
                       5e-324,   -5e-324,   1e-310,       1e-9,  1e-10,  -0.0});
 }
 
-// Draws the parts of a call. Sizes are bounded so that a call takes well below a millisecond. Half
-// of all calls are tame: they ask for what can be drawn, and the laws of geometry hold.
+// Draws the parts of a call, one draw a statement: compilers differ in the order of operands and
+// arguments, and recorded digests must not. Braces keep the order. Sizes are bounded so that a call
+// takes well below a millisecond. Half of all calls are tame: they ask for what can be drawn, and
+// the laws of geometry hold.
 class RandomCall {
  public:
   explicit RandomCall(Random& random) : RandomCall(random, random.chance(50)) {}
@@ -28,7 +30,10 @@ class RandomCall {
       : random_(random), tame_(tame), most_nodes_(most_nodes) {}
 
   double length() {
-    if (tame_ || random_.chance(60)) return random_.below(400) / (random_.chance(50) ? 4.0 : 7.0);
+    if (tame_ || random_.chance(60)) {
+      const double divisor = random_.chance(50) ? 4.0 : 7.0;
+      return random_.below(400) / divisor;
+    }
     return random_.chance(80) ? absurd(random_) : std::bit_cast<double>(random_.bits());
   }
 
@@ -82,7 +87,8 @@ class RandomCall {
   // Few enough that ids repeat now and then, and in no order.
   std::string node_id() {
     if (random_.chance(98)) return std::to_string(random_.below(ids_));
-    return std::string(random_.below(3), static_cast<char>(random_.bits(1)));
+    const char letter = static_cast<char>(random_.bits(1));
+    return std::string(random_.below(3), letter);
   }
   PortSpec ports(PayloadCase& made) {
     if (random_.chance(60)) return {random_.below(6) - 1};
