@@ -14,6 +14,7 @@ using vorn_layered::LEdge;
 using vorn_layered::LGraph;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
+using vorn_layered::NodePorts;
 using vorn_layered::NodeRow;
 using vorn_layered::Payload;
 using vorn_layered::Point;
@@ -73,9 +74,8 @@ class RecordWriter {
 
   // Lists the ports that import made at a node. `row` is the caller's.
   void add_ports(LNode* node, const Payload& payload, const NodeRow& row) {
-    const std::size_t position = static_cast<std::size_t>(node->position);
-    if (position >= graph_.ports.size()) return;
-    for (const std::span<LPort> side : {graph_.ports[position].in, graph_.ports[position].out}) {
+    const NodePorts ports = graph_.ports_of(*node);
+    for (const std::span<LPort> side : {ports.in, ports.out}) {
       for (LPort& port : side) make_port(&port, port_id(payload, row, port));
     }
   }

@@ -65,10 +65,7 @@ void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide 
 
 LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side) {
   const bool out = side == PortSide::EAST;
-  const std::size_t position = static_cast<std::size_t>(node.position);
-  const NodePorts none;
-  const NodePorts& made = position < graph.ports.size() ? graph.ports[position] : none;
-  const std::span<LPort> pool = out ? made.out : made.in;
+  const std::span<LPort> pool = out ? graph.ports_of(node).out : graph.ports_of(node).in;
   if (!pool.empty()) {
     const bool inside = index >= 0 && static_cast<std::size_t>(index) < pool.size();
     return &pool[inside ? static_cast<std::size_t>(index) : 0];

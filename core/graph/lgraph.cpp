@@ -47,12 +47,7 @@ std::span<LPort> LGraph::add_ports(LNode& node, PortSide side, std::int32_t coun
 
 LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target,
                             std::int32_t caller_edge) {
-  LEdge* segment = arena.make<LEdge>();
-  segment->id = id;
-  segment->source = source;
-  segment->target = target;
-  segment->caller_edge = caller_edge;
-  return segment;
+  return arena.make<LEdge>(id, false, source, target, std::span<Point>(), caller_edge);
 }
 
 LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge) {

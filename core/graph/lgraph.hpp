@@ -203,6 +203,11 @@ class LGraph {
   LNode* add_node(const Text& id, double width, double height);
   // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
   std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
+  // What add_ports() has made at `node`, a node of the graph.
+  [[nodiscard]] NodePorts ports_of(const LNode& node) const {
+    const std::size_t position = static_cast<std::size_t>(node.position);
+    return position < ports.size() ? ports[position] : NodePorts();
+  }
   // A caller's edge: appended to `edges`, with a chain of its own under `id`. One that is there
   // already under an equal id must be passed as `caller_edge`; its chain is replaced.
   LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge = -1);

@@ -29,7 +29,8 @@ struct Column {
   }
 };
 
-// Fits the seen nodes of a layer to where the user has them, with room for those in between.
+// Fits the seen nodes of a layer to where the user has them, which is their `y` so far, with room
+// for those in between.
 void fit_seen(LGraph& graph, std::span<LNode* const> layer) {
   const Arena::Frame frame(graph.scratch);
   const std::span<LNode*> seen = graph.scratch.raw_array<LNode*>(layer.size());
@@ -43,7 +44,6 @@ void fit_seen(LGraph& graph, std::span<LNode* const> layer) {
       distance += previous->height + _spacing_between(*previous, *node, graph.options);
     }
     previous = node;
-    node->y = seen_across_flow(*node);
     if (!is_seen_across_flow(*node)) continue;
     wishes[count] = {node->y, 1.0, distance};
     seen[count++] = node;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "core/base/reals.hpp"
 #include "core/graph/spacing.hpp"
@@ -133,7 +134,7 @@ void GapTracks::find_lanes() {
     run.high = larger(run.high, leg.goes_up ? -leg.low : leg.high);
   }
   sequence_.resize(count);
-  for (std::size_t i = 0; i < count; ++i) sequence_[i] = static_cast<std::int32_t>(i);
+  std::iota(sequence_.begin(), sequence_.end(), 0);
   std::sort(sequence_.begin(), sequence_.end(), [&](std::int32_t a, std::int32_t b) {
     if (order_.depth(a) != order_.depth(b)) return order_.depth(a) < order_.depth(b);
     const int order = compare_reals(runs_[a].low, runs_[b].low);

@@ -1,11 +1,13 @@
-// The room between neighbouring layers, and making more of it.
+// A gap: the room between neighbouring layers, the segments that cross it, and making more room.
 
 #ifndef QUILLAN_CORE_ROUTING_GAP_WIDTHS_HPP_
 #define QUILLAN_CORE_ROUTING_GAP_WIDTHS_HPP_
 
+#include <cmath>
 #include <cstdint>
 #include <span>
 
+#include "core/graph/incident_maps.hpp"
 #include "core/graph/lgraph.hpp"
 
 namespace quillan::vorn_layered {
@@ -18,6 +20,27 @@ struct Bounds {
 
 // The bounds of the gap behind layer `gap`. Linear in the nodes of both layers.
 Bounds bounds_of(const LGraph& graph, std::int32_t gap);
+
+// Calls visit(edge) for each segment that crosses the gap behind layer `gap`, by the node at which
+// it ends, then in `edges` order.
+template <typename Visit>
+void for_each_segment(const LGraph& graph, const IncidentMaps& maps, std::int32_t gap,
+                      const Visit& visit) {
+  for (const LNode* node : graph.layers[gap + 1]) {
+    if (node->position < 0) continue;  // outside the graph, where no segment ends
+    for (const std::int32_t position : maps.incoming[node->position]) {
+      LEdge& edge = *graph.edges[position];
+      if (edge.source_node()->layer == gap) visit(edge);
+    }
+  }
+}
+
+// Whether a segment must bend: ports that are closer along the cross axis are joined by a straight
+// line. False for what is not a number.
+inline bool needs_bends(const LEdge& segment) {
+  constexpr double kStraight = 0.5;
+  return std::abs(segment.source->y() - segment.target->y()) > kStraight;
+}
 
 // Moves the layers behind each gap that is narrower than `needed` of it along the flow axis, by
 // what is missing. Linear in nodes times their different x in a layer, as a rule few.

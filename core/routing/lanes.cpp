@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <numeric>
 
 #include "core/base/reals.hpp"
 
@@ -58,7 +59,7 @@ bool less(double a, double b) { return compare_reals(a, b) < 0; }
 void count_tracks(std::span<const Run> runs, double clearance, std::span<Lane> lanes,
                   Arena& scratch) {
   const std::span<std::int32_t> sorted = scratch.raw_array<std::int32_t>(runs.size());
-  for (std::size_t i = 0; i < sorted.size(); ++i) sorted[i] = static_cast<std::int32_t>(i);
+  std::iota(sorted.begin(), sorted.end(), 0);
   std::sort(sorted.begin(), sorted.end(), [&](std::int32_t a, std::int32_t b) {
     const int order = compare_reals(runs[a].low, runs[b].low);
     return order != 0 ? order < 0 : a < b;

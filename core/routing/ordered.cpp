@@ -1,11 +1,9 @@
 #include "core/routing/ordered.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "core/base/reals.hpp"
-#include "core/graph/incident_maps.hpp"
 #include "core/graph/spacing.hpp"
 #include "core/routing/gap_tracks.hpp"
 #include "core/routing/gap_widths.hpp"
@@ -15,8 +13,6 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-// Ports closer than this along the cross axis are joined by a straight line.
-constexpr double kStraight = 0.5;
 // Wires closer than this read as one line, whatever spacing the caller asks for.
 constexpr double kOneLine = 2.5;
 // In a wide gap tracks stand at up to so many times their least pitch.
@@ -64,19 +60,14 @@ class OrderedRouter {
     segments_.clear();
     wires_.clear();
     heights_.clear();
-    for (const LNode* node : graph_.layers[gap + 1]) {
-      if (node->position < 0) continue;  // outside the graph, where no segment ends
-      for (const std::int32_t position : maps.incoming[node->position]) {
-        LEdge* edge = graph_.edges[position];
-        if (edge->source_node()->layer != gap) continue;
-        const double source = edge->source->y();
-        const double target = edge->target->y();
-        heights_.insert(heights_.end(), {source, target});
-        if (!(std::abs(source - target) > kStraight)) continue;
-        segments_.push_back(edge);
-        wires_.push_back({source, target, 0, 0, !graph_.caller_edges[edge->caller_edge].reversed});
-      }
-    }
+    for_each_segment(graph_, maps, gap, [&](LEdge& edge) {
+      const double source = edge.source->y();
+      const double target = edge.target->y();
+      heights_.insert(heights_.end(), {source, target});
+      if (!needs_bends(edge)) return;
+      segments_.push_back(&edge);
+      wires_.push_back({source, target, 0, 0, !graph_.caller_edges[edge.caller_edge].reversed});
+    });
     number_ports(&LEdge::source, &Wire::source_port);
     number_ports(&LEdge::target, &Wire::target_port);
   }

@@ -1,10 +1,8 @@
 #include "core/routing/route_edges.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 #include "core/base/reals.hpp"
-#include "core/graph/incident_maps.hpp"
 #include "core/graph/spacing.hpp"
 #include "core/routing/gap_widths.hpp"
 #include "core/routing/ordered.hpp"
@@ -13,8 +11,6 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-// Ports closer than this along the cross axis are joined by a straight line.
-constexpr double kStraight = 0.5;
 constexpr std::int32_t kStraightTrack = -1;
 
 struct RoutedSegment {
@@ -41,19 +37,13 @@ GapSegments collect(LGraph& graph) {
   for (std::int32_t gap = 0; gap < gaps; ++gap) {
     starts[gap] = used;
     std::size_t count = 0;
-    for (const LNode* node : graph.layers[gap + 1]) {
-      if (node->position < 0) continue;  // outside the graph, where no segment ends
-      for (const std::int32_t position : maps.incoming[node->position]) {
-        LEdge* edge = graph.edges[position];
-        if (edge->source_node()->layer != gap) continue;
-        const Interval interval{edge->source->y(), edge->target->y()};
-        if (std::abs(interval.source - interval.target) > kStraight) {
-          intervals[count] = interval;
-          bent[count++] = used;
-        }
-        found[used++] = {edge, kStraightTrack};
+    for_each_segment(graph, maps, gap, [&](LEdge& edge) {
+      if (needs_bends(edge)) {
+        intervals[count] = {edge.source->y(), edge.target->y()};
+        bent[count++] = used;
       }
-    }
+      found[used++] = {&edge, kStraightTrack};
+    });
     track_counts[gap] = _assign_tracks(intervals.first(count), tracks, scratch);
     for (std::size_t i = 0; i < count; ++i) found[bent[i]].track = tracks[i];
   }

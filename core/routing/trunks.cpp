@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "core/base/reals.hpp"
 
@@ -49,7 +50,7 @@ void Trunks::form_legs(std::span<Wire> wires) {
   ends_.clear();
   rest_.clear();
   sorted_.resize(wires.size());
-  for (std::size_t i = 0; i < wires.size(); ++i) sorted_[i] = static_cast<std::int32_t>(i);
+  std::iota(sorted_.begin(), sorted_.end(), 0);
   const auto sort_by = [&](std::vector<std::int32_t>& items, auto port, auto other_end) {
     std::sort(items.begin(), items.end(), [&](std::int32_t a, std::int32_t b) {
       const Wire& one = wires[a];
