@@ -218,8 +218,10 @@ class Sweeper {
 };
 
 // Sweeps, then sifts. The sweeps before are the same for every thoroughness, so that a larger one
-// goes on with the same search; if it pays for more of them, their best order counts as well.
-void sweep_and_sift(LayerOrders& orders, std::int64_t thoroughness) {
+// goes on with the same search; if it pays for more of them, their best order counts as well. On
+// large graphs sweeps would go on for as long as they are told to, so they have the same bound.
+void sweep_and_sift(LayerOrders& orders, std::int64_t asked) {
+  const std::int64_t thoroughness = std::min(asked, MOST_THOROUGHNESS);
   constexpr std::int64_t kSweeps = 7;
   Sweeper(orders).run(kSweeps);
   sift_layers(orders, thoroughness);

@@ -25,10 +25,9 @@ class Search {
     start();
     sift_.set_all(best_);
     if (best_crossings_ > 0) sift_all(kFarTolerance);
-    const std::int64_t shares = std::min(thoroughness, kMostThoroughness);
     const std::int64_t effort = kEffortOfGraph + kEffortOfSlot * sift_.slot_count();
     std::int64_t last_gain = 0;
-    for (std::int64_t share = 1; share <= shares && best_crossings_ > 0; ++share) {
+    for (std::int64_t share = 1; share <= thoroughness && best_crossings_ > 0; ++share) {
       for (const std::int64_t end = sift_.effort() + effort; sift_.effort() < end;) kick();
       if (keep_if_better()) last_gain = share;
       if (share - last_gain > kPatience + last_gain / 2) break;
@@ -46,8 +45,6 @@ class Search {
   static constexpr int kMostStarts = 6;
   static constexpr std::int64_t kCheapEffort = 60'000;
   static constexpr int kSweeps = 3;
-  // Values above it count as this one.
-  static constexpr std::int64_t kMostThoroughness = 100;
   // The search ends once it has brought nothing for so many shares, plus half of those before.
   static constexpr std::int64_t kPatience = 2;
   // A share, for one unit of thoroughness.

@@ -13,10 +13,14 @@
 
 namespace quillan::vorn_layered {
 
+// The most that `thoroughness` can ask for. On graphs of a few hundred nodes the search has ended
+// by then.
+inline constexpr std::int64_t MOST_THOROUGHNESS = 100;
+
 // Lowers the crossings of `orders`; never raises them. A larger `thoroughness` goes on where a
-// smaller one ends, so that its result is never worse; from 100 on it makes no difference. Looks at
-// a number of nodes and segments that is at most linear in those of the graph, times
-// `thoroughness`; sorting makes that n log n. REQUIRES: 0 < thoroughness.
+// smaller one ends, so that its result is never worse. Looks at a number of nodes and segments that
+// is at most linear in those of the graph, times `thoroughness`; sorting makes that n log n.
+// REQUIRES: 0 < thoroughness.
 void sift_layers(LayerOrders& orders, std::int64_t thoroughness);
 
 }  // namespace quillan::vorn_layered

@@ -21,12 +21,18 @@ inline double _spacing_between(const LNode& a, const LNode& b, const LayoutOptio
 // A step of a route across the flow that is shorter than this looks like a mistake.
 inline constexpr double SMALL_JOG = 8.0;
 
-// The least distance between two tracks of a gap. Where nodes are to keep the places that the user
-// sees, tracks come nearer to one another before a column moves: a drawing that is laid out again
-// may need a few tracks more than it needed at first.
-inline double track_pitch(const LayoutOptions& options) {
+// The distance between two tracks of a gap.
+struct TrackPitch {
+  double least;   // before the gap is widened
+  double wanted;  // at least, in a gap that is
+};
+
+// Where nodes are to keep the places that the user sees, tracks come nearer to one another before a
+// column moves: a drawing that is laid out again may need more tracks than it needed at first.
+inline TrackPitch track_pitch(const LayoutOptions& options) {
+  const double pitch = options.spacing_edge_edge;
   const bool keeps_places = options.placement_strategy == "INTERACTIVE";
-  return keeps_places ? options.spacing_edge_edge / 2.0 : options.spacing_edge_edge;
+  return keeps_places ? TrackPitch{pitch / 4.0, pitch / 2.0} : TrackPitch{pitch, pitch};
 }
 
 }  // namespace quillan::vorn_layered

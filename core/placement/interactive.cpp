@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <limits>
 
 #include "core/analysis.hpp"
 #include "core/base/faults.hpp"
@@ -30,8 +31,9 @@ struct Column {
 };
 
 // Fits the seen nodes of a layer to where the user has them, which is their `y` so far, with room
-// for those in between.
-void fit_seen(LGraph& graph, std::span<LNode* const> layer) {
+// for those in between. None goes beyond `top`: the drawing begins at its padding, so that all
+// others would have to make way.
+void fit_seen(LGraph& graph, std::span<LNode* const> layer, double top) {
   const Arena::Frame frame(graph.scratch);
   const std::span<LNode*> seen = graph.scratch.raw_array<LNode*>(layer.size());
   const std::span<Wish> wishes = graph.scratch.raw_array<Wish>(layer.size());
@@ -50,7 +52,11 @@ void fit_seen(LGraph& graph, std::span<LNode* const> layer) {
     distance = 0.0;
   }
   fit_in_order(wishes.first(count), places.first(count), graph.scratch);
-  for (std::size_t i = 0; i < count; ++i) seen[i]->y = places[i];
+  double least = top;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i > 0) least = seen[i - 1]->y + wishes[i].distance;
+    seen[i]->y = larger(places[i], least);
+  }
 }
 
 void assign_seen_x(LGraph& graph) {
@@ -91,8 +97,12 @@ bool place_interactive(LGraph& graph) {
   for (LNode* node : graph.nodes) node->y = seen_across_flow(*node);
   if (!can_straighten(graph)) return false;
   assign_seen_x(graph);
+  double top = std::numeric_limits<double>::infinity();
+  for (const LNode* node : graph.nodes) {
+    if (is_seen_across_flow(*node)) top = smaller(top, node->y);
+  }
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
-    fit_seen(graph, graph.layers[layer]);
+    fit_seen(graph, graph.layers[layer], top);
   }
   const Arena::Frame frame(graph.scratch);
   const std::span<bool> pinned = graph.scratch.raw_array<bool>(graph.nodes.size());

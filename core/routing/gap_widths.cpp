@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/base/reals.hpp"
+#include "core/graph/spacing.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -91,13 +92,20 @@ Bounds bounds_of(const LGraph& graph, std::int32_t gap) {
   return {left, right};
 }
 
-void widen_gaps(LGraph& graph, std::span<const double> needed) {
+GapWidth width_for(std::int32_t pitches, const LayoutOptions& options) {
+  const double margins = options.spacing_edge_node * 2.0;
+  const TrackPitch pitch = track_pitch(options);
+  return {margins + pitches * pitch.least, margins + pitches * pitch.wanted};
+}
+
+void widen_gaps(LGraph& graph, std::span<const GapWidth> widths) {
   Widening widening(graph);
   for (std::int32_t gap = 0; gap + 1 < graph.layers.size(); ++gap) {
     widening.catch_up(gap + 1);
     const Bounds bounds = bounds_of(graph, gap);
-    const double delta = larger(0.0, needed[gap] - (bounds.right - bounds.left));
-    if (delta == 0.0) continue;
+    const double width = bounds.right - bounds.left;
+    if (larger(0.0, widths[gap].least - width) == 0.0) continue;
+    const double delta = larger(0.0, widths[gap].wanted - width);
     widening.widen(delta, gap + 1);
     widening.catch_up(gap + 1);
   }

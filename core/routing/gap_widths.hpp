@@ -42,9 +42,18 @@ inline bool needs_bends(const LEdge& segment) {
   return std::abs(segment.source->y() - segment.target->y()) > kStraight;
 }
 
-// Moves the layers behind each gap that is narrower than `needed` of it along the flow axis, by
-// what is missing. Linear in nodes times their different x in a layer, as a rule few.
-void widen_gaps(LGraph& graph, std::span<const double> needed);
+// How wide a gap should be. If it is at least `least`, it stays as it is.
+struct GapWidth {
+  double least;
+  double wanted;
+};
+
+// For tracks and the margins beside them, where the tracks have `pitches` distances between them.
+GapWidth width_for(std::int32_t pitches, const LayoutOptions& options);
+
+// Moves the layers behind each gap that is too narrow along the flow axis, by what is missing.
+// Linear in nodes times their different x in a layer, as a rule few.
+void widen_gaps(LGraph& graph, std::span<const GapWidth> widths);
 
 }  // namespace quillan::vorn_layered
 

@@ -37,15 +37,16 @@ class OrderedRouter {
     for (LEdge* edge : graph_.edges) edge->bend_points = {};
     const IncidentMaps maps = _incident_maps(graph_);
     const std::int32_t gaps = graph_.layers.size() - 1;
-    const std::span<double> needed = graph_.scratch.raw_array<double>(gaps);
+    const std::span<GapWidth> widths = graph_.scratch.raw_array<GapWidth>(gaps);
     starts_.assign(1, 0);
     for (std::int32_t gap = 0; gap < gaps; ++gap) {
       collect(maps, gap);
       find_ways();
-      needed[gap] = needed_width(gap_.most_tracks());
+      const std::int32_t tracks = gap_.most_tracks();
+      widths[gap] = tracks == 0 ? GapWidth{0.0, 0.0} : width_for(tracks - 1, graph_.options);
       starts_.push_back(ways_.size());
     }
-    widen_gaps(graph_, needed);
+    widen_gaps(graph_, widths);
     for (std::int32_t gap = 0; gap < gaps; ++gap) bend(gap);
   }
 
@@ -105,18 +106,12 @@ class OrderedRouter {
     }
   }
 
-  [[nodiscard]] double needed_width(std::int32_t tracks) const {
-    if (tracks == 0) return 0.0;
-    const LayoutOptions& options = graph_.options;
-    return options.spacing_edge_node * 2.0 + (tracks - 1) * track_pitch(options);
-  }
-
   // Each group of tracks in the middle of the gap, at a pitch that the caller asked for at least.
   [[nodiscard]] double x_of(const Lane& lane, const Bounds& bounds) const {
     const LayoutOptions& options = graph_.options;
     const double usable = bounds.right - bounds.left - options.spacing_edge_node * 2.0;
     const double pitch =
-        larger(track_pitch(options),
+        larger(track_pitch(options).least,
                smaller(usable / lane.tracks, kWidePitch * options.spacing_edge_edge));
     const double middle = bounds.left + (bounds.right - bounds.left) / 2.0;
     return middle + (lane.track - (lane.tracks - 1) / 2.0) * pitch;

@@ -52,12 +52,11 @@ GapSegments collect(LGraph& graph) {
 }
 
 void widen(LGraph& graph, std::span<const std::int32_t> track_counts) {
-  const LayoutOptions& options = graph.options;
-  const std::span<double> needed = graph.scratch.raw_array<double>(track_counts.size());
-  for (std::size_t gap = 0; gap < needed.size(); ++gap) {
-    needed[gap] = options.spacing_edge_node * 2.0 + track_counts[gap] * track_pitch(options);
+  const std::span<GapWidth> widths = graph.scratch.raw_array<GapWidth>(track_counts.size());
+  for (std::size_t gap = 0; gap < widths.size(); ++gap) {
+    widths[gap] = width_for(track_counts[gap], graph.options);
   }
-  widen_gaps(graph, needed);
+  widen_gaps(graph, widths);
 }
 
 void bend(LGraph& graph, const GapSegments& found) {
@@ -66,7 +65,7 @@ void bend(LGraph& graph, const GapSegments& found) {
     const std::int32_t track_count = found.track_counts[gap];
     const Bounds bounds = bounds_of(graph, gap);
     const double usable = larger(bounds.right - bounds.left - 2.0 * options.spacing_edge_node,
-                                 options.spacing_edge_edge);
+                                 track_pitch(options).least);
     const double step = usable / track_count;
     const double first_track = bounds.left + options.spacing_edge_node + step / 2.0;
     for (const RoutedSegment& segment : found.segments[gap]) {

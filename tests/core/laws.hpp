@@ -155,7 +155,7 @@ inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& oth
       const Point c = other_points[j - 1];
       const Point d = other_points[j];
       if (a.x == b.x && c.x == d.x && meet(a.y, b.y, c.y, d.y)) {
-        law(std::abs(a.x - c.x) + tolerance >= track_pitch(graph.options),
+        law(std::abs(a.x - c.x) + tolerance >= track_pitch(graph.options).least,
             "wires side by side keep the pitch of tracks");
       }
       if (a.y == b.y && c.y == d.y && meet(a.x, b.x, c.x, d.x)) {
