@@ -57,12 +57,16 @@ void PutOff::release() {
   PyErr_Restore(type, value, traceback);
 }
 
-void set_key_error(std::string_view id) {
-  PyObject* const text =
-      PyUnicode_DecodeUTF8(id.data(), static_cast<Py_ssize_t>(id.size()), "surrogatepass");
-  if (text == nullptr) return;
-  PyErr_SetObject(PyExc_KeyError, text);
-  Py_DECREF(text);
+void set_error(const vorn_layered::LookupFault& fault) {
+  const Ref id = decoded(fault.id);
+  if (id) PyErr_SetObject(PyExc_KeyError, id.get());
+}
+
+void set_error(const vorn_layered::LayerFault& fault) {
+  const Ref id = decoded(fault.id);
+  if (!id) return;
+  PyErr_Format(PyExc_ValueError, "LNode %R: layer must be at least 0, not %d", id.get(),
+               static_cast<int>(fault.layer));
 }
 
 CollectorPause::~CollectorPause() {

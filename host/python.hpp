@@ -97,8 +97,15 @@ inline int check(int status) {
   throw PythonError();
 }
 
-// Sets a KeyError about `id`, as the core holds it.
-void set_key_error(std::string_view id);
+// An exact str from bytes as the core holds them, lone surrogates included; null on a failure.
+inline Ref decoded(std::string_view bytes) {
+  return Ref::steal(
+      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogatepass"));
+}
+
+// Sets Python's exception for a fault that names an id.
+void set_error(const vorn_layered::LookupFault& fault);
+void set_error(const vorn_layered::LayerFault& fault);
 
 // The objects that drop() puts off during one call of the module. Calls nest where a caller's code
 // calls the module again.
@@ -134,7 +141,9 @@ PyObject* guarded(Body body) {
   } catch (const vorn_layered::SizeFault& fault) {
     PyErr_SetString(PyExc_MemoryError, fault.what());
   } catch (const vorn_layered::LookupFault& fault) {
-    set_key_error(fault.what());
+    set_error(fault);
+  } catch (const vorn_layered::LayerFault& fault) {
+    set_error(fault);
   } catch (const std::exception& fault) {
     PyErr_SetString(PyExc_RuntimeError, fault.what());
   }
@@ -142,11 +151,7 @@ PyObject* guarded(Body body) {
   return result;
 }
 
-// An exact str from bytes as the core holds them, lone surrogates included.
-inline Ref text_from_bytes(std::string_view bytes) {
-  return check(
-      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogatepass"));
-}
+inline Ref text_from_bytes(std::string_view bytes) { return check(decoded(bytes).release()); }
 
 // Keeps the cyclic collector from running while many containers are made that it could not free
 // anyway. Allocation otherwise triggers it every few hundred objects.

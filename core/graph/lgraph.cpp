@@ -1,8 +1,9 @@
 #include "core/graph/lgraph.hpp"
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
+
+#include "core/base/faults.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -77,16 +78,16 @@ Text LGraph::next_id(const Text& base, TextForm form) {
 }
 
 void LGraph::rebuild_layers() {
+  std::int32_t count = 0;
+  for (const LNode* node : nodes) {
+    if (node->layer < 0) throw LayerFault(node->id.str(), node->layer);
+    count = std::max(count, node->layer + 1);
+  }
   layers.clear();
   if (nodes.empty()) return;
-  std::int32_t count = 0;
-  for (const LNode* node : nodes) count = std::max(count, node->layer + 1);
   const Arena::Frame frame(scratch);
   const std::span<std::int32_t> sizes = scratch.array<std::int32_t>(count, 0);
-  for (const LNode* node : nodes) {
-    assert(node->layer >= 0);
-    ++sizes[node->layer];
-  }
+  for (const LNode* node : nodes) ++sizes[node->layer];
   layers.resize(sizes);
   const std::span<std::int32_t> filled = scratch.array<std::int32_t>(count, 0);
   for (LNode* node : nodes) layers[node->layer][filled[node->layer]++] = node;

@@ -219,7 +219,8 @@ class LGraph {
   // Adds 1 to the graph's one counter and gives `base` in `form` with that number.
   Text next_id(const Text& base, TextForm form);
   // Regroups the nodes by `layer` and renumbers `order`; stable in (order, nodes order).
-  // REQUIRES: every layer is at least 0. Near-linear unless orders are badly mixed up.
+  // Near-linear unless orders are badly mixed up. Throws LayerFault, and changes nothing, if a node
+  // has a layer below 0.
   void rebuild_layers();
 
   // Empties the graph for another component and keeps its memory.
