@@ -33,7 +33,9 @@ SiftOrders::SiftOrders(const LayerOrders& orders) {
   at_ = scratch.raw_array<std::int32_t>(slots);
   place_ = scratch.raw_array<std::int32_t>(slots);
   measured_ = scratch.raw_array<std::int64_t>(slots);
-  turn_ = scratch.raw_array<std::int32_t>(slots);
+  // A graph made by hand may have more layers than nodes.
+  turn_ = scratch.raw_array<std::int32_t>(
+      std::max(slots, static_cast<std::size_t>(orders.layer_count())));
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
     layers_[layer] = {orders.first_slot(layer), orders.layer_size(layer)};
   }

@@ -77,10 +77,12 @@ class Columns {
   [[nodiscard]] std::span<bool> edges_inside(std::int32_t bands) const {
     const std::span<bool> found = graph_.scratch.array<bool>(bands, false);
     for (const LEdge* edge : graph_.edges) {
-      const LNode& source = *edge->source_node();
-      const LNode& target = *edge->target_node();
-      if (source.position < 0 || target.position < 0) continue;
-      if (source.layer == target.layer) found[source.layer] = true;
+      const std::int32_t source = edge->source_node()->position;
+      const std::int32_t target = edge->target_node()->position;
+      if (source < 0 || target < 0) continue;
+      // Ends may be nodes outside the graph that have the ids of nodes in it.
+      const std::int32_t band = graph_.nodes[source]->layer;
+      if (graph_.nodes[target]->layer == band) found[band] = true;
     }
     return found;
   }

@@ -47,8 +47,10 @@ void AlignmentGraph::collect_links() {
   for (std::size_t i = 0; i < most; ++i) {
     const std::int32_t source = ends.sources[i];
     const std::int32_t target = ends.targets[i];
-    const bool is_inner = slots.nodes[source]->is_dummy() && slots.nodes[target]->is_dummy();
-    if (is_inner && inner_source[target] < 0) inner_source[target] = source;
+    if (inner_source[target] < 0 && slots.nodes[target]->is_dummy() &&
+        graph.edges[i]->source_node()->is_dummy()) {
+      inner_source[target] = source;
+    }
     uppers[i] = slots.joins_neighbours(source, target) ? source : -1;
   }
 
