@@ -140,7 +140,10 @@ class RecordWriter {
                                              port->index, port->offset));
     const Field field = in ? Field::kInPorts : Field::kOutPorts;
     const Ref list = check(PyObject_GetAttr(owner, state_.field(field)));
-    if (PyList_Check(list.get())) check(PyList_Append(list.get(), record.get()));
+    if (!PyList_Check(list.get())) {
+      Fields(state_, owner).wrong_type(field, "a list", list.get());
+    }
+    check(PyList_Append(list.get(), record.get()));
     return (ports_[port] = std::move(record)).get();
   }
 
