@@ -18,6 +18,7 @@ void make_names(State& state) {
   }
   const Ref abstract = check(PyImport_ImportModule("collections.abc"));
   state.mapping = check(PyObject_GetAttrString(abstract.get(), "Mapping")).release();
+  state.mapping_contains = check(PyObject_GetAttrString(state.mapping, "__contains__")).release();
 }
 
 // Runs the Python source of the enumerations and records as the module's own code.

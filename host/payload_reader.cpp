@@ -156,13 +156,30 @@ void PayloadReader::check_mapping(PyObject* value) const {
   throw PythonError();
 }
 
-// The value of a key, or null where the mapping does not have it. A mapping that makes up values is
-// not made to: whether it has the key is asked first.
+// Whether a mapping has a key. One that makes up values is not made to: what collections.abc gives
+// a mapping that does not say for itself asks for the value, and so the keys are looked through.
+bool PayloadReader::has(PyObject* mapping, PyObject* key) const {
+  const Ref name = check(PyUnicode_InternFromString("__contains__"));
+  PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(mapping));
+  const Ref contains = Ref::steal(PyObject_GetAttr(type, name.get()));
+  if (!contains) PyErr_Clear();
+  if (contains.get() != state_.mapping_contains) {
+    return check(PySequence_Contains(mapping, key)) != 0;
+  }
+  const Ref keys = check(PyObject_GetIter(mapping));
+  while (const Ref each = Ref::steal(PyIter_Next(keys.get()))) {
+    if (check(PyObject_RichCompareBool(each.get(), key, Py_EQ)) != 0) return true;
+  }
+  if (PyErr_Occurred() != nullptr) throw PythonError();
+  return false;
+}
+
+// The value of a key, or null where the mapping does not have it.
 Ref PayloadReader::get(PyObject* mapping, Key key) {
   (place_.port < 0 ? place_.key : place_.port_key) = key;
   PyObject* const name = state_.key(key);
   if (!PyDict_CheckExact(mapping)) {
-    if (check(PySequence_Contains(mapping, name)) == 0) return {};
+    if (!has(mapping, name)) return {};
     return check(PyObject_GetItem(mapping, name));
   }
   Ref value = Ref::borrow(PyDict_GetItemWithError(mapping, name));

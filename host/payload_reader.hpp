@@ -50,6 +50,7 @@ class PayloadReader {
   void enter_item(std::size_t number);
   bool is_mapping(PyObject* value) const;
   void check_mapping(PyObject* value) const;
+  bool has(PyObject* mapping, PyObject* key) const;
   Ref get(PyObject* mapping, Key key);
 
   const vorn_layered::TextSource* read_id(PyObject* mapping);

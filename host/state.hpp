@@ -124,6 +124,7 @@ struct State {
   PyObject* keys[static_cast<std::size_t>(Key::COUNT)];       // interned
   PyObject* fields[static_cast<std::size_t>(Field::kCount)];  // interned
   PyObject* mapping;                                          // collections.abc.Mapping
+  PyObject* mapping_contains;                                 // its __contains__
   // The records, as the module's own Python source defines them.
   PyObject* direction;
   PyObject* port_side;
@@ -148,8 +149,8 @@ struct State {
     for (PyObject*& name : fields) {
       if (const int status = visit(name)) return status;
     }
-    for (PyObject** object : {&mapping, &direction, &port_side, &node_kind, &layout_options, &lport,
-                              &lnode, &ledge, &lgraph}) {
+    for (PyObject** object : {&mapping, &mapping_contains, &direction, &port_side, &node_kind,
+                              &layout_options, &lport, &lnode, &ledge, &lgraph}) {
       if (const int status = visit(*object)) return status;
     }
     return 0;
