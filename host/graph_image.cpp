@@ -36,18 +36,10 @@ GraphImage::GraphImage(const State& state, Ref record, const GraphUse& use)
                  Py_TYPE(record_.get())->tp_name);
     throw PythonError();
   }
-  const Fields fields(state, record_.get());
-  if ((use_.reads & LAYERS) != 0) {
-    for (const Ref& layer : fields.items(Field::kLayers)) {
-      layer_items_.push_back(fields.items_of(Field::kLayers, layer.get()));
-    }
-  }
-  // The strategy decides what else is read, of the options too.
-  const Ref options = fields.instance(Field::kOptions, state.layout_options);
-  read_options(state, options.get(), use_.options, graph.options);
-  const Use rest = use.then(graph.options, layer_items_.size());
-  read_options(state, options.get(), rest.options & ~use_.options, graph.options);
-  use_ = use_ | rest;
+  UseFacts facts(state, record_.get(), graph.options);
+  use_ = use_ | use.then(facts);
+  facts.options(use_.options);
+  if ((use_.reads & LAYERS) != 0) layer_items_ = std::move(facts.layers());
   read_parts();
 }
 
@@ -81,7 +73,9 @@ void GraphImage::read_nodes() {
 void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
   const Fields fields(state_, record);
   if ((use_.reads & NODE_IDS) != 0) node.id = Text(texts_.keep(fields.text(Field::kId)));
-  if ((use_.reads & WIDTHS) != 0) node.width = fields.real(Field::kWidth);
+  // The layering reads of an end outside the graph only what it needs to split an edge.
+  const bool laid_out = inside || (use_.writes & LAYER_NUMBERS) == 0;
+  if ((use_.reads & WIDTHS) != 0 && laid_out) node.width = fields.real(Field::kWidth);
   if ((use_.reads & HEIGHTS) != 0) node.height = fields.real(Field::kHeight);
   if ((use_.reads & KINDS) != 0) {
     const bool real = is_text(fields.get(Field::kKind).get(), "NORMAL");
@@ -100,7 +94,7 @@ void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
     node.layer = static_cast<std::int32_t>(fields.integer(Field::kLayer, least, kMaxLayer));
   }
   node.order = UNWRITTEN_ORDER;
-  if ((use_.reads & ORDERS) != 0) {
+  if ((use_.reads & ORDERS) != 0 && laid_out) {
     node.order = static_cast<std::int32_t>(fields.integer(Field::kOrder, INT32_MIN + 1, INT32_MAX));
   }
   if ((use_.reads & PLACES) != 0) {

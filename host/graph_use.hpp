@@ -8,8 +8,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "core/graph/options.hpp"
+#include "host/state.hpp"
 
 namespace quillan::host {
 
@@ -74,21 +76,45 @@ struct Use {
   }
 };
 
-// One function. What it touches can depend on its strategy and on the number of layers: `first` in
-// any case, and whatever `then` says.
+// What a row can depend on, read of the graph as soon as a row asks for it.
+class UseFacts {
+ public:
+  UseFacts(const State& state, PyObject* graph, vorn_layered::LayoutOptions& options)
+      : state_(state), graph_(graph), options_(options) {}
+
+  // The options, with these fields read.
+  const vorn_layered::LayoutOptions& options(OptionParts parts);
+  // LGraph.layers, as the members of each layer.
+  std::vector<std::vector<Ref>>& layers();
+
+ private:
+  const State& state_;
+  PyObject* graph_;
+  vorn_layered::LayoutOptions& options_;
+  OptionParts known_options_ = 0;
+  Ref options_record_;
+  std::vector<std::vector<Ref>> layers_;
+  bool knows_layers_ = false;
+};
+
+// One function: `first` in any case, and whatever `then` says.
 struct GraphUse {
   const char* name = nullptr;
   Use first;
-  Use (*then)(const vorn_layered::LayoutOptions& options, std::size_t layer_count) = nullptr;
+  Use (*then)(UseFacts& facts) = nullptr;
 };
 
 namespace uses {
 
-using Options = vorn_layered::LayoutOptions;
-
 inline constexpr Parts kBoxes = NODES | WIDTHS | HEIGHTS | PLACES;
 inline constexpr Parts kEnds = NODES | NODE_IDS | EDGES | ENDS;
-inline Use nothing_else(const Options&, std::size_t) { return {}; }
+inline Use nothing_else(UseFacts&) { return {}; }
+
+// Where the user sees a node along the flow: by its far corner where the flow is reversed.
+inline Use seen_places(UseFacts& facts) {
+  const bool reversed = is_reversed(facts.options(DIRECTION).direction);
+  return {reversed ? ORIGINS | WIDTHS : ORIGINS};
+}
 
 inline constexpr GraphUse GRAPH_EXTENT{"graph_extent", {kBoxes}, nothing_else};
 
@@ -103,20 +129,18 @@ inline constexpr GraphUse EDGE_ROUTES{
 inline constexpr GraphUse REBUILD_LAYERS{
     "rebuild_layers", {NODES | LAYER_NUMBERS | ORDERS, 0, LAYERS | ORDERS}, nothing_else};
 
-inline constexpr GraphUse BREAK_CYCLES{"break_cycles",
-                                       {kEnds | ORIGIN_IDS, CYCLE_BREAKING, FLIPS},
-                                       [](const Options& options, std::size_t) -> Use {
-                                         if (options.cycle_breaking_strategy != "INTERACTIVE")
-                                           return {};
-                                         return {ORIGINS | WIDTHS, DIRECTION};
-                                       }};
+inline constexpr GraphUse BREAK_CYCLES{
+    "break_cycles", {kEnds | ORIGIN_IDS, 0, FLIPS}, [](UseFacts& facts) -> Use {
+      const std::string& strategy = facts.options(CYCLE_BREAKING).cycle_breaking_strategy;
+      return strategy == "INTERACTIVE" ? seen_places(facts) : Use{};
+    }};
 
 inline constexpr GraphUse ASSIGN_LAYERS{
     "assign_layers",
-    {kEnds | ORIGINS | LAYER_NUMBERS | ORDERS | EDGE_IDS | ORIGIN_IDS | UNSPLIT_CHAINS | COUNTER,
-     LAYERING, LAYER_NUMBERS | ORDERS | SPLITS | LAYERS},
-    [](const Options& options, std::size_t) -> Use {
-      if (options.layering_strategy != "INTERACTIVE") return {};
+    {kEnds | ORIGINS | LAYER_NUMBERS | ORDERS | EDGE_IDS | ORIGIN_IDS | UNSPLIT_CHAINS | COUNTER, 0,
+     LAYER_NUMBERS | ORDERS | SPLITS | LAYERS},
+    [](UseFacts& facts) -> Use {
+      if (facts.options(LAYERING).layering_strategy != "INTERACTIVE") return {};
       return {WIDTHS, DIRECTION | PLACEMENT};
     }};
 
@@ -130,13 +154,12 @@ inline constexpr GraphUse COUNT_CROSSINGS{
     "count_crossings", {kEnds | PORT_INDEXES | LAYERS}, nothing_else};
 
 inline constexpr GraphUse REDUCE_CROSSINGS{
-    "reduce_crossings",
-    {LAYERS, CROSSING, ORDERS},
-    [](const Options& options, std::size_t layer_count) -> Use {
-      const std::string& strategy = options.crossing_strategy;
-      if (layer_count < 2 || strategy == "NONE") return {};
+    "reduce_crossings", {LAYERS, 0, ORDERS}, [](UseFacts& facts) -> Use {
+      if (facts.layers().size() < 2) return {};
+      const std::string& strategy = facts.options(CROSSING).crossing_strategy;
+      if (strategy == "NONE") return {};
       const Use sweeps{kEnds | PORT_INDEXES, THOROUGHNESS, LAYERS};
-      if (strategy == "INTERACTIVE") return sweeps | Use{ORIGINS | WIDTHS, DIRECTION};
+      if (strategy == "INTERACTIVE") return sweeps | seen_places(facts);
       if (strategy == "KEEP") {
         return sweeps | Use{ORIGINS | WIDTHS | HEIGHTS | KINDS | PORT_OFFSETS,
                             DIRECTION | NODE_NODE | EDGE_EDGE | EDGE_NODE};
@@ -145,23 +168,22 @@ inline constexpr GraphUse REDUCE_CROSSINGS{
     }};
 
 inline constexpr GraphUse PLACE_NODES{
-    "place_nodes", {LAYERS, PLACEMENT}, [](const Options& options, std::size_t layer_count) -> Use {
-      if (layer_count == 0) return {};
-      const std::string& strategy = options.placement_strategy;
-      const Use plain{kEnds | WIDTHS | HEIGHTS | KINDS | ORDERS, SPACINGS | PADDINGS, PLACES};
+    "place_nodes", {LAYERS, 0, PLACES}, [](UseFacts& facts) -> Use {
+      if (facts.layers().empty()) return {};
+      const std::string& strategy = facts.options(PLACEMENT).placement_strategy;
+      const Use plain{kEnds | WIDTHS | HEIGHTS | KINDS | ORDERS, SPACINGS | PADDINGS};
       if (strategy == "NETWORK_SIMPLEX") return plain | Use{PORT_OFFSETS | ORIGIN_IDS | FLIPS};
       if (strategy == "INTERACTIVE") return plain | Use{PORT_OFFSETS | ORIGINS, DIRECTION};
       return plain;
     }};
 
 inline constexpr GraphUse ROUTE_EDGES{
-    "route_edges",
-    {EDGES | LAYERS, ROUTING, BENDS},
-    [](const Options& options, std::size_t layer_count) -> Use {
-      const bool ordered = options.edge_routing == "ORTHOGONAL_ORDERED";
-      const bool orthogonal = ordered || options.edge_routing == "ORTHOGONAL";
-      if (!orthogonal || layer_count < 2) return {};
-      const Use plain{kEnds | WIDTHS | LAYER_NUMBERS | PLACES | PORT_OFFSETS,
+    "route_edges", {0, 0, BENDS}, [](UseFacts& facts) -> Use {
+      const std::string& strategy = facts.options(ROUTING).edge_routing;
+      const bool ordered = strategy == "ORTHOGONAL_ORDERED";
+      if (!ordered && strategy != "ORTHOGONAL") return {EDGES};
+      if (facts.layers().size() < 2) return {};
+      const Use plain{kEnds | WIDTHS | LAYER_NUMBERS | PLACES | PORT_OFFSETS | LAYERS,
                       EDGE_EDGE | EDGE_NODE | PLACEMENT, MOVES};
       if (!ordered) return plain;
       return plain | Use{HEIGHTS | KINDS | PORT_INDEXES | PORT_SIDES | CHAINS | ORIGIN_IDS | FLIPS,

@@ -222,8 +222,8 @@ Phase 1: flip edges in place until the graph has no cycle.
 run. A flipped edge has its source and target exchanged; its ports keep their sides.
 
 Reads: of the graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`, `origin_id`; of ports
-`node`; of the options `cycle_breaking_strategy`. With "INTERACTIVE" also: of nodes `width`,
-`origin_x`, `origin_y`; of the options `direction`.
+`node`; of the options `cycle_breaking_strategy`. With "INTERACTIVE" also: of nodes `origin_x`,
+`origin_y`; of the options `direction`. With "INTERACTIVE" under LEFT and UP also: of nodes `width`.
 
 Writes: into the graph's `reversed_originals`; of edges `source`, `target`, `reversed`.
 
@@ -307,9 +307,10 @@ sifting never leave more crossings than the initial order.
 
 Reads: of the graph `layers`; of the options `crossing_strategy`. With any but "NONE" also: of the
 graph `nodes`, `edges`; of nodes `id`; of edges `source`, `target`; of ports `node`, `index`; of the
-options `thoroughness`. With "INTERACTIVE" and "KEEP" also: of nodes `width`, `origin_x`, `origin_y`;
-of the options `direction`. With "KEEP" also: of nodes `height`, `kind`; of ports `offset`; of the
-options `spacing_node_node`, `spacing_edge_edge`, `spacing_edge_node`.
+options `thoroughness`. With "INTERACTIVE" and "KEEP" also: of nodes `origin_x`, `origin_y`; of the
+options `direction`. With "INTERACTIVE" under LEFT and UP also: of nodes `width`. With "KEEP" also: of
+nodes `width`, `height`, `kind`; of ports `offset`; of the options `spacing_node_node`,
+`spacing_edge_edge`, `spacing_edge_node`. Of fewer than two layers nothing else is read.
 
 Writes: of nodes `order`. With any but "NONE" also: of the graph `layers`.
 
@@ -355,8 +356,8 @@ edges cross as rarely as the layers allow; no two edges of different ports overl
 across the flow, by their `y`, where that removes a bend from a long edge. Segments then have up to
 four bend points. With "POLYLINE", or an unknown value, segments are straight and have no bend points.
 
-Reads: of the graph `edges`, `layers`; of the options `edge_routing`. With "ORTHOGONAL" and
-"ORTHOGONAL_ORDERED" also: of the graph `nodes`; of nodes `id`, `width`, `layer`, `x`, `y`; of edges
+Reads: of the graph `edges`; of the options `edge_routing`. With "ORTHOGONAL" and
+"ORTHOGONAL_ORDERED" also: of the graph `nodes`, `layers`; of nodes `id`, `width`, `layer`, `x`, `y`; of edges
 `source`, `target`; of ports `node`, `offset`; of the options `placement_strategy`,
 `spacing_edge_edge`, `spacing_edge_node`. With "ORTHOGONAL_ORDERED" also: of the graph `chains`,
 `reversed_originals`; of nodes `height`, `kind`; of edges `origin_id`; of ports `side`, `index`; of the

@@ -5,10 +5,11 @@ import itertools
 import pickle
 import re
 import unittest
+import unittest.mock
 
 from quillan.core import vorn_layered as engine
 from quillan.core.vorn_layered import (
-    LayoutOptions, LEdge, LGraph, LNode, LPort, NodeKind, PortSide)
+    Direction, LayoutOptions, LEdge, LGraph, LNode, LPort, NodeKind, PortSide)
 from test_golden import PHASES, load, state_of
 
 FORK = ([{"id": name} for name in "abc"],
@@ -56,7 +57,7 @@ class HandMade(unittest.TestCase):
         self.assertIs(graph.chains["ac"][1], graph.edges[3])
 
     def test_ends_outside_the_graph(self):
-        outside = LNode("z", layer=4)
+        outside = LNode("z\0", layer=4)
         graph = by_hand()
         a, b, c = graph.nodes
         graph.edges += [wire("za", outside, a), wire("bz", b, outside)]
@@ -77,6 +78,12 @@ class HandMade(unittest.TestCase):
         twin.edges[2] = wire("ac", LNode("a"), twin.nodes[2])
         engine.break_cycles(twin)
         self.assertEqual([edge.reversed for edge in twin.edges], [False] * 3)
+        twin.edges, twin.chains = [wire("ab", twin.nodes[0], LNode("b", layer=9))], {}
+        for place, node in enumerate(twin.nodes):
+            node.origin_x = node.origin_y = 130 * place  # each overlaps the next
+        twin.options.layering_strategy = twin.options.placement_strategy = "INTERACTIVE"
+        engine.assign_layers(twin)
+        self.assertEqual([node.layer for node in twin.nodes], [0, 1, 2])
 
         for strategy in ("SIMPLE", "BRANDES_KOEPF"):
             graph.options.placement_strategy = strategy
@@ -85,7 +92,7 @@ class HandMade(unittest.TestCase):
                 before = pickle.dumps(graph)
                 with self.assertRaises(KeyError) as caught:
                     function(graph)
-                self.assertEqual(caught.exception.args, ("z",))
+                self.assertEqual(caught.exception.args, ("z\0",))
                 self.assertEqual(pickle.dumps(graph), before)
         with self.assertRaises(KeyError):  # even where no layer could hold a crossing
             engine.count_crossings(LGraph(graph.nodes, graph.edges))
@@ -93,6 +100,21 @@ class HandMade(unittest.TestCase):
         graph.edges[-1].bend_points = [(1.0, 1.0)]
         engine.route_edges(graph)
         self.assertEqual([edge.bend_points for edge in graph.edges], [[]] * len(graph.edges))
+
+    def test_what_is_not_used_is_not_looked_at(self):
+        node = LNode("a", order=3)
+        odd = LGraph([node], None, None, None, None, [[node]])
+        self.assertEqual((engine.graph_extent(odd), odd.rebuild_layers()), ((0.0, 0.0), None))
+        engine.reduce_crossings(odd)
+        self.assertEqual(node.order, 0)
+        odd.layers = []
+        engine.place_nodes(odd)
+        odd.options = LayoutOptions()
+        engine.route_edges(odd)
+        odd.edges, odd.layers = [wire("aa", node, node)], None
+        odd.edges[0].bend_points = odd.options.edge_routing = None
+        engine.route_edges(odd)
+        self.assertEqual(odd.edges[0].bend_points, [])
 
     def test_network_simplex_up_to_the_limit(self):
         for count in (engine.NETWORK_SIMPLEX_NODE_LIMIT, engine.NETWORK_SIMPLEX_NODE_LIMIT + 1):
@@ -125,6 +147,10 @@ class HandMade(unittest.TestCase):
         self.assertGreater(stranger.x, 0.0)  # moved with its layer
         with self.assertRaises(KeyError):
             engine.place_nodes(graph)
+        hollow = by_hand("abcd", ("ac", "ad", "bc", "bd"), ["ab", "cd", *[""] * 9])
+        hollow.options.crossing_strategy = "SIFTING"  # more layers than nodes
+        engine.reduce_crossings(hollow)
+        self.assertEqual((engine.count_crossings(hollow), len(hollow.layers)), (1, 11))
         graph.layers[1].pop()
         graph.nodes[1].x = 500
         engine.place_nodes(graph)
@@ -169,6 +195,8 @@ class HandMade(unittest.TestCase):
 
     def test_refusals_name_the_record_and_the_field(self):
         for change, function, complaint in (
+                ("g.edges[0].source.node = LNode('z', layer=-3)", engine.assign_layers,
+                 "ValueError: LNode 'dummy:ab#1': layer must be at least 0, not -2"),
                 ("g.edges[0].target = g.nodes[1]", engine.break_cycles,
                  "TypeError: LEdge 'ab': target must be LPort, not LNode"),
                 ("g.nodes[2].layer = -1", LGraph.rebuild_layers,
@@ -214,13 +242,17 @@ class HandMade(unittest.TestCase):
                 ("g.layers[0][0] = None", engine.reduce_crossings,
                  "TypeError: LGraph.layers must hold LNode records, not NoneType")):
             graph = by_hand(layers=["a", "b", "c"])
-            exec(change, {"g": graph})
+            exec(change, {"g": graph, "LNode": LNode})
             before = pickle.dumps(graph)
             with self.subTest(change), self.assertRaises((TypeError, ValueError)) as caught:
                 function(graph)
             said = f"{type(caught.exception).__name__}: {caught.exception}"
             self.assertEqual(said[:len(complaint)], complaint)
             self.assertEqual(pickle.dumps(graph), before, change)
+        no_list = property(lambda node: (), lambda node, value: None)
+        with unittest.mock.patch.object(LNode, "in_ports", no_list, create=True), \
+                self.assertRaisesRegex(TypeError, "^LNode 'dummy:ac#1': in_ports must be a list,"):
+            engine.assign_layers(by_hand())
 
 
 RECORDS = {"the graph": "LGraph.", "the graph's": "LGraph.", "nodes": "LNode.", "edges": "LEdge.",
@@ -236,14 +268,16 @@ FIELDS = dict(zip(PHASES, ("cycle_breaking_strategy", "layering_strategy", "cros
                            "placement_strategy", "edge_routing")))
 
 
-def told(docstring, label, strategy):
-    """The fields that the docstring says to be read or written with a strategy. A name with "[]" is
-    that of a container that is changed itself."""
+def told(docstring, label, strategy, direction):
+    """The fields that the docstring says to be read or written with a strategy under a direction. A
+    name with "[]" is that of a container that is changed itself."""
     paragraph = re.search(rf"^ *{label}: (.*?)(\n\n|\Z)", docstring, re.DOTALL | re.MULTILINE)
     fields = set()
     for part in re.split(r"(?=With )", " ".join(paragraph[1].split()) if paragraph else ""):
         condition = re.match(r"With (any but )?(.*?) also:", part)
         if condition and (f'"{strategy}"' in condition[2]) == bool(condition[1]):
+            continue
+        if condition and "under" in condition[2] and direction not in condition[2]:
             continue
         for into, record, names in re.findall(
                 rf"(of|into) ({'|'.join(RECORDS)}) ((?:`\w+`(?:, )?)+)", part):
@@ -272,8 +306,9 @@ class Uses(unittest.TestCase):
         for function in (*PHASES, "insert_dummy_nodes", "count_crossings", "graph_extent",
                          "node_positions", "edge_routes", "rebuild_layers"):
             run = getattr(engine, function, None) or getattr(LGraph, function)
-            for strategy in STRATEGIES.get(function, ("",)):
-                graph = engine.build_graph(nodes, edges, LayoutOptions(spacing_edge_edge=200.0))
+            for strategy, direction in itertools.product(STRATEGIES.get(function, [""]), Direction):
+                options = LayoutOptions(direction, spacing_edge_edge=200.0)
+                graph = engine.build_graph(nodes, edges, options)
                 if function == "insert_dummy_nodes":
                     for layer, node in enumerate(graph.nodes):
                         node.layer = layer
@@ -282,8 +317,9 @@ class Uses(unittest.TestCase):
                         getattr(engine, phase)(graph)
                 if strategy:
                     setattr(graph.options, FIELDS[function], strategy)
-                yield (f"{function} {strategy}", run, graph,
-                       *(told(run.__doc__, label, strategy) for label in ("Reads", "Writes")))
+                yield (f"{function} {strategy} {direction}", run, graph,
+                       *(told(run.__doc__, label, strategy, direction)
+                         for label in ("Reads", "Writes")))
 
     def test_what_is_read(self):
         for row, run, graph, reads, writes in self.cases():
@@ -308,7 +344,8 @@ class Uses(unittest.TestCase):
             run(graph)
             # A container that is changed itself is looked at for that.
             changed = {name.removesuffix("[]") for name in writes if name.endswith("[]")}
-            self.assertEqual(seen | changed, reads | changed | {"LGraph.options"}, row)
+            options_read = {"LGraph.options"} if reads & set(vars(options)) else set()
+            self.assertEqual(seen | changed, reads | changed | options_read, row)
 
     def test_one_phase_at_a_time(self):
         later = PHASES[2:]
