@@ -39,6 +39,7 @@ class Problem {
   void solve() {
     Solver solver(count_, edges_.first(used_), ranks_.first(count_), graph_.scratch);
     solver.solve();
+    solver.tighten();
     for (LNode* node : graph_.nodes) {
       if (!pinned_[node->position]) node->y = solver.rank[number_[node->position]] - solver.rank[0];
     }
@@ -102,10 +103,10 @@ double length_of(const LGraph& graph) {
 
 // Means along the flow and against it come so near to the best drawing that a seventh of the
 // pivots' work is left (a graph of 1,000 nodes). One round does for most graphs; where the layers
-// are many and the wires short, four leave less than half of that.
+// are many and the wires short, more of them leave less than half of that.
 void lean_both_ways(LGraph& graph, std::span<const bool> pinned) {
-  constexpr int kRounds = 6;
-  constexpr double kWorthwhile = 0.8;  // what may be left of the length for one more round
+  constexpr int kRounds = 20;
+  constexpr double kWorthwhile = 0.9;  // what may be left of the length for one more round
   const IncidentMaps maps = _incident_maps(graph);
   double before = 0.0;
   for (int round = 0; round < kRounds; ++round) {

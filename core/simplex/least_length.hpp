@@ -81,6 +81,12 @@ class LeastLength : private SimplexTree<WeightedEdge<Value>> {
   // Moves nodes until no move lowers the cost, or the effort is used up.
   void solve();
 
+  // Of all best ranks, takes some with which more edges are tight that may be shorter as well as
+  // longer: what moves at no cost goes to where the first such edge is tight, unless an edge that
+  // must not be shorter is tight before. Looks at kTightenEffort nodes and edges for each, at most.
+  // REQUIRES: solve().
+  void tighten();
+
   using Base::rank;  // by node, and one more for the root
 
   // How many pivots the last solve() made.
@@ -89,7 +95,8 @@ class LeastLength : private SimplexTree<WeightedEdge<Value>> {
  private:
   // Slack of reals that is due to rounding.
   static constexpr Value kTight = std::is_floating_point_v<Value> ? static_cast<Value>(1e-9) : 0;
-  static constexpr std::int64_t kEffort = 1000;  // per node and edge, before solve() gives up
+  static constexpr std::int64_t kEffort = 1000;       // per node and edge, before solve() gives up
+  static constexpr std::int64_t kTightenEffort = 20;  // the same for tighten()
   static constexpr int kCandidates = 40;
 
   // The trees of tight edges, joined to a root.
@@ -139,6 +146,13 @@ class LeastLength : private SimplexTree<WeightedEdge<Value>> {
   void set_ranks_by_tree(std::span<std::int32_t> upward);
   void hang();
   bool pivot(std::int32_t leaving);
+  // Whether a tree edge may leave at no cost, and is none of those that should be tight.
+  [[nodiscard]] bool leaves_freely(std::int32_t position) const {
+    return in_tree[position] && cut[position] == 0 &&
+           (!edges[position].may_shorten() || is_free(position));
+  }
+  bool reaches_tight(const Side& side, bool head_rises);
+  void enter(std::int32_t leaving, const Side& side, bool head_rises, std::int32_t per_unit);
   void collect_breakpoints(const Side& side, bool head_rises);
   void flip(std::int32_t position);
 
@@ -292,27 +306,35 @@ bool LeastLength<Value>::pivot(std::int32_t leaving) {
   const Side side = this->smaller_side(leaving);
   const bool head_rises = cut[leaving] < 0;  // else the edge gets shorter
   collect_breakpoints(side, head_rises);
-  while (true) {
-    if (breakpoints_.empty()) return false;
-    const auto [distance, position] = breakpoints_.front();
+  while (!breakpoints_.empty()) {
+    const std::int32_t position = breakpoints_.front().position;
     const Edge& in = edges[position];
     const std::int32_t per_unit = static_cast<std::int32_t>(gain(leaving));
-    const bool passes = in.may_shorten() && in.stretch() + in.squeeze() < per_unit;
-    if (passes) {
-      flip(position);
-      std::pop_heap(breakpoints_.begin(), breakpoints_.end(), std::greater<>());
-      breakpoints_.pop_back();
-      continue;
+    if (!in.may_shorten() || in.stretch() + in.squeeze() >= per_unit) {
+      enter(leaving, side, head_rises, per_unit);
+      return true;
     }
-    const Value shift = side.has_head == head_rises ? distance : -distance;
-    for (const std::int32_t node : side.nodes) rank[node] += shift;
-    below_[leaving] = !head_rises;
-    const std::int32_t entering_cut =
-        below_[position] ? in.stretch() + in.squeeze() - per_unit : per_unit;
-    below_[position] = false;
-    this->replace(leaving, position, side, head_rises ? -per_unit : per_unit, entering_cut);
-    return true;
+    flip(position);
+    std::pop_heap(breakpoints_.begin(), breakpoints_.end(), std::greater<>());
+    breakpoints_.pop_back();
   }
+  return false;
+}
+
+// Moves the side to the first breakpoint, whose edge takes the place of the leaving one. A unit of
+// the move saves `per_unit`.
+template <typename Value>
+void LeastLength<Value>::enter(std::int32_t leaving, const Side& side, bool head_rises,
+                               std::int32_t per_unit) {
+  const auto [distance, position] = breakpoints_.front();
+  const Edge& in = edges[position];
+  const Value shift = side.has_head == head_rises ? distance : -distance;
+  for (const std::int32_t node : side.nodes) rank[node] += shift;
+  below_[leaving] = !head_rises;
+  const std::int32_t entering_cut =
+      below_[position] ? in.stretch() + in.squeeze() - per_unit : per_unit;
+  below_[position] = false;
+  this->replace(leaving, position, side, head_rises ? -per_unit : per_unit, entering_cut);
 }
 
 template <typename Value>
@@ -323,6 +345,32 @@ void LeastLength<Value>::solve() {
     const std::int32_t leaving = choose_leaving();
     if (leaving < 0 || !pivot(leaving)) break;
     ++pivots;
+  }
+  const Arena::Frame frame(scratch_);
+  set_ranks_by_tree(scratch_.raw_array<std::int32_t>(count));
+}
+
+// Whether the first breakpoint on the way of the side is that of an edge that may be shorter.
+template <typename Value>
+bool LeastLength<Value>::reaches_tight(const Side& side, bool head_rises) {
+  collect_breakpoints(side, head_rises);
+  return !breakpoints_.empty() && edges[breakpoints_.front().position].may_shorten();
+}
+
+template <typename Value>
+void LeastLength<Value>::tighten() {
+  const std::int64_t size = count + static_cast<std::int64_t>(edges.size());
+  const std::int64_t limit = this->effort_ + kTightenEffort * size;
+  for (std::int32_t position = 0; position < static_cast<std::int32_t>(edges.size()); ++position) {
+    if (!leaves_freely(position)) continue;
+    if (this->effort_ >= limit) break;
+    const Side side = this->smaller_side(position);
+    for (const bool head_rises : {true, false}) {
+      if (!head_rises && !is_free(position)) break;  // must not get shorter
+      if (!reaches_tight(side, head_rises)) continue;
+      enter(position, side, head_rises, 0);
+      break;
+    }
   }
   const Arena::Frame frame(scratch_);
   set_ranks_by_tree(scratch_.raw_array<std::int32_t>(count));

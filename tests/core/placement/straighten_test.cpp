@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -54,6 +55,21 @@ TEST(PlaceByNetworkSimplex, LeavesNoNodeThatABetterPlaceIsOpenTo) {
     place_nodes(graph);
     ASSERT_GE(weighted_length(graph), best - 1e-6) << "round " << round;
   }
+}
+
+// Between two ports, all places of the node before them are equally good.
+TEST(PlaceByNetworkSimplex, LevelsOneWireOfAFork) {
+  TestGraph graph;
+  graph.put_node("a", 10, 30, 0, 1);
+  graph.put_node("b", 10, 90, 2, 0);
+  for (const std::int32_t port : {0, 1}) graph.put_edge({0, 1, 0, port});
+  graph.options.placement_strategy = "NETWORK_SIMPLEX";
+  run_phases(graph);
+  const auto step = [&](std::size_t i) {
+    return std::abs(graph.edges[i]->source->y() - graph.edges[i]->target->y());
+  };
+  EXPECT_EQ(std::min(step(0), step(1)), 0.0);
+  EXPECT_EQ(std::max(step(0), step(1)), 30.0);
 }
 
 void keep_still(LayoutOptions& options) {
