@@ -14,8 +14,7 @@ from typing import Any
 
 from nodegraphqt_keep import Keeper
 from nodegraphqt_reading import Canvas, Pin
-from nodegraphqt_room import holds, moved, nearest_place, packed, united
-from nodegraphqt_router import Point, Rect
+from nodegraphqt_room import Point, Rect, holds, moved, nearest_place, packed, united
 from quillan.core.vorn_layered import LayoutOptions, layout
 
 Ways = dict[int, list[Point]]  # by the index of the wire
@@ -118,6 +117,7 @@ class Arranger:
     pinned: frozenset[int]         # boxes that stay where they are
     pinned_frames: frozenset[int]  # backdrops that stay, and all that they hold
     following: frozenset[int] = frozenset()  # wires whose route fits and is clear
+    displaced: frozenset[int] = frozenset()  # wires with an end that has moved
     obstacles: Sequence[Rect] = ()  # what the drawing must not cover
     accept: Callable[[Rect], bool] = lambda rect: True  # where it may stand otherwise
     centred: bool = False           # the drawing keeps its centre, not its top left corner
@@ -134,7 +134,8 @@ class Arranger:
         keeper = Keeper([*(item.rect for item in items), *outside],
                         [*(item.fixed for item in items), *(True for _ in outside)],
                         [(edge.source, edge.target) for edge in edges], self.options,
-                        [edge.wire in self.following for edge in edges])
+                        [edge.wire in self.following for edge in edges],
+                        [edge.wire in self.displaced for edge in edges])
         ways: Ways = {}
         if self.options.interactive:
             def lay_out(part: Sequence[int]) -> list[Rect]:

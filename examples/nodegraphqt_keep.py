@@ -13,14 +13,15 @@ from __future__ import annotations
 from collections import Counter
 from collections.abc import Callable, Sequence
 
-from nodegraphqt_room import bridge, moved, nearest_place, overlapping_pairs, runs, united
-from nodegraphqt_router import LEVEL, Rect
+from nodegraphqt_room import (
+    LEVEL, Rect, bridge, meets, moved, nearest_place, overlapping_pairs, runs, united)
 from quillan.core.vorn_layered import LayoutOptions
 
 # A part counts as arranged if at most this share of its boxes stand across columns, or if at least that
 # share of its wires already follow routes that are clear.
 STRAY_SHARE = 0.15
 FOLLOWING_SHARE = 0.7
+ROUNDS = 4
 ALIGNED = 1.0  # how far, in scene units, the middle of a box may be from that of its column
 
 
@@ -29,12 +30,14 @@ class Keeper:
 
     def __init__(self, rects: Sequence[Rect], fixed: Sequence[bool],
                  edges: Sequence[tuple[int, int]], options: LayoutOptions,
-                 following: Sequence[bool]) -> None:
+                 following: Sequence[bool], displaced: Sequence[bool]) -> None:
         self.rects = list(rects)
         self._fixed = fixed
         self._edges = edges
         self._options = options
         self._following = following
+        self._moved_ends = Counter(end for edge, moved_end in zip(edges, displaced) if moved_end
+                                   for end in edge)  # how many of its wires say that a box moved
         self._gap = options.spacing_node_node
         # Boxes that are closer together than this along the flow leave no way out of their ports.
         self._least = min(options.spacing_edge_node, options.spacing_node_node_between_layers / 2)
@@ -48,23 +51,27 @@ class Keeper:
 
     def kept(self, lay_out: Callable[[Sequence[int]], list[Rect]]) -> list[Rect]:
         """New positions for all boxes. `lay_out` arranges the boxes of a part from scratch."""
-        strays: list[int] = []
-        anew: list[Sequence[int]] = []
-        for part in self.parts:
-            found = self._strays(part)
-            if found is None:
-                anew.append(part)
-            else:
-                strays.extend(found)
+        strays = [self._strays(part) for part in self.parts]
+        anew = [part for part, found in zip(self.parts, strays) if found is None]
         pending = {index for part in anew for index in part if not self._fixed[index]}
         for part in anew:
             self._lay_out(part, lay_out, pending)
-        loose = self._intruders()
-        for index in sorted({*loose, *(stray for stray in strays if self._runs_back(stray))}):
+        # What made room for others may be a stray itself now, and would move the next time.
+        for _ in range(ROUNDS):
+            before = list(self.rects)
+            self._settle_all([stray for found in strays for stray in found or ()])
+            if self.rects == before:
+                break
+            strays = [self._strays(part) for part in self.parts]
+        return self.rects
+
+    def _settle_all(self, strays: Sequence[int]) -> None:
+        """Settle the boxes that stand across columns, overlap others or are too close to them."""
+        intruders = self._intruders()
+        for index in sorted({*intruders, *(stray for stray in strays if self._runs_back(stray))}):
             if not self._fixed[index]:
                 self._settle(index)
         self._push_apart()
-        return self.rects
 
     def _strays(self, part: Sequence[int]) -> list[int] | None:
         """The boxes that stand across columns; None if the part has no columns at all."""
@@ -81,7 +88,7 @@ class Keeper:
             inside = {column[source] for source, target in wires
                       if source in left and target in left and column[source] == column[target]}
             if not inside:
-                loose = sum(self._loose([members[place] for place in group]) for group in groups)
+                loose = sum(len(self._loose([members[place] for place in group])) for group in groups)
                 if len(strays) + loose > allowed:
                     break
                 return strays
@@ -102,11 +109,20 @@ class Keeper:
                if source in places]
         return strays if own and sum(own) >= FOLLOWING_SHARE * len(own) else None
 
-    def _loose(self, column: Sequence[int]) -> int:
-        """How many boxes of a column have their middles off the common line that a layout gives them."""
-        middles = sorted((self.rects[index][0] + self.rects[index][2]) / 2 for index in column)
-        line = middles[len(middles) // 2]
-        return sum(abs(middle - line) > ALIGNED for middle in middles)
+    def _loose(self, column: Sequence[int]) -> list[int]:
+        """The boxes of a column whose middles are off the common line that a layout gives them."""
+        middles = [self._middle(index) for index in column]
+        line = sorted(middles)[len(middles) // 2]
+        return [index for index, middle in zip(column, middles) if abs(middle - line) > ALIGNED]
+
+    def _off_line(self) -> set[int]:
+        """The loose boxes of all columns."""
+        return {index for part in self.parts
+                for group in runs([self.rects[index][::2] for index in part])
+                for index in self._loose([part[place] for place in group])}
+
+    def _middle(self, index: int) -> float:
+        return (self.rects[index][0] + self.rects[index][2]) / 2
 
     def _lay_out(self, part: Sequence[int], lay_out: Callable[[Sequence[int]], list[Rect]],
                  pending: set[int]) -> None:
@@ -130,18 +146,20 @@ class Keeper:
     def _intruders(self) -> list[int]:
         """Boxes to remove so that no two overlap or are too close: repeatedly the one that overlaps most.
 
-        Of equals it is the last, which is the one that was made last.
+        Of equals it is the one that the user has moved, as far as its wires and its column tell, and
+        otherwise the last, which is the one that was made last.
         """
+        loose = self._off_line()
         meets_: dict[int, set[int]] = {}
-        for one, other in overlapping_pairs([
-                (left - self._least / 2, top, right + self._least / 2, bottom)
-                for left, top, right, bottom in self.rects]):
+        for one, other in overlapping_pairs(
+                [self._with_way_out(index) for index in range(len(self.rects))]):
             meets_.setdefault(one, set()).add(other)
             meets_.setdefault(other, set()).add(one)
         found = []
         while meets_:
             worst = max(meets_, key=lambda index: (
-                not self._fixed[index], len(meets_[index]), index))
+                not self._fixed[index], len(meets_[index]), self._moved_ends[index],
+                index in loose, index))
             for other in meets_.pop(worst):
                 if other in meets_:
                     meets_[other].discard(worst)
@@ -172,7 +190,7 @@ class Keeper:
                   default=float("-inf"))
         high = min((self._column_of(columns, target)[0] for target in self._targets[index]),
                    default=float("inf"))
-        middle = (rect[0] + rect[2]) / 2
+        middle = self._middle(index)
         if low > high:
             self._put(index, *rect[:2])
             return
@@ -188,13 +206,43 @@ class Keeper:
             x = low + between
             step = x + width + between - high
             if step > LEVEL:
-                for other in others:
-                    if self.rects[other][0] >= high - LEVEL and not self._fixed[other]:
-                        self.rects[other] = moved(self.rects[other], step, 0.0)
+                behind = [other for other in others
+                          if self.rects[other][0] >= high - LEVEL and not self._fixed[other]]
+                self._make_room(part, behind, step)
         self._put_at(index, x, rect[1])
 
+    def _make_room(self, part: Sequence[int], behind: Sequence[int], step: float) -> None:
+        """Move some boxes of a part along the flow, and so what they then meet of other parts.
+
+        Each other part moves once at most, from the first column that is met on, and not if something
+        in it is fixed. What is still in the way after that is pushed apart.
+        """
+        waiting = [other for other in self.parts
+                   if other is not part and not any(self._fixed[index] for index in other)]
+        moves = [(behind, step)]
+        while moves:
+            front, step = moves.pop()
+            for index in front:
+                self.rects[index] = moved(self.rects[index], step, 0.0)
+            for other in list(waiting):
+                met = [(self.rects[one][2], two) for two in other for one in front
+                       if meets(self._with_way_out(one), self._with_way_out(two))]
+                if met:
+                    waiting.remove(other)
+                    columns = [united(self.rects[other[place]] for place in group)
+                               for group in runs([self.rects[two][::2] for two in other])]
+                    first = min(self._column_of(columns, two)[0] for _, two in met)
+                    moves.append((
+                        [two for two in other if self.rects[two][0] >= first - LEVEL],
+                        max(right + self._gap - self.rects[two][0] for right, two in met)))
+
+    def _with_way_out(self, index: int) -> Rect:
+        """A box with half of the room that it needs to the next one along the flow."""
+        left, top, right, bottom = self.rects[index]
+        return left - self._least / 2, top, right + self._least / 2, bottom
+
     def _column_of(self, columns: Sequence[Rect], index: int) -> Rect:
-        middle = (self.rects[index][0] + self.rects[index][2]) / 2
+        middle = self._middle(index)
         return next(column for column in columns if column[0] <= middle <= column[2])
 
     def _put(self, index: int, x: float, y: float) -> None:

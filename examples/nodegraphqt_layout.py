@@ -28,8 +28,7 @@ from Qt import QtCore
 
 from nodegraphqt_blocks import Arranger, Block, Ways, read_blocks
 from nodegraphqt_reading import Canvas, Connection, drawn_box, read_canvas, scene_box
-from nodegraphqt_room import holds, meets, united
-from nodegraphqt_router import Point, Rect
+from nodegraphqt_room import Point, Rect, holds, meets, united
 from nodegraphqt_ways import Wiring
 from nodegraphqt_writing import Change, write
 from quillan.core.vorn_layered import AUTO, Direction, LayoutOptions
@@ -106,7 +105,7 @@ def _tidy(graph: NodeGraph, options: LayoutOptions, selected_only: bool, compone
     size = graph.viewer().size()
     aspect = max(size.width(), 1) / max(size.height(), 1)
     arranger = Arranger(canvas, options, component_gap, 1 / aspect if canvas.vertical else aspect,
-                        pins, pinned_frames, wiring.following())
+                        pins, pinned_frames, wiring.following(), wiring.displaced())
     rects = [box.rect for box in canvas.boxes]
     frames = [frame.rect for frame in canvas.frames]
     sheet = read_blocks(canvas)

@@ -12,7 +12,7 @@ from NodeGraphQt.qgraphics.port import PortItem
 from Qt import QtCore, QtGui
 
 from nodegraphqt_reading import Connection, pipe_connection
-from nodegraphqt_router import Point
+from nodegraphqt_room import Point
 from nodegraphqt_ways import FIT_TOLERANCE
 
 CORNER_RADIUS = 8.0  # scene units; the pipe style decides whether corners are round, cut or sharp
@@ -36,13 +36,11 @@ class RoutedPipe(PipeItem):
     ) -> None:
         """Draw the route if there is one that fits, and the canvas's own path otherwise."""
         self._route = None
-        ports = self.output_port, self.input_port
         known: KnownRoutes | None = getattr(self.viewer(), "known_routes", None)
-        if known is None or cursor_pos is not None or None in ports:
+        if known is None or cursor_pos is not None or None in (self.output_port, self.input_port):
             self._draw_plain(start_port, end_port, cursor_pos)
             return
-        visible = all(port.isVisible() and port.node.isVisible() for port in ports)
-        if not visible:
+        if not ends_shown(self):
             self.setVisible(False)
             return
         self._route = self._fitting_route(known(pipe_connection(self)))
@@ -103,6 +101,11 @@ class RoutedPipe(PipeItem):
             if moved is None:
                 moved = [(x + dx, y + dy) for x, y in route]
         return moved
+
+
+def ends_shown(pipe: PipeItem) -> bool:
+    """True if both ports of a connected pipe are visible. They are hidden along with their nodes."""
+    return bool(pipe.output_port.isVisible() and pipe.input_port.isVisible())
 
 
 def styled_path(points: Sequence[Point], style: int | None) -> QtGui.QPainterPath:

@@ -21,7 +21,8 @@ from NodeGraphQt.qgraphics.node_abstract import AbstractNodeItem
 from NodeGraphQt.qgraphics.pipe import PipeItem
 from Qt import QtCore, QtWidgets
 
-from nodegraphqt_router import End, Point, Rect
+from nodegraphqt_room import Point, Rect
+from nodegraphqt_router import End
 
 
 class Connection(NamedTuple):

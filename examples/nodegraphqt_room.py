@@ -5,7 +5,10 @@ from __future__ import annotations
 from bisect import bisect_right
 from collections.abc import Callable, Iterable, Iterator, Sequence
 
-from nodegraphqt_router import LEVEL, Point, Rect
+Point = tuple[float, float]
+Rect = tuple[float, float, float, float]  # left, top, right, bottom
+
+LEVEL = 0.01  # what counts as the same coordinate
 
 
 def moved(rect: Rect, dx: float, dy: float) -> Rect:

@@ -2,33 +2,27 @@
 
 Plain numbers, no Qt. Everything is in a frame in which the flow runs to the right: a wire leaves its
 source eastwards and enters its target eastwards. If possible, a wire's way has at most five segments
-(out, along a column, across, along a column, in); if not, it is found by a search on the grid of all
-box sides. Ways keep clear of all boxes, including those at their ends, and of the segments of the ways
+(out, along a column, across, along a column, in); if not, it is found by a search on the grid of the
+sides of the boxes nearby, which are more and more until all have been looked at. Ways keep clear of all boxes, including those at their ends, and of the segments of the ways
 found before.
 """
 
 from __future__ import annotations
 
-import heapq
-from bisect import bisect_left
 from collections.abc import Iterable, Iterator, Sequence
 from itertools import pairwise
 from typing import NamedTuple
 
-Point = tuple[float, float]
-Rect = tuple[float, float, float, float]  # left, top, right, bottom
+from nodegraphqt_room import LEVEL, Point, Rect
+from nodegraphqt_search import straightened, way_along_sides
 
 # How far a way keeps from boxes, tried in turn: where boxes are close together, less has to do.
-CLEARANCES = (12.0, 5.0, 1.0)
+CLEARANCES = (12.0, 5.0, 1.0, 0.1)
 PITCH = 8.0          # distance between two ways side by side
 TRACKS = 8           # how many tracks to either side are tried to get away from other ways
 STRIPE = 400.0       # width of the stripes in which boxes and segments are looked up
-BEND = 40.0          # what a bend costs the search, in units of length
-LEVEL = 0.01         # what counts as the same coordinate
 # How far around both ends the search looks, in turn; the last time everywhere.
 REACHES = (300.0, 1200.0, float("inf"))
-SHUT_IN_LIMIT = 400
-SEARCH_LIMIT = 60_000  # grid points that one search may look at
 
 
 class End(NamedTuple):
@@ -37,9 +31,6 @@ class End(NamedTuple):
     x: float
     y: float
     box: int
-
-
-_State = tuple[int, int, bool]  # column, row, and whether the way came along the row
 
 
 class _Stripes:
@@ -107,16 +98,26 @@ class Router:
     def find(self, source: End, target: End) -> list[Point] | None:
         """A way from one port to the other; None where there is none.
 
-        Takes about a millisecond among a hundred boxes if five segments are enough, and tens of them if
-        the grid has to be searched.
+        Takes about a millisecond among a hundred boxes if five segments are enough, and a few if the
+        grid has to be searched.
         """
         start = max(source.x, self.boxes[source.box][2])
         end = min(target.x, self.boxes[target.box][0])
-        for look in (self._few_bends, self._search):
+        for clearance in CLEARANCES:
+            way = self._few_bends(source, target, start, end, clearance)
+            if way is not None:
+                return self._apart(way, source, target, clearance)
+        for reach in REACHES:
+            left, right = min(start, end) - reach, max(start, end) + reach
+            top, bottom = min(source.y, target.y) - reach, max(source.y, target.y) + reach
+            near = [box for box in self.boxes
+                    if box[0] < right and left < box[2] and box[1] < bottom and top < box[3]]
             for clearance in CLEARANCES:
-                way = look(source, target, start, end, clearance)
+                way = self._search(near, source, target, start, end, clearance)
                 if way is not None:
                     return self._apart(way, source, target, clearance)
+            if len(near) == len(self.boxes):
+                break
         return None
 
     # Asking what is free.
@@ -218,90 +219,19 @@ class Router:
         columns = ((x, self._column(x, y, clearance)) for x in sorted(places))
         return [(x, column) for x, column in columns if column is not None]
 
-    # The grid of all sides.
-
-    def _search(self, source: End, target: End, start: float, end: float,
+    def _search(self, near: Sequence[Rect], source: End, target: End, start: float, end: float,
                 clearance: float) -> list[Point] | None:
-        for reach in REACHES:
-            left, right = min(start, end) - reach, max(start, end) + reach
-            top, bottom = min(source.y, target.y) - reach, max(source.y, target.y) + reach
-            near = [(box, index) for index, box in enumerate(self.boxes)
-                    if box[0] < right and left < box[2] and box[1] < bottom and top < box[3]]
-            way = self._search_among(near, source, target, start, end, clearance)
-            if way is not None or len(near) == len(self.boxes):
-                return way
-        return None
-
-    def _search_among(self, near: Sequence[tuple[Rect, int]], source: End, target: End,
-                      start: float, end: float, clearance: float) -> list[Point] | None:
-        """The cheapest way, by length and bends, along the sides of some boxes, by A* [1].
-
-        1. P. Hart, N. Nilsson, B. Raphael: A formal basis for the heuristic determination of
-           minimum cost paths. IEEE Transactions on Systems Science and Cybernetics 4(2), 1968.
-        """
+        """A way along the sides of the boxes around both ends."""
         first, last = start + clearance, end - clearance
         if not (self._free(start, source.y, first, source.y, 0.0, source.box)
                 and self._free(last, target.y, end, target.y, 0.0, target.box)):
             return None
-        xs = sorted({first, last, *(side for box, _ in near
-                                    for side in (box[0] - clearance, box[2] + clearance))})
-        ys = sorted({source.y, target.y, *(side for box, _ in near
-                                           for side in (box[1] - clearance, box[3] + clearance))})
-        # For each row, a mask of the columns from which the way to the next one is blocked, and
-        # the same for each column.
-        rows, columns = [0] * len(ys), [0] * len(xs)
-        for box, _ in near:
-            left, right = _place(xs, box[0] - clearance), _place(xs, box[2] + clearance)
-            top, bottom = _place(ys, box[1] - clearance), _place(ys, box[3] + clearance)
-            mask = (1 << right) - (1 << left)
-            for row in range(top + 1, bottom):
-                rows[row] |= mask
-            mask = (1 << bottom) - (1 << top)
-            for column in range(left + 1, right):
-                columns[column] |= mask
-
-        goal = xs.index(last), ys.index(target.y)
-        begin = (xs.index(first), ys.index(source.y), True)
-        if _shut_in(goal, begin[:2], rows, columns):
+        way = way_along_sides(near, (first, source.y), (last, target.y), clearance)
+        if way is None:
             return None
-        best = {begin: 0.0}
-        came: dict[_State, _State] = {}
-        queue = [(0.0, begin)]
-        for _ in range(SEARCH_LIMIT):
-            if not queue:
-                break
-            state = heapq.heappop(queue)[1]
-            column, row, level = state
-            if (column, row) == goal:
-                return self._traced(came, state, xs, ys, source, target)
-            for dx, dy in ((1, 0), (-1, 0), (0, 1), (0, -1)):
-                i, j = column + dx, row + dy
-                if not (0 <= i < len(xs) and 0 <= j < len(ys)):
-                    continue
-                barred = rows[row] >> min(i, column) if dx else columns[column] >> min(j, row)
-                if barred & 1:
-                    continue
-                after = (i, j, dy == 0)
-                cost = (best[state] + abs(xs[i] - xs[column]) + abs(ys[j] - ys[row])
-                        + (BEND if (dy == 0) != level else 0.0))
-                if cost < best.get(after, float("inf")):
-                    best[after] = cost
-                    came[after] = state
-                    rest = abs(xs[i] - last) + abs(ys[j] - target.y)
-                    heapq.heappush(queue, (cost + rest, after))
-        return None
-
-    @staticmethod
-    def _traced(came: dict[_State, _State], state: _State, xs: Sequence[float],
-                ys: Sequence[float], source: End, target: End) -> list[Point]:
-        points = [(target.x, target.y)]
-        while True:
-            points.append((xs[state[0]], ys[state[1]]))
-            if state not in came:
-                break
-            state = came[state]
-        points.append((source.x, source.y))
-        return straightened(points[::-1])
+        way = straightened([(source.x, source.y), *way, (target.x, target.y)])
+        # Boxes stick out of what is near, and a way around them may meet others.
+        return None if self.covers(way, source.box, target.box) else way
 
     # Keeping clear of other ways.
 
@@ -354,42 +284,6 @@ class Router:
         return any(other[1] == other[3] and abs(other[1] - top) < near
                    and other[0] < right and left < other[2]
                    for other, _ in self._segments.near(left, right))
-
-
-def straightened(points: Sequence[Point]) -> list[Point]:
-    """A way without repeated points and without those at which it runs straight on."""
-    kept = [points[0]]
-    for here, after in zip(points[1:], points[2:]):
-        before = kept[-1]
-        if here == before:
-            continue
-        if before[0] == here[0] == after[0] or before[1] == here[1] == after[1]:
-            continue
-        kept.append(here)
-    return [*kept, points[-1]]
-
-
-def _shut_in(goal: tuple[int, int], begin: tuple[int, int], rows: Sequence[int],
-             columns: Sequence[int]) -> bool:
-    """True if a few steps back from the goal lead to everything that can be reached from it.
-
-    A search for a goal that can't be reached looks at the whole grid before it gives up.
-    """
-    seen, open_ = {goal}, [goal]
-    while open_ and len(seen) < SHUT_IN_LIMIT:
-        column, row = open_.pop()
-        for i, j, barred in ((column + 1, row, rows[row] >> column),
-                             (column - 1, row, rows[row] >> max(column - 1, 0)),
-                             (column, row + 1, columns[column] >> row),
-                             (column, row - 1, columns[column] >> max(row - 1, 0))):
-            if 0 <= i < len(columns) and 0 <= j < len(rows) and not barred & 1 and (i, j) not in seen:
-                seen.add((i, j))
-                open_.append((i, j))
-    return not open_ and begin not in seen
-
-
-def _place(values: Sequence[float], value: float) -> int:
-    return bisect_left(values, value - LEVEL)
 
 
 def _segments(points: Iterable[Point]) -> Iterator[Rect]:

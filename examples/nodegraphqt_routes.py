@@ -26,12 +26,12 @@ from NodeGraphQt.widgets.viewer import NodeViewer
 from Qt import QtCompat, QtCore, QtWidgets
 
 from nodegraphqt_layout import Tidied
-from nodegraphqt_pipes import RoutedPipe, rounded_path
-from nodegraphqt_reading import Connection, read_canvas
-from nodegraphqt_router import Point
+from nodegraphqt_pipes import RoutedPipe, ends_shown, rounded_path
+from nodegraphqt_reading import Connection, pipe_connection, read_canvas
+from nodegraphqt_room import Point
 from nodegraphqt_saving import load_routes, saved_routes
 from nodegraphqt_ways import Wiring
-from nodegraphqt_writing import Routes, draw_changed_pipes
+from nodegraphqt_writing import Routes, all_pipes, draw_changed_pipes
 
 __all__ = ["RoutedGraph", "RoutedPipe", "RoutedViewer", "route_wires", "routed_graph",
            "rounded_path", "show_routes"]
@@ -59,6 +59,7 @@ class RoutedViewer(NodeViewer):
         self._mender.setSingleShot(True)
         mend_later = _while_alive(self, RoutedViewer.mend_later)
         self._mender.timeout.connect(_while_alive(self, RoutedViewer.mend))
+        graph.undo_stack().indexChanged.connect(_while_alive(self, RoutedViewer.forget_removed))
         graph.undo_stack().indexChanged.connect(mend_later)
         graph.property_changed.connect(
             lambda _, name, __: name in MOVES and mend_later())
@@ -86,6 +87,21 @@ class RoutedViewer(NodeViewer):
         """Replace routes and detours; the caller has to draw the pipes."""
         self.routes, self.detours = state
 
+    def forget_removed(self) -> None:
+        """Forget the routes of removed nodes, once no undo can bring the nodes back.
+
+        A node made later can have the same id, which is an address. And a session opened in place of
+        another has no routes of its own until some are asked for.
+        """
+        stack = self._graph.undo_stack()
+        if not QtCompat.isValid(stack) or stack.count():  # A stack says so even when it dies.
+            return
+        present = {node.id for node in self._graph.all_nodes()}
+        routes, detours = ({connection: route for connection, route in known.items()
+                            if {connection.source, connection.target} <= present}
+                           for known in (self.routes, self.detours))
+        self.exchange_routes((routes, detours if routes else {}))
+
     def mend_later(self) -> None:
         """Mend the routes the next time the event loop runs."""
         if self._mender is not None and self.routes and not self._mender.isActive():
@@ -103,9 +119,12 @@ class RoutedViewer(NodeViewer):
                    if self.routes.get(connection) != route}
         old = self.detours
         self.detours = detours
-        draw_changed_pipes(self._graph, {
-            connection for connection in old.keys() | detours.keys()
-            if old.get(connection) != detours.get(connection)})
+        changed = {connection for connection in old.keys() | detours.keys()
+                   if old.get(connection) != detours.get(connection)}
+        # NodeGraphQt leaves the pipes of a node on the canvas when it hides the node.
+        changed.update(pipe_connection(pipe) for pipe in all_pipes(self._graph)
+                       if pipe.isVisible() != ends_shown(pipe))
+        draw_changed_pipes(self._graph, changed)
         # In a large graph, no more than half of the time while a node is being dragged.
         self._mender.stop()
         self._mender.setInterval(int(1000 * (time.perf_counter() - started)))

@@ -8,7 +8,8 @@ from typing import Any
 from NodeGraphQt import NodeGraph
 
 from nodegraphqt_reading import Canvas, Connection, Wire
-from nodegraphqt_router import End, Point, Rect, Router
+from nodegraphqt_room import Point, Rect
+from nodegraphqt_router import End, Router
 
 EXACT = 1e-6
 FIT_TOLERANCE = 0.5  # how far, in scene units, the end of a route may be from the centre of its port
@@ -22,12 +23,16 @@ class Wiring:
         self._rects = [box.rect for box in canvas.boxes]
         self._proposed: Mapping[int, list[Point]] = {}
         self._known: dict[int, list[list[Point]]] = {}
-        known: Any = getattr(graph.viewer(), "known_routes", None)
-        if known is not None:
+        self._asked: dict[int, Sequence[Point]] = {}  # without the detours
+        viewer: Any = graph.viewer()
+        if hasattr(viewer, "known_routes"):
             for index, wire in enumerate(canvas.wires):
-                routes = known(canvas.connection(wire))
+                connection = canvas.connection(wire)
+                routes = viewer.known_routes(connection)
                 if wire.shown and routes:
                     self._known[index] = [canvas.turned(route) for route in routes]
+                    if connection in viewer.routes:
+                        self._asked[index] = self._known[index][0]
 
     def following(self) -> frozenset[int]:
         """The wires that now follow a route which fits and runs behind no box."""
@@ -35,6 +40,18 @@ class Wiring:
         return frozenset(
             index for index in self._known
             if self._kept(index, self._canvas.ends(self._canvas.wires[index], self._rects), router))
+
+    def displaced(self) -> frozenset[int]:
+        """The wires whose ends are not where they were when routes were asked for."""
+        if not self._asked:
+            return frozenset()
+        return frozenset(
+            index for index, wire in enumerate(self._canvas.wires)
+            if index not in self._asked or any(
+                abs(one[axis] - other[axis]) > FIT_TOLERANCE
+                for one, other in zip(self._canvas.ends(wire, self._rects),
+                                      (self._asked[index][0], self._asked[index][-1]))
+                for axis in (0, 1)))
 
     def propose(self, ways: Mapping[int, list[Point]]) -> None:
         """Record the engine's ways. Their ends need not reach into their boxes yet."""

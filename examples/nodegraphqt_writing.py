@@ -7,7 +7,7 @@ nodes are written, in undo as well, and each pipe is drawn once at the end.
 
 from __future__ import annotations
 
-from collections.abc import Collection, Mapping
+from collections.abc import Collection, Iterator, Mapping
 from dataclasses import dataclass
 from typing import Any
 
@@ -16,7 +16,7 @@ from NodeGraphQt.qgraphics.pipe import PipeItem
 from Qt import QtCore, QtWidgets
 
 from nodegraphqt_reading import Connection, pipe_connection
-from nodegraphqt_router import Point
+from nodegraphqt_room import Point
 
 Routes = dict[Connection, list[Point]]
 
@@ -103,8 +103,14 @@ def draw_changed_pipes(graph: NodeGraph, connections: Collection[Connection]) ->
 def _pipes_of(graph: NodeGraph, connections: Collection[Connection]) -> list[PipeItem]:
     if not connections:
         return []
-    return [pipe for node in graph.all_nodes() for port in getattr(node.view, "outputs", ())
-            for pipe in port.connected_pipes if pipe_connection(pipe) in connections]
+    return [pipe for pipe in all_pipes(graph) if pipe_connection(pipe) in connections]
+
+
+def all_pipes(graph: NodeGraph) -> Iterator[PipeItem]:
+    """The pipes of all connections, hidden ones included, in the order of their nodes and ports."""
+    for node in graph.all_nodes():
+        for port in getattr(node.view, "outputs", ()):
+            yield from port.connected_pipes
 
 
 def write(graph: NodeGraph, change: Change, text: str) -> None:

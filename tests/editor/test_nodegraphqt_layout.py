@@ -27,6 +27,7 @@ from Qt import QtCore, QtGui, QtWidgets  # noqa: E402
 import editor as measure  # noqa: E402
 import editor_demo  # noqa: E402
 from nodegraphqt_layout import Connection, scene_box, tidy  # noqa: E402
+from nodegraphqt_router import End, Router  # noqa: E402
 from nodegraphqt_routes import route_wires, routed_graph, rounded_path, show_routes  # noqa: E402
 from quillan.core.vorn_layered import Direction, LayoutOptions  # noqa: E402
 
@@ -299,6 +300,28 @@ class TidyTest(EditorTest):
                     self.assertLessEqual(along, 420.0)  # a node's width and two gaps
                     self.assertEqual([faults[key] for key in HARD], [0, 0, 0])
 
+    def test_a_column_that_makes_room_moves_the_parts_behind_it_along_the_flow_only(self):
+        graph = make_graph("ab cd ce")
+        for node, x, y in zip(graph.all_nodes(), (0, 300, 560, 860, 860), (0, 0, 0, -80, 80)):
+            node.set_pos(x, y)
+        route_wires(graph)
+        before = places(graph)
+        measure.insert(graph, 0)
+        tidy(graph, INTERACTIVE)
+        after = places(graph)
+        self.assertEqual(after["a"], before["a"])
+        for name in "bcde":
+            self.assertEqual(after[name][1], before[name][1], name)
+            self.assertGreater(after[name][0], before[name][0], name)
+        self.assert_faultless(graph)
+
+        graph = make_graph("ab cd de")  # of two that overlap, the one that was dragged gives way
+        tidy(graph)
+        before = places(graph)
+        graph.get_node_by_name("a").set_pos(*before["e"][:2])
+        tidy(graph, INTERACTIVE)
+        self.assertEqual([places(graph)[name] for name in "bcde"], [before[name] for name in "bcde"])
+
     def test_interactive_keeps_the_users_order(self):
         graph = make_graph("ab cd ac")  # b and c hang on the same port
         tidy(graph)
@@ -438,6 +461,21 @@ class RouteTest(EditorTest):
             self.assertEqual({wire: again[wire] for wire in routes if wire not in some},
                              {wire: routes[wire] for wire in routes if wire not in some})
 
+    def test_a_way_is_found_where_there_is_one(self):
+        ends = [(0.0, 0.0, 100.0, 40.0), (300.0, 0.0, 400.0, 40.0)]
+        for others in (
+                [(250.0, -30.0, 320.0, 9.7)],  # over the target, just beside its port
+                [(150.0, -100.0, 160.0, 200.0), (180.0, -200.0, 190.0, 100.0),
+                 (220.0, -100.0, 230.0, 200.0), (-1e3, 200.0, 1e3, 240.0),
+                 (-1e3, -240.0, 1e3, -200.0), (299.995, 90.0, 350.0, 140.0)],  # not quite in line
+                # Around the first, the way at full clearance meets the last, which is not nearby.
+                [(-600.0, -100.0, 260.0, -60.0), (200.0, -60.0, 250.0, 100.0),
+                 (-1e3, 100.0, 250.0, 140.0), (-690.0, -60.0, -606.0, 95.0)]):
+            router = Router([*ends, *others])
+            way = router.find(End(100.0, 10.0, 0), End(300.0, 10.0, 1))
+            self.assertIsNotNone(way)
+            self.assertFalse(router.covers(way, 0, 1))
+
     def scatter(self, graph):
         """Put the nodes where none overlaps another, in no order."""
         chance = random.Random(3)
@@ -465,6 +503,12 @@ class RouteTest(EditorTest):
             tidied = tidy(graph)
             self.assertFalse([c for c in tidied.routes if (c.source, c.output) == (ends[0].id, "0")])
             self.assert_faultless(graph)
+            shown = len(measure.drawn(graph).wires)
+            for visible, count in ((False, 0), (True, shown)):
+                for node in ends:
+                    node.set_property("visible", visible)
+                graph.viewer().mend()
+                self.assertEqual(len(measure.drawn(graph).wires), count)
 
     def test_routes_inside_an_opened_group(self):
         graph = make_graph("ab")
@@ -506,6 +550,11 @@ class RouteTest(EditorTest):
         self.assertEqual(sorted(str(wire.points) for wire in measure.drawn(other).wires),
                          sorted(str(wire.points) for wire in measure.drawn(graph).wires))
         self.assertEqual(len(drawn), len(other.viewer().all_pipes()))
+        # A session opened in its place knows nothing of its routes.
+        editor_demo.load_graph(other, graph_data("inpainting"))
+        APP.processEvents()
+        for pipe in other.viewer().all_pipes():
+            self.assertEqual(pipe.path(), plain_path(other, pipe))
 
     def test_pipes_follow_the_pipe_style(self):
         graph = make_graph("ab bc ac")
