@@ -141,7 +141,7 @@ class Editor(QtWidgets.QMainWindow):
 
     def tidy(self) -> None:
         """Lay out the selected nodes, or all, from scratch."""
-        self._tidy(LayoutOptions())
+        self._tidy(None)
 
     def tidy_interactive(self) -> None:
         """Lay out the selected nodes, or all, keeping their arrangement."""
@@ -155,7 +155,7 @@ class Editor(QtWidgets.QMainWindow):
         bounds.adjust(-FRAME_MARGIN, -FRAME_MARGIN, FRAME_MARGIN, FRAME_MARGIN)
         self.graph.viewer().set_scene_rect(list(bounds.getRect()))
 
-    def _tidy(self, options: LayoutOptions) -> None:
+    def _tidy(self, options: LayoutOptions | None) -> None:
         some = any(node.selected() for node in self.graph.all_nodes())
         show_routes(self.graph, tidy(self.graph, options, selected_only=some))
         if not some:

@@ -155,8 +155,13 @@ class Arranger:
         canvas = self.canvas
         boxes = {index: canvas.boxes[index].rect for index in block.all_boxes()}
         frames = {index: canvas.frames[index].rect for index in block.all_frames()}
+        return Drawing(self._outline(block), boxes, frames, {}, fixed=True)
+
+    def _outline(self, block: Block) -> Rect:
+        """A backdrop with the labels that stick out of it, where it stands."""
         assert block.frame is not None
-        return Drawing(frames[block.frame], boxes, frames, {}, fixed=True)
+        return united([self.canvas.frames[block.frame].rect,
+                       *(self.canvas.boxes[index].rect for index in block.all_boxes())])
 
     def _level(self, block: Block, wires: Sequence[int]) -> tuple[list[Item], list[Edge]]:
         """The direct contents of a block, with inner blocks laid out already, and the wires between."""
@@ -178,8 +183,7 @@ class Arranger:
         for rank, inner in enumerate(block.blocks, len(block.boxes)):
             drawing = self.block(inner, inside.get(rank, ()))
             least = min(drawing.boxes, default=len(canvas.boxes))
-            assert inner.frame is not None
-            items.append(Item(f"{least:08d}+{rank}", canvas.frames[inner.frame].rect, drawing.rect,
+            items.append(Item(f"{least:08d}+{rank}", self._outline(inner), drawing.rect,
                               drawing.fixed, None, drawing))
         return items, edges
 
@@ -318,19 +322,16 @@ class Arranger:
                                                for x, y in way)])
             return whole
         frame = self.canvas.frames[block.frame].rect
-        if items:
-            before = united(item.before for item in items)
-            if all(rect == item.before for rect, item in zip(rects, items)):
-                whole.rect = frame
-            else:
-                now = united([*rects, *((x, y, x, y) for way in ways.values() for x, y in way)])
-                # A label may stick out of a backdrop, but a fitted one never cuts into it.
-                whole.rect = (now[0] + min(frame[0] - before[0], 0.0),
-                              now[1] + min(frame[1] - before[1], 0.0),
-                              now[2] + max(frame[2] - before[2], 0.0),
-                              now[3] + max(frame[3] - before[3], 0.0))
-        else:
-            whole.rect = frame
+        if all(rect == item.before for rect, item in zip(rects, items)):
+            whole.rect, whole.frames[block.frame] = self._outline(block), frame
+            return whole
+        before = united(item.before for item in items)
+        now = united([*rects, *((x, y, x, y) for way in ways.values() for x, y in way)])
+        # A label may stick out of a backdrop, but a fitted one never cuts into it.
+        whole.rect = (now[0] + min(frame[0] - before[0], 0.0),
+                      now[1] + min(frame[1] - before[1], 0.0),
+                      now[2] + max(frame[2] - before[2], 0.0),
+                      now[3] + max(frame[3] - before[3], 0.0))
         whole.frames[block.frame] = whole.rect
         return whole
 

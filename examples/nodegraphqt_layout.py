@@ -100,7 +100,7 @@ def tidy(
 def _tidy(graph: NodeGraph, options: LayoutOptions, selected_only: bool, component_gap: float,
           pinned: Iterable[NodeObject | str]) -> Tidied:
     canvas = read_canvas(graph)
-    pins, pinned_frames = _pinned(canvas, pinned)
+    pins, pinned_frames = _pinned(graph, canvas, pinned)
     wiring = Wiring(graph, canvas)
     size = graph.viewer().size()
     aspect = max(size.width(), 1) / max(size.height(), 1)
@@ -217,22 +217,19 @@ def _grown(chain: Sequence[Block], frames: Sequence[Rect],
         yield one, rect
 
 
-def _pinned(canvas: Canvas,
+def _pinned(graph: NodeGraph, canvas: Canvas,
             pinned: Iterable[NodeObject | str]) -> tuple[frozenset[int], frozenset[int]]:
     """The boxes and the backdrops that stay: those that are pinned, or can't be moved."""
     names = {one if isinstance(one, str) else one.id for one in pinned}
-    known = set()
+    if unknown := sorted(names.difference(*((node.id, node.name()) for node in graph.all_nodes()))):
+        raise ValueError(f"no node to pin: {', '.join(unknown)}")
     chosen: list[frozenset[int]] = []
     for ones in (canvas.boxes, canvas.frames):
         stay = set()
         for index, one in enumerate(ones):
-            labels = {one.node.id, one.node.name()}
-            known |= labels
-            if not one.movable or names & labels:
+            if not one.movable or names & {one.node.id, one.node.name()}:
                 stay.add(index)
         chosen.append(frozenset(stay))
-    if unknown := sorted(names - known):
-        raise ValueError(f"no visible node to pin: {', '.join(unknown)}")
     return chosen[0], chosen[1]
 
 

@@ -207,6 +207,8 @@ class TidyTest(EditorTest):
             if not selected_only:
                 self.assertNotEqual(after, before)
                 self.assertEqual(measure.faults(graph)["overlaps"], 0)
+        pins[0].set_property("visible", False)
+        tidy(graph, pinned=pins)
         with self.assertRaisesRegex(ValueError, "nobody"):
             tidy(graph, pinned=["nobody"])
 
@@ -241,6 +243,18 @@ class TidyTest(EditorTest):
         tidy(graph, selected_only=True)
         self.assertEqual({name for name, rect in places(graph).items() if rect != before[name]},
                          {"d", "e"})
+
+    def test_a_label_that_sticks_out_of_a_backdrop_covers_nothing(self):
+        graph = make_graph("ab", "down")
+        first, second = graph.all_nodes()
+        first.set_name("a label that is much longer than its node")
+        backdrop = graph.create_node("Backdrop", selected=False)
+        backdrop.set_pos(-20.0, -40.0)
+        backdrop.set_size(first.view.width + 40.0, 140.0)
+        first.set_pos(0.0, 0.0)
+        second.set_pos(first.view.width + 60.0, 0.0)
+        tidy(graph, INTERACTIVE, pinned=[backdrop])
+        self.assertFalse(scene_box(first).intersects(scene_box(second)))
 
     def test_backdrops_that_were_apart_stay_apart(self):
         graph = make_graph("ab bc cd da ac")
