@@ -353,8 +353,8 @@ With "ORTHOGONAL", segments in a gap between layers that overlap across the flow
 and layers behind a gap that is too narrow for its tracks move along the flow: their `x` changes. With
 "ORTHOGONAL_ORDERED", edges of one port share their run across the flow; these runs are ordered so that
 edges cross as rarely as the layers allow; no two edges of different ports overlap; and dummies move
-across the flow, by their `y`, where that removes a bend from a long edge. Segments then have up to
-four bend points. With "POLYLINE", or an unknown value, segments are straight and have no bend points.
+across the flow, by their `y`, where that removes a bend from a long edge or lays two of one port onto
+one line. Segments then have up to four bend points. With "POLYLINE", or an unknown value, segments are straight and have no bend points.
 
 Reads: of the graph `edges`; of the options `edge_routing`. With "ORTHOGONAL" and
 "ORTHOGONAL_ORDERED" also: of the graph `nodes`, `layers`; of nodes `id`, `width`, `layer`, `x`, `y`; of edges

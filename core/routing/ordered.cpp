@@ -7,6 +7,7 @@
 #include "core/graph/spacing.hpp"
 #include "core/routing/gap_tracks.hpp"
 #include "core/routing/gap_widths.hpp"
+#include "core/routing/shared_lines.hpp"
 #include "core/routing/straighten.hpp"
 
 namespace quillan::vorn_layered {
@@ -51,9 +52,10 @@ class OrderedRouter {
   }
 
  private:
-  // A port by what tells it from others at a height.
+  // An end of a wire at the gap. Those of one root and height count as one port.
   struct End {
-    const LPort* port;
+    const LPort* root;  // the port; of a dummy's port, the one at which its wire starts
+    double height;
     std::int32_t wire;
   };
 
@@ -77,20 +79,26 @@ class OrderedRouter {
   void number_ports(LPort* LEdge::*side, std::int32_t Wire::*number) {
     ends_.clear();
     for (std::size_t i = 0; i < segments_.size(); ++i) {
-      ends_.push_back({segments_[i]->*side, static_cast<std::int32_t>(i)});
+      const LPort& port = *(segments_[i]->*side);
+      const CallerEdge& edge = graph_.caller_edges[segments_[i]->caller_edge];
+      const bool may_share = port.node->is_dummy() && edge.has_chain && !edge.reversed;
+      ends_.push_back(
+          {may_share ? edge.chain.front()->source : &port, port.y(), static_cast<std::int32_t>(i)});
     }
     std::sort(ends_.begin(), ends_.end(), [](const End& a, const End& b) {
-      const int order = compare_reals(a.port->y(), b.port->y());
+      const int order = compare_reals(a.height, b.height);
       if (order != 0) return order < 0;
-      if (a.port->node->position != b.port->node->position) {
-        return a.port->node->position < b.port->node->position;
+      if (a.root->node->position != b.root->node->position) {
+        return a.root->node->position < b.root->node->position;
       }
-      if (a.port->side != b.port->side) return a.port->side < b.port->side;
-      return a.port->index != b.port->index ? a.port->index < b.port->index : a.wire < b.wire;
+      if (a.root->side != b.root->side) return a.root->side < b.root->side;
+      return a.root->index != b.root->index ? a.root->index < b.root->index : a.wire < b.wire;
     });
     std::int32_t count = 0;
     for (std::size_t i = 0; i < ends_.size(); ++i) {
-      if (i > 0 && ends_[i].port != ends_[i - 1].port) ++count;
+      const bool is_next = i > 0 && (ends_[i].root != ends_[i - 1].root ||
+                                     compare_reals(ends_[i].height, ends_[i - 1].height) != 0);
+      if (is_next) ++count;
       wires_[ends_[i].wire].*number = count;
     }
   }
@@ -147,6 +155,7 @@ class OrderedRouter {
 
 void route_ordered(LGraph& graph) {
   straighten_long_edges(graph);
+  share_lines(graph);
   OrderedRouter(graph).run();
 }
 

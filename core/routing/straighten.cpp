@@ -8,6 +8,7 @@
 
 #include "core/base/reals.hpp"
 #include "core/graph/spacing.hpp"
+#include "core/routing/free_dummies.hpp"
 
 namespace quillan::vorn_layered {
 
@@ -22,25 +23,14 @@ struct Room {
   double high;
 };
 
-// What an edge looks like: steps across the flow, and those under SMALL_JOG.
-struct Looks {
-  std::int32_t steps = 0;
-  std::int32_t small = 0;
-
-  void add(double from, double to) {
-    if (from == to) return;
-    ++steps;
-    if (std::abs(from - to) < SMALL_JOG) ++small;
-  }
-  [[nodiscard]] bool better_than(const Looks& other) const {
-    return steps != other.steps ? steps < other.steps : small < other.small;
-  }
-};
+bool better(const Looks& a, const Looks& b) {
+  return a.steps != b.steps ? a.steps < b.steps : a.small < b.small;
+}
 
 class Straightener {
  public:
-  explicit Straightener(LGraph& graph) : graph_(graph), above_(graph.nodes.size()), below_(above_) {
-    for (const LNode* node : graph.nodes) top_ = smaller(top_, node->y);
+  explicit Straightener(LGraph& graph)
+      : graph_(graph), above_(graph.nodes.size()), below_(above_), top_(top_of(graph)) {
     for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) find_neighbours(layer);
   }
 
@@ -56,13 +46,7 @@ class Straightener {
 
  private:
   void find_neighbours(std::int32_t layer) {
-    const std::span<LNode* const> nodes = graph_.layers[layer];
-    sorted_.assign(nodes.begin(), nodes.end());
-    // At one height, what has none itself lies before what begins there; equals stay in order.
-    std::stable_sort(sorted_.begin(), sorted_.end(), [](const LNode* a, const LNode* b) {
-      const int order = compare_reals(a->y, b->y);
-      return order != 0 ? order < 0 : compare_reals(a->height, b->height) < 0;
-    });
+    sort_across_flow(graph_.layers[layer], sorted_);
     for (std::size_t i = 0; i < sorted_.size(); ++i) {
       const std::int32_t position = sorted_[i]->position;
       if (position < 0) continue;  // outside the graph
@@ -77,7 +61,7 @@ class Straightener {
     double from = chain.front()->source->y();
     for (std::size_t i = 0; i < chain.size(); ++i) {
       const LPort& end = *chain[i]->target;
-      if (i + 1 < chain.size() && can_move(end, *chain[i + 1]->source)) {
+      if (i + 1 < chain.size() && is_free_dummy(end, *chain[i + 1]->source)) {
         dummies_.push_back(end.node);
         continue;
       }
@@ -85,13 +69,6 @@ class Straightener {
       dummies_.clear();
       from = end.y();
     }
-  }
-
-  // Whether the node that joins two segments, by a port each, is a dummy as phase 2 makes them.
-  static bool can_move(const LPort& in, const LPort& out) {
-    const LNode& node = *in.node;
-    return node.is_dummy() && node.position >= 0 && node.height == 0.0 && in.offset == 0.0 &&
-           out.node == &node && out.offset == 0.0;
   }
 
   // The drawing's upmost node holds its padding, so it must not move.
@@ -142,7 +119,7 @@ class Straightener {
     after.add(height, to);
     const std::span<double> rest = std::span(heights_).subspan(first);
     std::fill(rest.begin(), rest.end(), to);
-    if (!after.better_than(before)) return;
+    if (!better(after, before)) return;
     for (std::size_t i = 0; i < dummies_.size(); ++i) dummies_[i]->y = heights_[i];
   }
 
@@ -177,7 +154,7 @@ class Straightener {
   LGraph& graph_;
   std::vector<const LNode*> above_;  // by position: the neighbours in the layer
   std::vector<const LNode*> below_;
-  double top_ = std::numeric_limits<double>::infinity();
+  double top_;
   std::vector<const LNode*> sorted_;
   std::vector<LNode*> dummies_;  // of the stretch at hand
   std::vector<double> heights_;

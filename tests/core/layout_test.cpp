@@ -82,7 +82,7 @@ TEST(Digests, OfStrategiesThatAreNoDefaultsAreAsRecorded) {
     std::uint64_t digest = 0;
   };
   for (const auto& [name, options, digest] : std::initializer_list<Recorded>{
-           {"any", std::nullopt, 10387955064234561685U},
+           {"any", std::nullopt, 8363755655378242466U},
            {"depth first", {{.cycle_breaking_strategy = "DEPTH_FIRST"}}, 18255854762057372654U},
            {"longest path", {{.layering_strategy = "LONGEST_PATH"}}, 11210980550275433300U},
            {"interactive", {{.interactive = true}}, 3800015848961998010U},
@@ -95,7 +95,7 @@ TEST(Digests, OfStrategiesThatAreNoDefaultsAreAsRecorded) {
            {"least length",
             {{.layering_strategy = "MINIMUM_LENGTH", .placement_strategy = "NETWORK_SIMPLEX"}},
             16959546523518301345U},
-           {"ordered", {{.edge_routing = "ORTHOGONAL_ORDERED"}}, 10437928773584935933U}}) {
+           {"ordered", {{.edge_routing = "ORTHOGONAL_ORDERED"}}, 12743799915978374783U}}) {
     std::uint64_t found = 14695981039346656037U;  // FNV-1a, a number at a time
     for (std::uint64_t seed = 0; seed < 100; ++seed) {
       Random random(seed);
