@@ -106,7 +106,7 @@ void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
 // The image of a node met at the end of an edge or in a layer.
 std::size_t GraphImage::node_index(PyObject* record) {
   const auto [found, added] = node_indexes_.emplace(record, nodes_.size());
-  if (!added) return found->second;
+  if (!added) return found;
   LNode* const node = graph.arena.make<LNode>();
   nodes_.push_back({node, Ref::borrow(record), false, 0.0, 0.0});
   const std::size_t index = nodes_.size() - 1;
@@ -137,7 +137,7 @@ std::int32_t GraphImage::caller_edge_of(Ref text) {
 LPort* GraphImage::read_port(const Fields& edge, Field field) {
   Ref record = edge.instance(field, state_.lport);
   const auto [found, added] = port_indexes_.emplace(record.get(), ports_.size());
-  if (!added) return ports_[found->second].port;
+  if (!added) return ports_[found].port;
   LPort* const port = graph.arena.make<LPort>();
   ports_.push_back({port, std::move(record)});
   const Fields fields(state_, ports_.back().record.get());
@@ -158,7 +158,7 @@ LPort* GraphImage::read_port(const Fields& edge, Field field) {
 LEdge* GraphImage::read_edge(PyObject* record, const char* where, bool ends) {
   require_record(record, state_.ledge, where);
   const auto [found, added] = edge_indexes_.emplace(record, edges_.size());
-  if (!added) return edges_[found->second].edge;
+  if (!added) return edges_[found].edge;
   LEdge* const edge = graph.make_segment(Text(), nullptr, nullptr, -1);
   edge->bend_points = {&unwritten_, 0};
   edges_.push_back({edge, Ref::borrow(record)});

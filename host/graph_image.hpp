@@ -8,13 +8,13 @@
 #define QUILLAN_HOST_GRAPH_IMAGE_HPP_
 
 #include <map>
-#include <unordered_map>
 #include <vector>
 
 #include "core/exchange/payload.hpp"
 #include "core/graph/lgraph.hpp"
 #include "host/fields.hpp"
 #include "host/graph_use.hpp"
+#include "host/record_index.hpp"
 #include "host/state.hpp"
 #include "host/texts.hpp"
 
@@ -96,9 +96,9 @@ class GraphImage {
   std::vector<Node> nodes_;  // those of LGraph.nodes first, in that order
   std::vector<Port> ports_;
   std::vector<Edge> edges_;
-  std::unordered_map<PyObject*, std::size_t> node_indexes_;
-  std::unordered_map<PyObject*, std::size_t> port_indexes_;
-  std::unordered_map<PyObject*, std::size_t> edge_indexes_;
+  RecordIndex node_indexes_;
+  RecordIndex port_indexes_;
+  RecordIndex edge_indexes_;
   std::map<std::string_view, std::int32_t> caller_edges_;
   std::map<std::string, std::int32_t, std::less<>> positions_;  // made when a node outside comes up
   std::vector<std::vector<Ref>> layer_items_;
