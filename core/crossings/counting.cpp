@@ -14,11 +14,28 @@ constexpr std::int64_t kPortsPerNode = 256;
 constexpr int kPlaceShift = 32;
 constexpr std::int64_t kPortMask = (std::int64_t{1} << kPlaceShift) - 1;
 
-// A set of ranks below a bound that tells how many members lie above a rank.
+constexpr std::uint32_t kWordBits = 64;
+
+// A set of ranks below 64 that tells how many members lie above a rank. Most gaps have no more
+// segments, and then all of it is one register.
+class SmallRankSet {
+ public:
+  // REQUIRES: `rank` is no member.
+  [[nodiscard]] std::int64_t count_above(std::uint32_t rank) const {
+    assert((word_ >> rank & 1U) == 0);
+    return std::popcount(word_ >> rank);
+  }
+  void insert(std::uint32_t rank) { word_ |= std::uint64_t{1} << rank; }
+
+ private:
+  std::uint64_t word_ = 0;
+};
+
+// The same for ranks below any bound.
 //
 // A bit for each rank, in blocks of eight words; for each word, the members in later words of its
-// block; over the blocks, a Fenwick tree. So one block, which holds the segments of most gaps, is
-// served without a branch or a loop. Otherwise the cost of a call is the logarithm of the blocks.
+// block; over the blocks, a Fenwick tree. So one block is served without a loop. Otherwise the cost
+// of a call is the logarithm of the blocks.
 class RankSet {
  public:
   RankSet(std::size_t bound, Arena& scratch)
@@ -46,7 +63,6 @@ class RankSet {
   }
 
  private:
-  static constexpr std::uint32_t kWordBits = 64;
   static constexpr std::size_t kBlockWords = 8;
   static constexpr std::size_t kBlockRanks = kBlockWords * kWordBits;
 
@@ -68,6 +84,30 @@ class RankSet {
   std::span<std::int32_t> tree_;  // from index 1 on, over the blocks from the last to the first
 };
 
+// The crossings of a gap whose lower ends have the ranks that `next_ranks` begins with at each
+// target port. `ranks` has room for one each; `members` is empty.
+template <typename Set>
+std::int64_t count_ranks(const LayerOrders& orders, std::int32_t upper,
+                         std::span<std::uint32_t> next_ranks, std::span<std::uint32_t> ranks,
+                         Set& members) {
+  const std::int32_t first_port = orders.first_target_port(upper + 1);
+  std::int64_t crossings = 0;
+  for (const std::int32_t slot : orders.order(upper)) {
+    const std::span<const LayerOrders::Segment> segments = orders.segments_below(slot);
+    for (std::size_t begin = 0; begin < segments.size();) {
+      // Segments of one upper port do not cross: all are counted before any is a member.
+      const std::int32_t port = segments[begin].upper_port;
+      std::size_t end = begin;
+      for (; end < segments.size() && segments[end].upper_port == port; ++end) {
+        ranks[end] = next_ranks[segments[end].target_number - first_port]++;
+        crossings += members.count_above(ranks[end]);
+      }
+      for (; begin < end; ++begin) members.insert(ranks[begin]);
+    }
+  }
+  return crossings;
+}
+
 // The crossings of a gap whose lower ends are in order by node, then port.
 std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
   const std::int32_t lower = upper + 1;
@@ -88,24 +128,13 @@ std::int64_t count_by_ends(const LayerOrders& orders, std::int32_t upper) {
     next_ranks[i] = ranks_before[ports[i].slot - first_slot] + ports[i].before;
   }
 
-  const std::int32_t first_port = orders.first_target_port(lower);
-  RankSet members(total, scratch);
   const std::span<std::uint32_t> ranks = scratch.raw_array<std::uint32_t>(total);
-  std::int64_t crossings = 0;
-  for (const std::int32_t slot : orders.order(upper)) {
-    const std::span<const LayerOrders::Segment> segments = orders.segments_below(slot);
-    for (std::size_t begin = 0; begin < segments.size();) {
-      // Segments of one upper port do not cross: all are counted before any is a member.
-      const std::int32_t port = segments[begin].upper_port;
-      std::size_t end = begin;
-      for (; end < segments.size() && segments[end].upper_port == port; ++end) {
-        ranks[end] = next_ranks[segments[end].target_number - first_port]++;
-        crossings += members.count_above(ranks[end]);
-      }
-      for (; begin < end; ++begin) members.insert(ranks[begin]);
-    }
+  if (total <= kWordBits) {
+    SmallRankSet members;
+    return count_ranks(orders, upper, next_ranks, ranks, members);
   }
-  return crossings;
+  RankSet members(total, scratch);
+  return count_ranks(orders, upper, next_ranks, ranks, members);
 }
 
 // The crossings of a gap with ports that run into the range of the next node.
