@@ -60,18 +60,22 @@ class Replay {
   };
 
   bool place(std::int32_t block) {
-    pushes_.clear();
-    double top = kNever;
+    Push first{kNever, 1, 0, 0};  // of the largest value
+    double below = kNever;        // the largest value of all others
     double early = kNever;
+    // What is not a number is passed over here, as in all comparisons below.
     for (const std::int32_t slot : members_[block]) {
       if (constraints_.opens_layer[slot]) continue;
-      const double separation = constraints_.separation[slot];
-      const std::int32_t source = constraints_.block_of[slot - 1];
-      const double value = centers_[source] + separation;
-      pushes_.push_back({value, blocks_[source].acts, source, slot});
-      top = std::max(top, value);  // passes over what is not a number, as do all comparisons below
-      early = std::max(early, blocks_[source].earlier + separation);
+      const Push push = push_at(slot);
+      early = std::max(early, blocks_[push.source].earlier + constraints_.separation[slot]);
+      if (push.value > first.value) {
+        below = first.value;
+        first = push;
+      } else {
+        below = std::max(below, push.value);
+      }
     }
+    const double top = first.value;
     blocks_[block] = {kNever, 1};
     centers_[block] = 0.0;
     if (!(0.0 < top - kTolerance)) return true;  // every push falls short, whenever it is made
@@ -81,6 +85,25 @@ class Replay {
       blocks_[block].acts = kUnknown;
       blocks_[block].earlier = next_below(top);
       return true;
+    }
+    if (!(below < top - kTolerance)) return place_by_cluster(block, top, early);
+    if (!(early < top - kTolerance)) return false;
+    blocks_[block].earlier = std::max({0.0, early, below});
+    take(block, first);
+    if (first.sweep == kUnknown) blocks_[block].acts = kUnknown;
+    return true;
+  }
+
+  [[nodiscard]] Push push_at(std::int32_t slot) const {
+    const std::int32_t source = constraints_.block_of[slot - 1];
+    return {centers_[source] + constraints_.separation[slot], blocks_[source].acts, source, slot};
+  }
+
+  // The case of several pushes that reach the top.
+  bool place_by_cluster(std::int32_t block, double top, double early) {
+    pushes_.clear();
+    for (const std::int32_t slot : members_[block]) {
+      if (!constraints_.opens_layer[slot]) pushes_.push_back(push_at(slot));
     }
     double below = kNever;  // the largest final push outside the cluster
     double bottom = top;
