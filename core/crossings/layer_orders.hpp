@@ -65,6 +65,8 @@ class LayerOrders {
   [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return slots_.layer_of[slot]; }
   [[nodiscard]] LGraph& graph() const { return graph_; }
   [[nodiscard]] const LayerSlots& slots() const { return slots_; }
+  // Whether every segment joins a layer to the next.
+  [[nodiscard]] bool is_regular() const { return regular_; }
 
   // The slots of a layer in their current order.
   [[nodiscard]] std::span<const std::int32_t> order(std::int32_t layer) const {
@@ -171,7 +173,7 @@ class LayerOrders {
   std::span<std::int64_t> seen_[2];  // by fixed layer, then layer: its stamp that keys reflect
   std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;
-  bool regular_ = true;  // whether every segment joins a layer to the next
+  bool regular_ = true;
 };
 
 }  // namespace quillan::vorn_layered

@@ -17,9 +17,15 @@ void _seed_dfs(LayerOrders& orders) {
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
     layer_ends[layer] = orders.first_slot(layer);
   }
-  const EdgeEnds ends = orders.slots().ends_of_edges(orders.graph());
-  const Grouped leaving = group_by(ends.sources, orders.slot_count(), scratch);
+  // Segments that skip layers are followed too, and then those of the orders are not enough.
+  const bool regular = orders.is_regular();
+  const EdgeEnds ends = regular ? EdgeEnds{} : orders.slots().ends_of_edges(orders.graph());
+  const Grouped leaving =
+      regular ? Grouped{} : group_by(ends.sources, orders.slot_count(), scratch);
   std::vector<std::int32_t> stack;
+  const auto push = [&](std::int32_t successor) {
+    if (!visited[successor]) stack.push_back(successor);
+  };
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
     for (const std::int32_t root : orders.by_id(layer)) {
       if (visited[root]) continue;
@@ -33,9 +39,11 @@ void _seed_dfs(LayerOrders& orders) {
         const std::int32_t own_layer = orders.layer_of(slot);
         if (own_layer != LayerSlots::NO_LAYER) ordered[layer_ends[own_layer]++] = slot;
         const std::size_t bottom = stack.size();
-        for (const std::int32_t edge : leaving[slot]) {
-          const std::int32_t successor = ends.targets[edge];
-          if (!visited[successor]) stack.push_back(successor);
+        if (regular) {
+          for (const LayerOrders::Segment& each : orders.segments_below(slot))
+            push(each.lower_slot);
+        } else {
+          for (const std::int32_t edge : leaving[slot]) push(ends.targets[edge]);
         }
         // The smallest id lies on top. Equal entries are one node: the copies are passed over.
         if (stack.size() - bottom > 1) {
