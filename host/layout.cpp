@@ -73,7 +73,7 @@ PyObject* layout(PyObject* module, PyObject* args, PyObject* kwargs) {
         vorn_layered::layout(reader.payload(), components, read, component_gap, arena);
     const CollectorPause pause;
     const Ref positions = position_map(result.positions);
-    const Ref routes = route_map(result.routes);
+    const Ref routes = route_map(result.routes, pause);
     return check(PyTuple_Pack(2, positions.get(), routes.get())).release();
   });
 }

@@ -101,7 +101,8 @@ PyObject* edge_routes(PyObject* module, PyObject* args, PyObject* kwargs) {
     vorn_layered::edge_routes(argument.image.graph,
                               vorn_layered::graph_extent(argument.image.graph).flow, Point{},
                               found);
-    return route_map(found).release();
+    const CollectorPause pause;
+    return route_map(found, pause).release();
   });
 }
 

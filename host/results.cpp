@@ -2,9 +2,7 @@
 
 #include <bit>
 #include <cstdint>
-#include <utility>
 
-#include "host/objects.hpp"
 #include "host/texts.hpp"
 
 namespace quillan::host {
@@ -14,29 +12,31 @@ using vorn_layered::Point;
 namespace {
 
 // Makes result points. Neighbouring points of an orthogonal route share a coordinate, and then they
-// share its float object too.
+// share its float object too: that of the point made last, which must be there still.
 class PointMaker {
  public:
   Ref make(Point point) {
-    x_ = object_for(point.x, x_);
-    y_ = object_for(point.y, y_);
+    Ref x = object_for(point.x, x_);
+    Ref y = object_for(point.y, y_);
     Ref pair = check(PyTuple_New(2));
-    PyTuple_SET_ITEM(pair.get(), 0, Py_NewRef(x_.get()));
-    PyTuple_SET_ITEM(pair.get(), 1, Py_NewRef(y_.get()));
+    x_ = x.get();
+    y_ = y.get();
+    PyTuple_SET_ITEM(pair.get(), 0, x.release());
+    PyTuple_SET_ITEM(pair.get(), 1, y.release());
     // A tuple of floats can be in no cycle; untracked, it costs the collector nothing.
     PyObject_GC_UnTrack(pair.get());
     return pair;
   }
 
  private:
-  static Ref object_for(double value, Ref& last) {
-    const bool same = last && std::bit_cast<std::uint64_t>(PyFloat_AS_DOUBLE(last.get())) ==
-                                  std::bit_cast<std::uint64_t>(value);
-    return same ? std::move(last) : check(PyFloat_FromDouble(value));
+  static Ref object_for(double value, PyObject* last) {
+    const bool same = last != nullptr && std::bit_cast<std::uint64_t>(PyFloat_AS_DOUBLE(last)) ==
+                                             std::bit_cast<std::uint64_t>(value);
+    return same ? Ref::borrow(last) : check(PyFloat_FromDouble(value));
   }
 
-  Ref x_;
-  Ref y_;
+  PyObject* x_ = nullptr;  // borrowed from the last point
+  PyObject* y_ = nullptr;
 };
 
 }  // namespace
@@ -51,17 +51,17 @@ Ref position_map(const std::vector<vorn_layered::NodePosition>& positions) {
   return map;
 }
 
-Ref route_map(const vorn_layered::EdgeRoutes& found) {
+Ref route_map(const vorn_layered::EdgeRoutes& found, const CollectorPause& /*pause*/) {
   Ref map = check(PyDict_New());
   PointMaker points;
-  std::vector<Ref> made;
   for (const vorn_layered::EdgeRoute& route : found.routes) {
     const Ref key = text_object(route.id);
-    made.clear();
+    const Ref line = check(PyList_New(static_cast<Py_ssize_t>(route.count)));
     for (std::size_t i = 0; i < route.count; ++i) {
-      made.push_back(points.make(found.points[route.first + i]));
+      PyList_SET_ITEM(line.get(), static_cast<Py_ssize_t>(i),
+                      points.make(found.points[route.first + i]).release());
     }
-    check(PyDict_SetItem(map.get(), key.get(), list_of(made).get()));
+    check(PyDict_SetItem(map.get(), key.get(), line.get()));
   }
   return map;
 }
