@@ -78,17 +78,29 @@ SHORTCUTS: Final = {
         "if (size == 0 || size >= kLargestKept) return;",
         "if (size < kLargestKept || size >= kLargestKept) return;",
     ),
+    "key-places": Shortcut(
+        "looking for a key first where the first dictionary had it",
+        "host/payload_reader.cpp",
+        "constexpr bool kKnowsOffsets = PY_VERSION_HEX < 0x030F0000;",
+        "constexpr bool kKnowsOffsets = false;",
+    ),
+    "one-word": Shortcut(
+        "counting the crossings of up to 64 segments in one word",
+        "core/crossings/counting.cpp",
+        "if (total <= kWordBits) {",
+        "if (total > UINT32_MAX / 2) {",
+    ),
     "shared-floats": Shortcut(
         "giving neighbouring points of a route the float that they have in common",
         "host/results.cpp",
-        "const bool same = last && std",
-        "const bool same = last && value != value && std",
+        "const bool same = last != nullptr && std",
+        "const bool same = last != nullptr && value != value && std",
     ),
     "collector": Shortcut(
         "pausing the cyclic collector while the result is built",
         "host/layout.cpp",
         "const CollectorPause pause;",
-        "",
+        "const CollectorPause pause;\n    PyGC_Enable();",
     ),
 }
 

@@ -22,10 +22,20 @@ std::size_t size_of(const Ref& tuple) {
   return static_cast<std::size_t>(PyTuple_GET_SIZE(tuple.get()));
 }
 
-// Whether there is a value, and one that is true.
-bool is_true(const Ref& value) { return value && check(PyObject_IsTrue(value.get())) != 0; }
+// Whether PyDict_Next() is known to take an offset that it gave for another dictionary: it holds it
+// against the number of entries, as it must for one that has lost some.
+constexpr bool kKnowsOffsets = PY_VERSION_HEX < 0x030F0000;
 
-bool is_null(const Ref& value) { return !value || value.get() == Py_None; }
+// Whether there is a value, and one that is true.
+bool is_true(PyObject* value) { return value != nullptr && check(PyObject_IsTrue(value)) != 0; }
+
+bool is_null(PyObject* value) { return value == nullptr || value == Py_None; }
+
+// Whether to read the value runs none of the caller's code.
+bool is_plain(PyObject* value) {
+  return PyFloat_CheckExact(value) || PyLong_CheckExact(value) || PyUnicode_CheckExact(value) ||
+         value == Py_None;
+}
 
 double real(PyObject* value) {
   if (PyFloat_CheckExact(value)) return PyFloat_AS_DOUBLE(value);
@@ -78,12 +88,14 @@ Ref items_of(const State& state, const char* list, PyObject* given) {
 
 // The text form of an end of an edge for as long as it takes to look it up.
 struct End {
-  explicit End(const Ref& value) {
-    if (!value) return;
-    text = text_form(value.get());
-    bytes = bytes_of(text.get(), encoded);
+  explicit End(PyObject* value) {
+    if (value == nullptr) return;
+    // The encoder of others may run an error handler of the caller's, so they need an owner.
+    const bool is_ascii = PyUnicode_CheckExact(value) && PyUnicode_IS_ASCII(value);
+    if (!is_ascii) text = text_form(value);
+    bytes = bytes_of(is_ascii ? value : text.get(), encoded);
   }
-  Ref text;
+  Ref text;  // null: the value itself
   Ref encoded;
   std::string_view bytes;
 };
@@ -139,6 +151,7 @@ void PayloadReader::enter_list(const char* list, const Ref& items) {
 void PayloadReader::enter_item(std::size_t number) {
   place_.number = number;
   place_.key.reset();
+  held_.clear();
 }
 
 bool PayloadReader::is_mapping(PyObject* value) const {
@@ -174,27 +187,59 @@ bool PayloadReader::has(PyObject* mapping, PyObject* key) const {
   return false;
 }
 
-// The value of a key, or null where the mapping does not have it.
-Ref PayloadReader::get(PyObject* mapping, Key key) {
+// The value of a key, or null where the mapping does not have it. The value lives until the next
+// item; a plain one, which nothing needs to own while it is read, only until code of the caller's
+// runs.
+PyObject* PayloadReader::get(PyObject* mapping, Key key) {
   (place_.port < 0 ? place_.key : place_.port_key) = key;
-  PyObject* const name = state_.key(key);
   if (!PyDict_CheckExact(mapping)) {
-    if (!has(mapping, name)) return {};
-    return check(PyObject_GetItem(mapping, name));
+    PyObject* const name = state_.key(key);
+    if (!has(mapping, name)) return nullptr;
+    return hold(check(PyObject_GetItem(mapping, name)));
   }
-  Ref value = Ref::borrow(PyDict_GetItemWithError(mapping, name));
-  if (!value && PyErr_Occurred() != nullptr) throw PythonError();
+  const KeyPlace& place = key_places_[static_cast<std::size_t>(key)];
+  PyObject* found = nullptr;
+  PyObject* value = nullptr;
+  Py_ssize_t next = place.offset;
+  if (!kKnowsOffsets || PyDict_Next(mapping, &next, &found, &value) == 0 ||
+      found != place.key.get()) {
+    value = search(mapping, key);
+  }
+  return value == nullptr || is_plain(value) ? value : hold(Ref::borrow(value));
+}
+
+// The same in a dict that does not have the key where the first one had it. Borrowed.
+PyObject* PayloadReader::search(PyObject* dict, Key key) {
+  PyObject* const name = state_.key(key);
+  PyObject* const value = PyDict_GetItemWithError(dict, name);
+  if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError();
+  KeyPlace& place = key_places_[static_cast<std::size_t>(key)];
+  if (value == nullptr || place.key) return value;
+  PyObject* found = nullptr;
+  PyObject* held = nullptr;
+  Py_ssize_t offset = 0;
+  for (Py_ssize_t next = 0; PyDict_Next(dict, &next, &found, &held) != 0; offset = next) {
+    if (held != value || !PyUnicode_CheckExact(found)) continue;
+    if (PyUnicode_Compare(found, name) != 0) continue;
+    place = {Ref::borrow(found), offset};
+    break;
+  }
   return value;
+}
+
+PyObject* PayloadReader::hold(Ref value) {
+  held_.push_back(std::move(value));
+  return held_.back().get();
 }
 
 const TextSource* PayloadReader::read_id(PyObject* mapping) {
   check_mapping(mapping);
-  const Ref id = get(mapping, Key::ID);
-  if (!id) {
+  PyObject* const id = get(mapping, Key::ID);
+  if (id == nullptr) {
     PyErr_SetObject(PyExc_KeyError, state_.key(Key::ID));
     throw PythonError();
   }
-  return texts_.keep(text_form(id.get()));
+  return texts_.keep(text_form(id));
 }
 
 void PayloadReader::read(const Component& component, Direction direction) {
@@ -211,24 +256,24 @@ void PayloadReader::read_node(std::int32_t number, Direction direction) {
   PyObject* const mapping = node(number);
   enter_item(number);
   NodeRow& row = payload_.nodes[number];
-  if (const Ref width = get(mapping, Key::WIDTH); is_true(width)) row.width = real(width.get());
-  if (const Ref height = get(mapping, Key::HEIGHT); is_true(height)) {
-    row.height = real(height.get());
-  }
-  const Ref x = get(mapping, Key::X);
-  const Ref y = get(mapping, Key::Y);
+  PyObject* const width = get(mapping, Key::WIDTH);
+  if (is_true(width)) row.width = real(width);
+  PyObject* const height = get(mapping, Key::HEIGHT);
+  if (is_true(height)) row.height = real(height);
+  const Ref x = Ref::borrow(get(mapping, Key::X));
+  const Ref y = Ref::borrow(get(mapping, Key::Y));
   // The position along the flow comes first: where both are unusable, it is the one that fails.
-  if (is_transposed(direction)) row.y = read_position(Key::Y, y);
-  row.x = read_position(Key::X, x);
-  if (!is_transposed(direction)) row.y = read_position(Key::Y, y);
-  row.input_ports = read_ports(get(mapping, Key::INPUT_PORTS).get());
-  row.output_ports = read_ports(get(mapping, Key::OUTPUT_PORTS).get());
+  if (is_transposed(direction)) row.y = read_position(Key::Y, y.get());
+  row.x = read_position(Key::X, x.get());
+  if (!is_transposed(direction)) row.y = read_position(Key::Y, y.get());
+  row.input_ports = read_ports(get(mapping, Key::INPUT_PORTS));
+  row.output_ports = read_ports(get(mapping, Key::OUTPUT_PORTS));
   sides_[number] = {row.input_ports.count > 0, row.output_ports.count > 0};
 }
 
-std::optional<double> PayloadReader::read_position(Key key, const Ref& value) {
+std::optional<double> PayloadReader::read_position(Key key, PyObject* value) {
   place_.key = key;
-  return is_null(value) ? std::nullopt : std::optional(real(value.get()));
+  return is_null(value) ? std::nullopt : std::optional(real(value));
 }
 
 PortSpec PayloadReader::read_ports(PyObject* spec) {
@@ -271,8 +316,10 @@ void PayloadReader::add_port(PyObject* item, PortSpec& list) {
 PortRow PayloadReader::read_port(PyObject* item) {
   if (!is_mapping(item)) return {nullptr, real(item)};
   PortRow port;
-  if (const Ref id = get(item, Key::ID); is_true(id)) port.id = texts_.keep(text_form(id.get()));
-  if (const Ref offset = get(item, Key::OFFSET)) port.offset = real(offset.get());
+  PyObject* const id = get(item, Key::ID);
+  if (is_true(id)) port.id = texts_.keep(text_form(id));
+  PyObject* const offset = get(item, Key::OFFSET);
+  if (offset != nullptr) port.offset = real(offset);
   return port;
 }
 
@@ -281,7 +328,8 @@ void PayloadReader::read_edge(std::int32_t number) {
   if (row.is_left_out()) return;
   PyObject* const mapping = edge(number);
   enter_item(number);
-  if (const Ref id = get(mapping, Key::ID); is_true(id)) row.id = texts_.keep(text_form(id.get()));
+  PyObject* const id = get(mapping, Key::ID);
+  if (is_true(id)) row.id = texts_.keep(text_form(id));
   row.source_port = read_index(mapping, Key::SOURCE_PORT, sides_[row.source].output);
   row.target_port = read_index(mapping, Key::TARGET_PORT, sides_[row.target].input);
 }
@@ -289,8 +337,8 @@ void PayloadReader::read_edge(std::int32_t number) {
 // The index that an edge asks for, which gets a port at a side that had none.
 std::int32_t PayloadReader::read_index(PyObject* mapping, Key key, bool& has_ports) {
   if (!std::exchange(has_ports, true)) return 0;
-  const Ref value = get(mapping, key);
-  return is_null(value) ? 0 : index(value.get());
+  PyObject* const value = get(mapping, key);
+  return is_null(value) ? 0 : index(value);
 }
 
 }  // namespace quillan::host

@@ -13,6 +13,7 @@
 #ifndef QUILLAN_HOST_PAYLOAD_READER_HPP_
 #define QUILLAN_HOST_PAYLOAD_READER_HPP_
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -51,7 +52,9 @@ class PayloadReader {
   bool is_mapping(PyObject* value) const;
   void check_mapping(PyObject* value) const;
   bool has(PyObject* mapping, PyObject* key) const;
-  Ref get(PyObject* mapping, Key key);
+  PyObject* get(PyObject* mapping, Key key);
+  PyObject* search(PyObject* dict, Key key);
+  PyObject* hold(Ref value);
 
   const vorn_layered::TextSource* read_id(PyObject* mapping);
   void read_node(std::int32_t number, vorn_layered::Direction direction);
@@ -59,7 +62,7 @@ class PayloadReader {
   vorn_layered::PortSpec count_ports(PyObject* integer);
   void add_port(PyObject* item, vorn_layered::PortSpec& list);
   vorn_layered::PortRow read_port(PyObject* item);
-  std::optional<double> read_position(Key key, const Ref& value);
+  std::optional<double> read_position(Key key, PyObject* value);
   void read_edge(std::int32_t number);
   std::int32_t read_index(PyObject* mapping, Key key, bool& has_ports);
 
@@ -69,8 +72,18 @@ class PayloadReader {
     bool output = false;
   };
 
+  // Where a key was first found. Dictionaries made alike have it in the same place, and to look
+  // there first is cheaper than to search, above all for a key that is not the module's own string
+  // object, as a parser makes them.
+  struct KeyPlace {
+    Ref key;                // the object that the dictionary held; null before the first find
+    Py_ssize_t offset = 0;  // what PyDict_Next() found it at
+  };
+
   const State& state_;
   TextKeeper texts_;
+  std::array<KeyPlace, static_cast<std::size_t>(Key::COUNT)> key_places_;
+  std::vector<Ref> held_;  // values of the item that is being read
   // Tuples, since the caller's own code may run while they are read. It can come by any list
   // through the collector, even by one made for the purpose, and empty it.
   const Ref nodes_;

@@ -39,8 +39,11 @@ Ref long_decimal_form(PyObject* integer) {
   return text_from_bytes(digits);
 }
 
-// The decimal form of an int, whatever its class makes of str() and however long it is.
-Ref decimal_form(PyObject* integer) {
+// The decimal form of an int, whatever its class makes of str() and however long it is. Owned,
+// since a failure may let the collector run, and with it code of the caller's.
+Ref decimal_form(PyObject* borrowed) {
+  const Ref owned = Ref::borrow(borrowed);
+  PyObject* const integer = owned.get();
   Ref text = Ref::steal(PyLong_Type.tp_repr(integer));
   if (text) return text;
   if (!PyErr_ExceptionMatches(PyExc_ValueError)) throw PythonError();

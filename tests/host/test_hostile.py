@@ -105,6 +105,45 @@ for call in (lambda: engine.build_graph(nodes[:8], edges), lambda: engine.run_ph
         pass
 """
 
+# Mappings that lose all their values while one of these is read.
+VALUES = """
+import codecs
+
+class Emptying:
+    def __init__(self, mapping):
+        self.empty = mapping.clear
+    def __float__(self):
+        self.empty()
+        return 2.5
+    def __str__(self):
+        self.empty()
+        return "text"
+    def __int__(self):
+        self.empty()
+        return 1
+
+def emptied():
+    mapping = {}
+    fresh = iter(range(1000, 2000))
+    for key in ("id", "source", "target", "width", "height", "x", "y", "source_port", "target_port"):
+        mapping[key] = f"{next(fresh)}"
+    mapping.update(input_ports=[next(fresh)] * 3, output_ports=[{"id": 10**5000}])
+    return mapping
+
+handler = codecs.lookup_error("surrogatepass")
+for key in emptied():
+    for ends in ((10**5000, chr(0xd800) * 9), (chr(0xd800) * 9, 10**5000)):
+        bad = {**emptied(), "source": ends[0], "target": ends[1], "id": f"{10**4000}"}
+        bad[key] = Emptying(bad)
+        codecs.register_error("surrogatepass", lambda error: (bad.clear(), handler(error))[1])
+        for payload in (([bad], []), (nodes, [bad]), ([{"id": "1", "input_ports": [bad]}], [])):
+            try:
+                engine.layout(*payload)
+            except (KeyError, TypeError, ValueError):
+                pass
+codecs.register_error("surrogatepass", handler)
+"""
+
 # Objects that say they are what they are not.
 IMPOSTORS = """
 def impostor(kind):
@@ -228,7 +267,7 @@ class Hostile(unittest.TestCase):
             self.run_alone(DAEMONS)
 
     def test_calls_that_spoil_themselves(self):
-        for code in (KEYWORDS, LISTS, IMPOSTORS, IMPORTS, RANDOM_CALLS, DROPPED):
+        for code in (KEYWORDS, LISTS, VALUES, IMPOSTORS, IMPORTS, RANDOM_CALLS, DROPPED):
             with self.subTest(code[:60]):
                 self.run_alone(code)
 

@@ -6,6 +6,8 @@ import enum
 import fractions
 import functools
 import gc
+import json
+import random
 import types
 import unittest
 from collections.abc import Mapping
@@ -175,6 +177,24 @@ class Containers(unittest.TestCase):
             self.assertEqual(layout(nodes, edges), PAIR_RESULT, kind)
             self.assertEqual([*map(len, nodes + edges)], sizes, "nothing is added")
             self.assertIs(weakly_connected_components(nodes, edges)[0][0][1], nodes[1])
+
+    def test_keys_wherever_a_dict_has_them(self):
+        rng = random.Random(1)
+        nodes = [{"id": f"{i}", "width": 50 + i, "height": 9 * i, "input_ports": i % 3,
+                  "output_ports": 1 + i % 4} for i in range(60)]
+        edges = [{"source": f"{i}", "target": f"{i + step}", "id": f"{i}.{step}",
+                  "source_port": i % 4, "target_port": i % 3} for step in (1, 5) for i in range(50)]
+
+        def arranged(mapping):
+            made = dict(rng.sample([*mapping.items(), ("other", {})], len(mapping) + 1))
+            made = json.loads(json.dumps(made)) if rng.random() < 0.5 else made
+            for key in [key for key in made if made[key] == 0]:
+                del made[key]
+            return made
+
+        expected = layout(nodes, edges)
+        for _ in range(20):
+            self.assertEqual(layout([*map(arranged, nodes)], [*map(arranged, edges)]), expected)
 
     def test_values_are_not_made_up(self):
         class Keen(collections.UserDict):
