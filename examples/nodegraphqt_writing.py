@@ -89,7 +89,7 @@ class _Quiet:
             new = {**viewer.routes, **viewer.detours}
             changed = {connection for connection in old.keys() | new.keys()
                        if old.get(connection) != new.get(connection)}
-            pipes.update(dict.fromkeys(_pipes_of(self._graph, changed)))
+            pipes.update(dict.fromkeys(_pipes_of(self._graph, changed, pipes)))
         for pipe in pipes:
             pipe.draw_path(pipe.input_port, pipe.output_port)
 
@@ -100,10 +100,13 @@ def draw_changed_pipes(graph: NodeGraph, connections: Collection[Connection]) ->
         pipe.draw_path(pipe.input_port, pipe.output_port)
 
 
-def _pipes_of(graph: NodeGraph, connections: Collection[Connection]) -> list[PipeItem]:
+def _pipes_of(graph: NodeGraph, connections: Collection[Connection],
+              known: Collection[PipeItem] = ()) -> list[PipeItem]:
+    """The pipes of some connections, without those that are known already."""
     if not connections:
         return []
-    return [pipe for pipe in all_pipes(graph) if pipe_connection(pipe) in connections]
+    return [pipe for pipe in all_pipes(graph)
+            if pipe not in known and pipe_connection(pipe) in connections]
 
 
 def all_pipes(graph: NodeGraph) -> Iterator[PipeItem]:
