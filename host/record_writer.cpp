@@ -149,6 +149,8 @@ class RecordWriter {
 
   const State& state_;
   const LGraph& graph_;
+  // Records refer to one another, so that the collector would walk all of them again and again.
+  const CollectorPause pause_;
   std::unordered_map<LNode*, Ref> nodes_;
   std::unordered_map<LPort*, Ref> ports_;
   std::unordered_map<LEdge*, Ref> edges_;
