@@ -68,22 +68,33 @@ void TrunkOrder::order_core() {
     open[arc.before].gain += arc.weight;
     open[arc.after].gain -= arc.weight;
   }
-  // The largest gain first, then the smallest item. A pair is stale once the gain has changed.
+  // The largest gain first, then the smallest item. An item whose gain fell since gets another pair
+  // when its latest one comes up.
   std::priority_queue<std::pair<std::int64_t, std::int32_t>> queue;
   const auto push = [&](std::int32_t item) {
-    if (in_core_[item] && open[item].barriers == 0) queue.emplace(open[item].gain, -item);
+    open[item].queued = open[item].gain;
+    queue.emplace(open[item].gain, -item);
   };
-  for (std::int32_t item = 0; item < count_; ++item) push(item);
+  for (std::int32_t item = 0; item < count_; ++item) {
+    if (in_core_[item] && open[item].barriers == 0) push(item);
+  }
   while (!queue.empty()) {
     const auto [gain, negated] = queue.top();
     const std::int32_t item = -negated;
     queue.pop();
-    if (!in_core_[item] || open[item].gain != gain) continue;
+    if (!in_core_[item]) continue;
+    if (open[item].gain != gain) {
+      if (open[item].queued == gain) push(item);
+      continue;
+    }
     in_core_[item] = false;
     middle_.push_back(item);
     close(item, open);
-    for (const std::int32_t arc : outgoing_[item]) push(arcs_[arc].after);
-    for (const std::int32_t arc : incoming_[item]) push(arcs_[arc].before);
+    for (const std::int32_t arc : outgoing_[item]) {
+      const std::int32_t after = arcs_[arc].after;
+      const bool has_risen = open[after].gain > open[after].queued;
+      if (in_core_[after] && open[after].barriers == 0 && has_risen) push(after);
+    }
   }
   // A cycle of arcs that are never turned round would leave its items out.
   for (std::int32_t item = 0; item < count_; ++item) {

@@ -53,8 +53,9 @@ class TrunkOrder {
  private:
   // What the greedy procedure knows of an item that has no place yet.
   struct Open {
-    std::int64_t gain = 0;      // weight of its arcs to others that are open, less that from them
-    std::int32_t barriers = 0;  // arcs from others that are never turned round
+    std::int64_t gain = 0;  // weight of its arcs to others that are open, less that from them
+    std::int64_t queued = INT64_MIN;  // the gain that the latest pair in the queue says
+    std::int32_t barriers = 0;        // arcs from others that are never turned round
   };
 
   void peel(const Grouped& along, std::int32_t Arc::*end, std::vector<std::int32_t>& pending,
