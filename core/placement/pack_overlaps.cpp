@@ -43,7 +43,7 @@ void _pack_layer_overlaps(LGraph& graph) {
     const std::span<Placed> ordered = graph.scratch.raw_array<Placed>(layer.size());
     for (std::size_t i = 0; i < layer.size(); ++i) ordered[i] = {layer[i]->y, layer[i]};
     if (!std::is_sorted(ordered.begin(), ordered.end(), before)) {
-      std::sort(ordered.begin(), ordered.end(), before);
+      std::stable_sort(ordered.begin(), ordered.end(), before);
     }
     push_apart(ordered, graph.options);
   }
