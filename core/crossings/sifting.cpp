@@ -39,9 +39,8 @@ class Search {
   // Crossings that a node may add on the way to a better place.
   static constexpr std::int64_t kTolerance = 1;
   static constexpr std::int64_t kFarTolerance = 10;
-  // Starts from random orders, more than the least while all of them together are cheap, and the
-  // sweeps that each gets.
-  static constexpr int kLeastStarts = 2;
+  // Starts from random orders, of which the first is made in any case and the others while all of
+  // them together are cheap, and the sweeps that each gets.
   static constexpr int kMostStarts = 6;
   static constexpr std::int64_t kCheapEffort = 60'000;
   static constexpr int kSweeps = 3;
@@ -79,7 +78,7 @@ class Search {
     seed_by_ports();
     keep_if_better();
     for (int i = 0; best_crossings_ > 0 && i < kMostStarts; ++i) {
-      if (i >= kLeastStarts && sift_.effort() >= kCheapEffort) break;
+      if (i > 0 && sift_.effort() >= kCheapEffort) break;
       seed_by_search();
       for (int sweep = 0; sweep < kSweeps; ++sweep) sift_.sweep();
       sift_all(kTolerance);
