@@ -27,6 +27,21 @@ TEST(Counting, InversionsEqualComparisonOfAllPairs) {
   }
 }
 
+// About as many segments as are counted in one word.
+TEST(Counting, CrossingsOfAGapAreInversionsOfItsPorts) {
+  Random random(5);
+  for (std::int32_t count = 60; count < 70; ++count) {
+    TestGraph graph;
+    graph.put_node("upper", 1.0, 1.0, 0, count);
+    graph.put_node("lower", 1.0, 1.0, count, 0)->layer = 1;
+    graph.rebuild_layers();
+    const Numbers ports = random.permutation(count);
+    for (std::int32_t i = 0; i < count; ++i) graph.put_edge({0, 1, i, ports[i]});
+    const std::vector<std::int64_t> sequence(ports.begin(), ports.end());
+    ASSERT_EQ(count_crossings(graph), _count_inversions(sequence, graph.scratch)) << count;
+  }
+}
+
 TEST(AdjacentSwap, HubsOfAnySizeAreWeighedAgainstEachOther) {
   Random random(12);
   for (int round = 0; round < 3000; ++round) {

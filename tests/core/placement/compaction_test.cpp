@@ -144,7 +144,7 @@ TEST(Compaction, AbsurdNumbersLeaveNothingToTheSweeps) {
     if (random.chance(30)) return random.pick({1e17, -1e17});
     return 16.0 * random.below(3) + random.between(-6, 6) * 2.5e-10;
   };
-  EXPECT_EQ(fallbacks(there_and_back, false, 20000, 1), 0);
+  EXPECT_EQ(fallbacks(there_and_back, false, 100000, 1), 0);
 }
 
 // All four alignments of random graphs, their crossings reduced or not.
