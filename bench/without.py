@@ -86,6 +86,12 @@ SHORTCUTS: Final = {
         "constexpr bool kKnowsOffsets = PY_VERSION_HEX < 0x030F0000;",
         "constexpr bool kKnowsOffsets = false;",
     ),
+    "look-ahead": Shortcut(
+        "starting to load the mappings that come next in long lists",
+        "host/payload_reader.cpp",
+        "constexpr std::size_t kLong = 4000;",
+        "constexpr std::size_t kLong = static_cast<std::size_t>(-1);",
+    ),
     "one-word": Shortcut(
         "counting the crossings of up to 64 segments in one word",
         "core/crossings/counting.cpp",

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -52,6 +53,8 @@ class PayloadReader {
   bool is_mapping(PyObject* value) const;
   void check_mapping(PyObject* value) const;
   bool has(PyObject* mapping, PyObject* key) const;
+  void look_ahead(const Ref& items, std::size_t number, std::initializer_list<Key> keys) const;
+  PyObject* find_in_place(PyObject* dict, Key key) const;
   PyObject* get(PyObject* mapping, Key key);
   PyObject* search(PyObject* dict, Key key);
   PyObject* hold(Ref value);
