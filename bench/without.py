@@ -116,6 +116,8 @@ SHORTCUTS: Final = {
 GRAPHS: Final = (("editor", 400), ("editor", 1000), ("loaders", 1000), ("tree", 1000),
                  ("parsed:tree", 1000), ("editor", 10000), ("tree", 10000))
 
+WIDTH: Final = 19  # of a column
+
 # Reads "kind size repetitions" lines, answers with the best time in nanoseconds and a digest.
 WORKER: Final = """
 import functools, hashlib, json, sys, time
@@ -201,7 +203,7 @@ def instructions(package: Path, kind: str, size: int) -> float:
 def count(name: str, known: dict[tuple[str, int], float]) -> str:
     """A row for one shortcut: how many more instructions layouts take without it."""
     without = build_without(name)
-    cells = [f"{instructions(without, *graph) / known[graph] - 1:>+14.1%}" for graph in GRAPHS]
+    cells = [f"{instructions(without, *graph) / known[graph] - 1:>+{WIDTH}.1%}" for graph in GRAPHS]
     return f"{name:<14}" + "".join(cells)
 
 
@@ -215,7 +217,7 @@ def compare(name: str, rounds: int) -> str:
         if len({digest for pair in pairs for _, digest in pair}) != 1:
             raise SystemExit(f"{name}: another result for {kind} {size}")
         ratio = min(after for _, (after, _) in pairs) / min(before for (before, _), _ in pairs)
-        cells.append(f"{ratio - 1:>+14.0%}")
+        cells.append(f"{ratio - 1:>+{WIDTH}.0%}")
     return f"{name:<14}" + "".join(cells)
 
 
@@ -234,7 +236,7 @@ def main() -> None:
         edited(shortcut)
     if arguments.check:
         return
-    print(f"{'without':<14}" + "".join(f"{f'{kind} {size:,}':>14}" for kind, size in GRAPHS))
+    print(f"{'without':<14}" + "".join(f"{f'{kind} {size:,}':>{WIDTH}}" for kind, size in GRAPHS))
     known = {graph: instructions(ROOT / "build" / "release" / "python", *graph)
              for graph in GRAPHS if arguments.instructions}
     for name in arguments.names or SHORTCUTS:
