@@ -82,13 +82,13 @@ SHORTCUTS: Final = {
     ),
     "key-places": Shortcut(
         "looking for a key first where the first dictionary had it",
-        "host/payload_reader.cpp",
-        "constexpr bool kKnowsOffsets = PY_VERSION_HEX < 0x030F0000;",
-        "constexpr bool kKnowsOffsets = false;",
+        "host/key_places.cpp",
+        "constexpr bool kKnowsDicts = true;",
+        "constexpr bool kKnowsDicts = PY_VERSION_HEX == 0;",
     ),
     "look-ahead": Shortcut(
         "starting to load the mappings that come next in long lists",
-        "host/payload_reader.cpp",
+        "host/key_places.cpp",
         "constexpr std::size_t kLong = 4000;",
         "constexpr std::size_t kLong = static_cast<std::size_t>(-1);",
     ),

@@ -5,8 +5,6 @@
 #include <optional>
 #include <utility>
 
-#include "host/prefetch.hpp"
-
 namespace quillan::host {
 
 using vorn_layered::Arena;
@@ -22,21 +20,6 @@ namespace {
 
 std::size_t size_of(const Ref& tuple) {
   return static_cast<std::size_t>(PyTuple_GET_SIZE(tuple.get()));
-}
-
-// Whether PyDict_Next() is known to take an offset that it gave for another dictionary: it holds it
-// against the number of entries, as it must for one that has lost some.
-constexpr bool kKnowsOffsets = PY_VERSION_HEX < 0x030F0000;
-
-// Starts to load the table of a dict with some ten keys.
-void prefetch_table([[maybe_unused]] PyObject* dict) {
-#if PY_VERSION_HEX < 0x030F0000
-  constexpr std::size_t kLines = 4;
-  constexpr std::size_t kLine = 64;
-  const char* const table =
-      reinterpret_cast<const char*>(reinterpret_cast<PyDictObject*>(dict)->ma_keys);
-  for (std::size_t line = 0; line < kLines; ++line) prefetch(table + line * kLine);
-#endif
 }
 
 // Whether there is a value, and one that is true.
@@ -118,6 +101,7 @@ struct End {
 PayloadReader::PayloadReader(const State& state, PyObject* nodes, PyObject* edges, Arena& arena)
     : state_(state),
       texts_(arena),
+      key_places_(state),
       nodes_(items_of(state, "nodes", nodes)),
       edges_(items_of(state, "edges", edges)),
       payload_(size_of(nodes_), size_of(edges_)),
@@ -127,7 +111,7 @@ PayloadReader::PayloadReader(const State& state, PyObject* nodes, PyObject* edge
     place_.given = nodes;
     for (std::size_t i = 0; i < size_of(nodes_); ++i) {
       enter_item(i);
-      look_ahead(nodes_, i, {Key::ID});
+      key_places_.look_ahead(nodes_, i, {Key::ID});
       payload_.add_node(read_id(node(static_cast<std::int32_t>(i))));
     }
     enter_list("edges", edges_);
@@ -135,7 +119,7 @@ PayloadReader::PayloadReader(const State& state, PyObject* nodes, PyObject* edge
     for (std::size_t i = 0; i < size_of(edges_); ++i) {
       PyObject* const mapping = edge(static_cast<std::int32_t>(i));
       enter_item(i);
-      look_ahead(edges_, i, {Key::SOURCE, Key::TARGET});
+      key_places_.look_ahead(edges_, i, {Key::SOURCE, Key::TARGET});
       check_mapping(mapping);
       const End source(get(mapping, Key::SOURCE));
       const End target(get(mapping, Key::TARGET));
@@ -202,37 +186,6 @@ bool PayloadReader::has(PyObject* mapping, PyObject* key) const {
   return false;
 }
 
-// Starts to load what comes next of a list, since it lies all over the memory: a mapping, then its
-// table, then the values of those keys. In lists of ten thousand the reader waits for little else;
-// what short lists are made of is in the caches already.
-void PayloadReader::look_ahead(const Ref& items, std::size_t number,
-                               std::initializer_list<Key> keys) const {
-  constexpr std::size_t kMappings = 16;
-  constexpr std::size_t kTables = 8;
-  constexpr std::size_t kValues = 4;
-  constexpr std::size_t kLong = 4000;
-  const std::size_t size = size_of(items);
-  if (!kKnowsOffsets || size < kLong || number + kMappings >= size) return;
-  const auto ahead = [&](std::size_t by) {
-    return PyTuple_GET_ITEM(items.get(), static_cast<Py_ssize_t>(number + by));
-  };
-  prefetch(ahead(kMappings));
-  if (PyObject* const dict = ahead(kTables); PyDict_CheckExact(dict)) prefetch_table(dict);
-  PyObject* const dict = ahead(kValues);
-  if (!PyDict_CheckExact(dict)) return;
-  for (const Key key : keys) prefetch(find_in_place(dict, key));
-}
-
-// What a dict has under a key, borrowed, if it has it where the first one had it; else null.
-PyObject* PayloadReader::find_in_place(PyObject* dict, Key key) const {
-  const KeyPlace& place = key_places_[static_cast<std::size_t>(key)];
-  PyObject* found = nullptr;
-  PyObject* value = nullptr;
-  Py_ssize_t next = place.offset;
-  if (!kKnowsOffsets || PyDict_Next(dict, &next, &found, &value) == 0) return nullptr;
-  return found == place.key.get() ? value : nullptr;
-}
-
 // The value of a key, or null where the mapping does not have it. The value lives until the next
 // item; a plain one, which nothing needs to own while it is read, only until code of the caller's
 // runs.
@@ -243,28 +196,8 @@ PyObject* PayloadReader::get(PyObject* mapping, Key key) {
     if (!has(mapping, name)) return nullptr;
     return hold(check(PyObject_GetItem(mapping, name)));
   }
-  PyObject* value = find_in_place(mapping, key);
-  if (value == nullptr) value = search(mapping, key);
+  PyObject* const value = key_places_.get(mapping, key);
   return value == nullptr || is_plain(value) ? value : hold(Ref::borrow(value));
-}
-
-// The same in a dict that does not have the key where the first one had it. Borrowed.
-PyObject* PayloadReader::search(PyObject* dict, Key key) {
-  PyObject* const name = state_.key(key);
-  PyObject* const value = PyDict_GetItemWithError(dict, name);
-  if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError();
-  KeyPlace& place = key_places_[static_cast<std::size_t>(key)];
-  if (value == nullptr || place.key) return value;
-  PyObject* found = nullptr;
-  PyObject* held = nullptr;
-  Py_ssize_t offset = 0;
-  for (Py_ssize_t next = 0; PyDict_Next(dict, &next, &found, &held) != 0; offset = next) {
-    if (held != value || !PyUnicode_CheckExact(found)) continue;
-    if (PyUnicode_Compare(found, name) != 0) continue;
-    place = {Ref::borrow(found), offset};
-    break;
-  }
-  return value;
 }
 
 PyObject* PayloadReader::hold(Ref value) {
@@ -287,12 +220,12 @@ void PayloadReader::read(const Component& component, Direction direction) {
   noting([&] {
     enter_list("nodes", nodes_);
     for (const std::int32_t number : component.nodes) {
-      look_ahead(nodes_, static_cast<std::size_t>(number), {Key::WIDTH, Key::HEIGHT});
+      key_places_.look_ahead(nodes_, static_cast<std::size_t>(number), {Key::WIDTH, Key::HEIGHT});
       read_node(number, direction);
     }
     enter_list("edges", edges_);
     for (const std::int32_t number : component.edges) {
-      look_ahead(edges_, static_cast<std::size_t>(number), {Key::ID});
+      key_places_.look_ahead(edges_, static_cast<std::size_t>(number), {Key::ID});
       read_edge(number);
     }
   });

@@ -13,13 +13,12 @@
 #ifndef QUILLAN_HOST_PAYLOAD_READER_HPP_
 #define QUILLAN_HOST_PAYLOAD_READER_HPP_
 
-#include <array>
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 #include <vector>
 
 #include "core/exchange/payload.hpp"
+#include "host/key_places.hpp"
 #include "host/notes.hpp"
 #include "host/state.hpp"
 #include "host/texts.hpp"
@@ -53,10 +52,7 @@ class PayloadReader {
   bool is_mapping(PyObject* value) const;
   void check_mapping(PyObject* value) const;
   bool has(PyObject* mapping, PyObject* key) const;
-  void look_ahead(const Ref& items, std::size_t number, std::initializer_list<Key> keys) const;
-  PyObject* find_in_place(PyObject* dict, Key key) const;
   PyObject* get(PyObject* mapping, Key key);
-  PyObject* search(PyObject* dict, Key key);
   PyObject* hold(Ref value);
 
   const vorn_layered::TextSource* read_id(PyObject* mapping);
@@ -75,17 +71,9 @@ class PayloadReader {
     bool output = false;
   };
 
-  // Where a key was first found. Dictionaries made alike have it in the same place, and to look
-  // there first is cheaper than to search, above all for a key that is not the module's own string
-  // object, as a parser makes them.
-  struct KeyPlace {
-    Ref key;                // the object that the dictionary held; null before the first find
-    Py_ssize_t offset = 0;  // what PyDict_Next() found it at
-  };
-
   const State& state_;
   TextKeeper texts_;
-  std::array<KeyPlace, static_cast<std::size_t>(Key::COUNT)> key_places_;
+  KeyPlaces key_places_;
   std::vector<Ref> held_;  // values of the item that is being read
   // Tuples, since the caller's own code may run while they are read. It can come by any list
   // through the collector, even by one made for the purpose, and empty it.
