@@ -1,5 +1,7 @@
 #include "core/analysis.hpp"
 
+#include <optional>
+
 namespace quillan::vorn_layered {
 
 namespace {
@@ -51,12 +53,13 @@ std::span<const std::int32_t> _topological_order(LGraph& graph, const Adjacency&
 }
 
 bool _has_usable_positions(const LGraph& graph) {
-  const LNode* first = nullptr;
+  std::optional<Point> first;
   for (const LNode* node : graph.nodes) {
     if (!node->has_origin_x || !node->has_origin_y) continue;
-    if (first == nullptr) {
-      first = node;
-    } else if (node->origin_x != first->origin_x || node->origin_y != first->origin_y) {
+    const Point origin{origin_x(graph, *node), origin_y(graph, *node)};
+    if (!first) {
+      first = origin;
+    } else if (origin.x != first->x || origin.y != first->y) {
       return true;
     }
   }

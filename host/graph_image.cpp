@@ -4,6 +4,7 @@
 
 namespace quillan::host {
 
+using vorn_layered::GivenNode;
 using vorn_layered::LEdge;
 using vorn_layered::LNode;
 using vorn_layered::LPort;
@@ -58,7 +59,7 @@ void GraphImage::read_parts() {
 void GraphImage::read_nodes() {
   for (Ref& item : Fields(state_, record_.get()).items(Field::kNodes)) {
     require_record(item.get(), state_.lnode, "LGraph.nodes");
-    LNode* const node = graph.add_node(Text(), 0.0, 0.0);
+    GivenNode* const node = graph.add_node(Text(), 0.0, 0.0);
     if (!node_indexes_.emplace(item.get(), nodes_.size()).second) {
       Fields(state_, item.get()).fail(PyExc_ValueError, "appears twice in LGraph.nodes");
     }
@@ -70,13 +71,13 @@ void GraphImage::read_nodes() {
   inside_ = nodes_.size();
 }
 
-void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
+void GraphImage::read_node(PyObject* record, GivenNode& node, bool inside) {
   const Fields fields(state_, record);
   if ((use_.reads & NODE_IDS) != 0) node.id = Text(texts_.keep(fields.text(Field::kId)));
   // The layering reads of an end outside the graph only what it needs to split an edge.
   const bool laid_out = inside || (use_.writes & LAYER_NUMBERS) == 0;
-  if ((use_.reads & WIDTHS) != 0 && laid_out) node.width = fields.real(Field::kWidth);
-  if ((use_.reads & HEIGHTS) != 0) node.height = fields.real(Field::kHeight);
+  if ((use_.reads & WIDTHS) != 0 && laid_out) node.box_width = fields.real(Field::kWidth);
+  if ((use_.reads & HEIGHTS) != 0) node.box_height = fields.real(Field::kHeight);
   if ((use_.reads & KINDS) != 0) {
     const bool real = is_text(fields.get(Field::kKind).get(), "NORMAL");
     node.kind = real ? NodeKind::NORMAL : NodeKind::LONG_EDGE;
@@ -107,7 +108,7 @@ void GraphImage::read_node(PyObject* record, LNode& node, bool inside) {
 std::size_t GraphImage::node_index(PyObject* record) {
   const auto [found, added] = node_indexes_.emplace(record, nodes_.size());
   if (!added) return found;
-  LNode* const node = graph.arena.make<LNode>();
+  GivenNode* const node = graph.arena.make<GivenNode>();
   nodes_.push_back({node, Ref::borrow(record), false, 0.0, 0.0});
   const std::size_t index = nodes_.size() - 1;
   read_node(record, *node, false);
@@ -160,7 +161,7 @@ LEdge* GraphImage::read_edge(PyObject* record, const char* where, bool ends) {
   const auto [found, added] = edge_indexes_.emplace(record, edges_.size());
   if (!added) return edges_[found].edge;
   LEdge* const edge = graph.make_segment(Text(), nullptr, nullptr, -1);
-  edge->bend_points = {&unwritten_, 0};
+  edge->bends = &unwritten_;
   edges_.push_back({edge, Ref::borrow(record)});
   const Fields fields(state_, record);
   if (ends) {
@@ -177,9 +178,9 @@ LEdge* GraphImage::read_edge(PyObject* record, const char* where, bool ends) {
 void GraphImage::read_bend_points(PyObject* record, LEdge& edge) {
   const Fields fields(state_, record);
   const std::vector<Ref> items = fields.items(Field::kBendPoints);
-  edge.bend_points = graph.arena.array<Point>(items.size(), Point{});
+  const std::span<Point> bends = graph.add_bends(edge, items.size());
   for (std::size_t i = 0; i < items.size(); ++i) {
-    edge.bend_points[i] = read_point(fields, items[i].get());
+    bends[i] = read_point(fields, items[i].get());
   }
 }
 

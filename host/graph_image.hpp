@@ -64,7 +64,7 @@ class GraphImage {
   void read_parts();
   void read_nodes();
   std::size_t node_index(PyObject* record);
-  void read_node(PyObject* record, vorn_layered::LNode& node, bool inside);
+  void read_node(PyObject* record, vorn_layered::GivenNode& node, bool inside);
   std::int32_t position_of(const vorn_layered::Text& id);
   vorn_layered::LPort* read_port(const Fields& edge, Field field);
   void read_edges();
@@ -84,9 +84,8 @@ class GraphImage {
 
   friend class RecordWriter;
 
-  // Where the bend points of an edge are until a phase writes them: no points, yet not the empty
-  // span that stands for a straight edge.
-  vorn_layered::Point unwritten_;
+  // What the bends of an edge are until a phase writes them.
+  const std::span<vorn_layered::Point> unwritten_;
 
   const State& state_;
   Ref record_;

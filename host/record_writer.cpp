@@ -19,14 +19,13 @@ using vorn_layered::NodeRow;
 using vorn_layered::Payload;
 using vorn_layered::Point;
 using vorn_layered::PortSide;
+using vorn_layered::SegmentEnd;
 using vorn_layered::Text;
 using vorn_layered::TextForm;
 
 namespace {
 
-Ref optional_real(bool present, double value) {
-  return present ? real_object(value) : Ref::borrow(Py_None);
-}
+Ref none() { return Ref::borrow(Py_None); }
 
 Ref truth_object(bool value) { return Ref::borrow(value ? Py_True : Py_False); }
 
@@ -36,8 +35,8 @@ bool same_bits(double a, double b) {
 
 Ref bend_point_list(const LEdge& edge) {
   std::vector<Ref> points;
-  points.reserve(edge.bend_points.size());
-  for (const Point point : edge.bend_points) points.push_back(point_object(point.x, point.y));
+  points.reserve(edge.bend_points().size());
+  for (const Point point : edge.bend_points()) points.push_back(point_object(point.x, point.y));
   return list_of(std::move(points));
 }
 
@@ -55,7 +54,8 @@ class RecordWriter {
   // Takes over the records of an image.
   void know(const GraphImage& image) {
     for (const GraphImage::Node& each : image.nodes_) nodes_[each.node] = each.record.copy();
-    for (const GraphImage::Port& each : image.ports_) ports_[each.port] = each.record.copy();
+    for (const GraphImage::Port& each : image.ports_)
+      ports_[SegmentEnd(each.port).identity()] = each.record.copy();
     for (const GraphImage::Edge& each : image.edges_) edges_[each.edge] = each.record.copy();
   }
 
@@ -64,11 +64,11 @@ class RecordWriter {
     if (!added) return found->second.get();
     const bool real = !node->is_dummy();
     found->second = check(PyObject_CallFunction(
-        state_.lnode, "OddOOOiidd", text_object(node->id).get(), node->width, node->height,
+        state_.lnode, "OddOOOiidd", text_object(node->id).get(), node->width(), node->height(),
         member(state_.node_kind, real ? "NORMAL" : "LONG_EDGE").get(),
-        optional_real(node->has_origin_x, node->origin_x).get(),
-        optional_real(node->has_origin_y, node->origin_y).get(), node->layer, node->order, node->x,
-        node->y));
+        (node->has_origin_x ? real_object(origin_x(graph_, *node)) : none()).get(),
+        (node->has_origin_y ? real_object(origin_y(graph_, *node)) : none()).get(), node->layer,
+        node->order, node->x, node->y));
     return found->second.get();
   }
 
@@ -76,7 +76,7 @@ class RecordWriter {
   void add_ports(LNode* node, const Payload& payload, const NodeRow& row) {
     const NodePorts ports = graph_.ports_of(*node);
     for (const std::span<LPort> side : {ports.in, ports.out}) {
-      for (LPort& port : side) make_port(&port, port_id(payload, row, port));
+      for (LPort& port : side) make_port(SegmentEnd(&port), port_id(payload, row, port));
     }
   }
 
@@ -93,10 +93,12 @@ class RecordWriter {
   }
 
   // One that is not known yet is that of a new dummy.
-  PyObject* port(LPort* port) {
-    if (const auto found = ports_.find(port); found != ports_.end()) return found->second.get();
-    const bool in = port->side == PortSide::WEST;
-    return make_port(port, port->node->id.as(in ? TextForm::kDummyIn : TextForm::kDummyOut));
+  PyObject* port(SegmentEnd end) {
+    if (const auto found = ports_.find(end.identity()); found != ports_.end()) {
+      return found->second.get();
+    }
+    const bool in = end.side() == PortSide::WEST;
+    return make_port(end, end.node()->id.as(in ? TextForm::kDummyIn : TextForm::kDummyOut));
   }
 
   template <typename Items, typename Make>
@@ -132,19 +134,19 @@ class RecordWriter {
   }
 
   // Makes a port and appends it to its node's list.
-  PyObject* make_port(LPort* port, const Text& id) {
-    const bool in = port->side == PortSide::WEST;
-    PyObject* const owner = node(port->node);
+  PyObject* make_port(SegmentEnd end, const Text& id) {
+    const bool in = end.side() == PortSide::WEST;
+    PyObject* const owner = node(end.node());
     Ref record = check(PyObject_CallFunction(state_.lport, "OOOid", text_object(id).get(), owner,
                                              member(state_.port_side, in ? "WEST" : "EAST").get(),
-                                             port->index, port->offset));
+                                             end.index(), end.offset()));
     const Field field = in ? Field::kInPorts : Field::kOutPorts;
     const Ref list = check(PyObject_GetAttr(owner, state_.field(field)));
     if (!PyList_Check(list.get())) {
       Fields(state_, owner).wrong_type(field, "a list", list.get());
     }
     check(PyList_Append(list.get(), record.get()));
-    return (ports_[port] = std::move(record)).get();
+    return (ports_[end.identity()] = std::move(record)).get();
   }
 
   const State& state_;
@@ -152,7 +154,7 @@ class RecordWriter {
   // Records refer to one another, so that the collector would walk all of them again and again.
   const CollectorPause pause_;
   std::unordered_map<LNode*, Ref> nodes_;
-  std::unordered_map<LPort*, Ref> ports_;
+  std::unordered_map<const void*, Ref> ports_;  // by SegmentEnd::identity()
   std::unordered_map<LEdge*, Ref> edges_;
 };
 
@@ -254,7 +256,7 @@ void GraphImage::write_nodes() {
 
 void GraphImage::write_bend_points() {
   for (const Edge& entry : edges_) {
-    if (entry.edge->bend_points.data() == &unwritten_) continue;
+    if (entry.edge->bends == &unwritten_) continue;
     set(state_, entry.record.get(), Field::kBendPoints, bend_point_list(*entry.edge));
   }
 }

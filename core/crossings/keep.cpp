@@ -126,15 +126,14 @@ class Keeper {
       if (node->is_dummy()) {
         dummies_.push_back({node, place, seen_.end(*node)});
       } else {
-        nodes_.push_back({node, place, place + node->height / 2.0});
+        nodes_.push_back({node, place, place + node->height() / 2.0});
       }
     }
-    const Direction direction = graph_.options.direction;
-    std::sort(nodes_.begin(), nodes_.end(), [direction](const Member& a, const Member& b) {
+    std::sort(nodes_.begin(), nodes_.end(), [this](const Member& a, const Member& b) {
       if (const int order = compare_reals(a.second, b.second)) return order < 0;
       if (const int order = compare_reals(a.place, b.place)) return order < 0;
-      const double a_x = seen_along_flow(*a.node, direction);
-      const double b_x = seen_along_flow(*b.node, direction);
+      const double a_x = seen_along_flow(graph_, *a.node);
+      const double b_x = seen_along_flow(graph_, *b.node);
       if (const int order = compare_reals(a_x, b_x)) return order < 0;
       return compare(a.node->id, b.node->id) < 0;
     });
@@ -156,7 +155,7 @@ class Keeper {
     const std::span<Room> rooms = std::span<Room>(rooms_).subspan(first);
     // Nodes may overlap: a room begins where all nodes in front of it have ended.
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
-      rooms[i + 1].low = larger(rooms[i].low, nodes_[i].place + nodes_[i].node->height + beside);
+      rooms[i + 1].low = larger(rooms[i].low, nodes_[i].place + nodes_[i].node->height() + beside);
     }
     for (std::size_t i = nodes_.size(); i-- > 0;) {
       rooms[i].high = smaller(rooms[i + 1].high, nodes_[i].place - beside);

@@ -55,14 +55,14 @@ void LayerOrders::collect() {
   const std::span<std::int32_t> edges = scratch.raw_array<std::int32_t>(most);
   const Grouped above = group_by(ends.targets, lower_starts, edges);
   for (std::size_t i = 0; i < above.items.size(); ++i) {
-    upper_ends[i] = {ends.sources[edges[i]], graph_.edges[edges[i]]->source->index};
+    upper_ends[i] = {ends.sources[edges[i]], graph_.edges[edges[i]]->source.index()};
   }
   upper_ends_ = {lower_starts, upper_ends.first(above.items.size())};
 
   const Grouped below = group_by(ends.sources, upper_starts, scratch.raw_array<std::int32_t>(most));
   for (std::size_t i = 0; i < below.items.size(); ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
-    segments[i] = {edge.source->index, ends.targets[below.items[i]], edge.target->index, 0};
+    segments[i] = {edge.source.index(), ends.targets[below.items[i]], edge.target.index(), 0};
   }
   segments_ = {upper_starts, segments.first(below.items.size())};
   number_target_ports(above, below, port_starts);

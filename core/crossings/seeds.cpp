@@ -57,22 +57,28 @@ void _seed_dfs(LayerOrders& orders) {
 }
 
 void _seed_interactive(LayerOrders& orders) {
-  const std::span<const std::int32_t> rank = orders.id_ranks();
-  const Direction direction = orders.graph().options.direction;
-  const auto before = [&](std::int32_t left, std::int32_t right) {
-    const LNode& a = *orders.node(left);
-    const LNode& b = *orders.node(right);
-    if (const int order = compare_reals(seen_across_flow(a), seen_across_flow(b))) return order < 0;
-    const double a_x = seen_along_flow(a, direction);
-    const double b_x = seen_along_flow(b, direction);
-    if (const int order = compare_reals(a_x, b_x)) return order < 0;
-    return rank[left] < rank[right];
+  struct Seen {
+    std::int32_t slot;
+    double across;
+    double along;
   };
+  const LGraph& graph = orders.graph();
+  const std::span<const std::int32_t> rank = orders.id_ranks();
+  std::vector<Seen> seen;
   std::vector<std::int32_t> ordered;
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
-    const std::span<const std::int32_t> current = orders.order(layer);
-    ordered.assign(current.begin(), current.end());
-    std::sort(ordered.begin(), ordered.end(), before);
+    seen.clear();
+    for (const std::int32_t slot : orders.order(layer)) {
+      const LNode& node = *orders.node(slot);
+      seen.push_back({slot, seen_across_flow(graph, node), seen_along_flow(graph, node)});
+    }
+    std::sort(seen.begin(), seen.end(), [rank](const Seen& a, const Seen& b) {
+      if (const int order = compare_reals(a.across, b.across)) return order < 0;
+      if (const int order = compare_reals(a.along, b.along)) return order < 0;
+      return rank[a.slot] < rank[b.slot];
+    });
+    ordered.clear();
+    for (const Seen& one : seen) ordered.push_back(one.slot);
     orders.set_order(layer, ordered, orders.new_stamp());
   }
 }

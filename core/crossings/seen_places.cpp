@@ -16,26 +16,26 @@ constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
 }  // namespace
 
 SeenPlaces::SeenPlaces(LGraph& graph)
-    : place_(graph.nodes.size(), kNowhere), end_(graph.nodes.size(), kNowhere) {
+    : graph_(graph), place_(graph.nodes.size(), kNowhere), end_(graph.nodes.size(), kNowhere) {
   for (const LNode* node : graph.nodes) {
-    if (node->has_origin_y) place_[node->position] = seen_across_flow(*node);
+    if (node->has_origin_y) place_[node->position] = seen_across_flow(graph, *node);
   }
-  follow_wires(graph);
-  place_the_unplaced(graph);
+  follow_wires();
+  place_the_unplaced();
   place_dummies();
 }
 
-void SeenPlaces::follow_wires(const LGraph& graph) {
+void SeenPlaces::follow_wires() {
   // By dummy: a segment that leaves it and was not followed yet.
-  std::vector<const LEdge*> leaving(graph.nodes.size(), nullptr);
-  for (const LEdge* edge : graph.edges) {
+  std::vector<const LEdge*> leaving(graph_.nodes.size(), nullptr);
+  for (const LEdge* edge : graph_.edges) {
     if (edge->source_node()->is_dummy()) leaving[edge->source_node()->position] = edge;
   }
-  for (const LEdge* edge : graph.edges) {
+  for (const LEdge* edge : graph_.edges) {
     if (edge->source_node()->is_dummy()) continue;
     Wire wire{edge->source, edge->target, static_cast<std::int32_t>(dummies_.size()), 0};
-    while (wire.target != nullptr && wire.target->node->is_dummy()) {
-      const LNode* dummy = wire.target->node;
+    while (wire.target != nullptr && wire.target.node()->is_dummy()) {
+      const LNode* dummy = wire.target.node();
       const LEdge* next = std::exchange(leaving[dummy->position], nullptr);
       dummies_.push_back(dummy);
       ++wire.count;
@@ -46,32 +46,32 @@ void SeenPlaces::follow_wires(const LGraph& graph) {
 }
 
 // Breadth first from the nodes that have a place.
-void SeenPlaces::place_the_unplaced(LGraph& graph) {
-  const Arena::Frame frame(graph.scratch);
+void SeenPlaces::place_the_unplaced() {
+  const Arena::Frame frame(graph_.scratch);
   const std::span<std::int32_t> node_of_end =
-      graph.scratch.array<std::int32_t>(2 * wires_.size(), -1);
+      graph_.scratch.array<std::int32_t>(2 * wires_.size(), -1);
   for (std::size_t i = 0; i < wires_.size(); ++i) {
     if (wires_[i].target == nullptr) continue;
-    node_of_end[2 * i] = wires_[i].source->node->position;
-    node_of_end[2 * i + 1] = wires_[i].target->node->position;
+    node_of_end[2 * i] = wires_[i].source.node()->position;
+    node_of_end[2 * i + 1] = wires_[i].target.node()->position;
   }
   const Grouped ends_of =
-      group_by(node_of_end, static_cast<std::int32_t>(graph.nodes.size()), graph.scratch);
-  const auto port_of = [this](std::int32_t end) -> const LPort& {
-    return end % 2 == 0 ? *wires_[end / 2].source : *wires_[end / 2].target;
+      group_by(node_of_end, static_cast<std::int32_t>(graph_.nodes.size()), graph_.scratch);
+  const auto end_at = [this](std::int32_t end) {
+    return end % 2 == 0 ? wires_[end / 2].source : wires_[end / 2].target;
   };
   std::vector<std::int32_t> queue;
-  for (const LNode* node : graph.nodes) {
+  for (const LNode* node : graph_.nodes) {
     if (!node->is_dummy() && !std::isnan(place_[node->position])) queue.push_back(node->position);
   }
   for (std::size_t next = 0; next < queue.size(); ++next) {
     for (const std::int32_t end : ends_of[queue[next]]) {
-      const std::int32_t reached = port_of(end ^ 1).node->position;
+      const std::int32_t reached = end_at(end ^ 1).node()->position;
       if (!std::isnan(place_[reached])) continue;
       double sum = 0.0;
       double count = 0.0;
       for (const std::int32_t own : ends_of[reached]) {
-        const double straight = place(port_of(own ^ 1)) - port_of(own).offset;
+        const double straight = place(end_at(own ^ 1)) - end_at(own).offset();
         if (std::isnan(straight)) continue;
         sum += straight;
         count += 1.0;
@@ -85,8 +85,8 @@ void SeenPlaces::place_the_unplaced(LGraph& graph) {
 
 void SeenPlaces::place_dummies() {
   for (const Wire& wire : wires_) {
-    const double start = place(*wire.source);
-    const double end = wire.target != nullptr ? place(*wire.target) : start;
+    const double start = place(wire.source);
+    const double end = wire.target != nullptr ? place(wire.target) : start;
     for (std::int32_t i = 0; i < wire.count; ++i) {
       const std::int32_t dummy = dummies_[wire.first + i]->position;
       const double share = static_cast<double>(i + 1) / static_cast<double>(wire.count + 1);

@@ -23,27 +23,28 @@ class SeenPlaces {
 
   // Not a number for a node without a place that no wire joins to one that has one.
   [[nodiscard]] double place(const LNode& node) const {
-    return node.position < 0 ? seen_across_flow(node) : place_[node.position];
+    return node.position < 0 ? seen_across_flow(graph_, node) : place_[node.position];
   }
   // Where the wire of a dummy ends.
   [[nodiscard]] double end(const LNode& dummy) const {
-    return dummy.position < 0 ? seen_across_flow(dummy) : end_[dummy.position];
+    return dummy.position < 0 ? seen_across_flow(graph_, dummy) : end_[dummy.position];
   }
 
  private:
   // A caller's edge, or what is left of one in a graph made by hand.
   struct Wire {
-    const LPort* source;
-    const LPort* target;  // null where the wire ends in a dummy
-    std::int32_t first;   // in `dummies_`, of its dummies along the flow
+    SegmentEnd source;
+    SegmentEnd target;   // null where the wire ends in a dummy
+    std::int32_t first;  // in `dummies_`, of its dummies along the flow
     std::int32_t count;
   };
 
-  [[nodiscard]] double place(const LPort& port) const { return place(*port.node) + port.offset; }
-  void follow_wires(const LGraph& graph);
-  void place_the_unplaced(LGraph& graph);
+  [[nodiscard]] double place(SegmentEnd end) const { return place(*end.node()) + end.offset(); }
+  void follow_wires();
+  void place_the_unplaced();
   void place_dummies();
 
+  LGraph& graph_;
   std::vector<double> place_;  // by node position
   std::vector<double> end_;
   std::vector<Wire> wires_;

@@ -18,7 +18,7 @@ void add_node(const Payload& payload, const NodeRow& row, LGraph& graph) {
     std::swap(width, height);
     std::swap(x, y);
   }
-  LNode* node = graph.add_node(Text(row.id), width, height);
+  GivenNode* node = graph.add_node(Text(row.id), width, height);
   node->origin_x = x.value_or(0.0);
   node->origin_y = y.value_or(0.0);
   node->has_origin_x = x.has_value();
@@ -54,12 +54,12 @@ void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide 
   if (spec.count <= 0) return;
   check_port_count(spec.count, graph.port_count);
   graph.port_count += spec.count;
-  const double step = node.height / static_cast<double>(spec.count + 1);
+  const double step = node.height() / static_cast<double>(spec.count + 1);
   for (LPort& port : graph.add_ports(node, side, spec.count)) {
     port.offset = step * static_cast<double>(port.index + 1);
     if (!spec.listed) continue;
     const PortRow& row = ports[spec.first + static_cast<std::size_t>(port.index)];
-    port.offset = row.offset.value_or(node.height * 0.5);
+    port.offset = row.offset.value_or(node.height() * 0.5);
   }
 }
 
@@ -71,7 +71,7 @@ LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side)
     return &pool[inside ? static_cast<std::size_t>(index) : 0];
   }
   LPort& port = graph.add_ports(node, side, 1)[0];
-  port.offset = node.height / 2.0;
+  port.offset = node.height() / 2.0;
   return &port;
 }
 

@@ -9,8 +9,8 @@ namespace quillan::vorn_layered {
 Extent graph_extent(const LGraph& graph) {
   Extent extent;
   for (const LNode* node : graph.nodes) {
-    extent.flow = larger(extent.flow, node->x + node->width);
-    extent.cross = larger(extent.cross, node->y + node->height);
+    extent.flow = larger(extent.flow, node->x + node->width());
+    extent.cross = larger(extent.cross, node->y + node->height());
   }
   return extent;
 }
@@ -22,9 +22,9 @@ Point _denormalise_point(Point point, Direction direction, double flow_extent) {
 
 Box _caller_box(const LNode& node, Direction direction, double flow_extent) {
   // Mirroring the corner alone would give the box's far corner.
-  const double x = is_reversed(direction) ? flow_extent - (node.x + node.width) : node.x;
-  return is_transposed(direction) ? Box{node.y, x, node.height, node.width}
-                                  : Box{x, node.y, node.width, node.height};
+  const double x = is_reversed(direction) ? flow_extent - (node.x + node.width()) : node.x;
+  return is_transposed(direction) ? Box{node.y, x, node.height(), node.width()}
+                                  : Box{x, node.y, node.width(), node.height()};
 }
 
 bool _close(Point a, Point b, double tol) {
@@ -37,9 +37,9 @@ void _chain_points(std::span<LEdge* const> chain, std::vector<Point>& points) {
     if (points.size() == first || !_close(points.back(), point)) points.push_back(point);
   };
   for (const LEdge* segment : chain) {
-    add({segment->source->x(), segment->source->y()});
-    for (const Point bend : segment->bend_points) add(bend);
-    add({segment->target->x(), segment->target->y()});
+    add({segment->source.x(), segment->source.y()});
+    for (const Point bend : segment->bend_points()) add(bend);
+    add({segment->target.x(), segment->target.y()});
   }
 }
 

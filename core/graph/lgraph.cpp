@@ -7,6 +7,20 @@
 
 namespace quillan::vorn_layered {
 
+namespace {
+
+double origin(const LGraph& graph, const LNode& node, double GivenNode::*coordinate) {
+  if (node.is_given()) return node.given().*coordinate;
+  const std::span<LEdge* const> chain = graph.caller_edges[node.caller_edge].chain;
+  const GivenNode& source = chain.front()->source_node()->given();
+  const GivenNode& target = chain.back()->target_node()->given();
+  const double span = static_cast<double>(target.layer - source.layer);
+  const double fraction = static_cast<double>(node.layer - source.layer) / span;
+  return source.*coordinate + (target.*coordinate - source.*coordinate) * fraction;
+}
+
+}  // namespace
+
 void Layers::resize(std::span<const std::int32_t> sizes) {
   starts_.resize(sizes.size() + 1);
   starts_[0] = 0;
@@ -25,12 +39,23 @@ Text LGraph::copy_text(std::string_view bytes) {
   return Text(texts->make<TextSource>(std::string_view(copy.data(), copy.size())));
 }
 
-LNode* LGraph::add_node(const Text& id, double width, double height) {
+GivenNode* LGraph::add_node(const Text& id, double width, double height) {
+  GivenNode* node = arena.make<GivenNode>();
+  node->id = id;
+  node->box_width = width;
+  node->box_height = height;
+  node->position = static_cast<std::int32_t>(nodes.size());
+  nodes.push_back(node);
+  return node;
+}
+
+LNode* LGraph::add_dummy(const Text& id, std::int32_t caller_edge, std::int32_t layer) {
   LNode* node = arena.make<LNode>();
   node->id = id;
-  node->width = width;
-  node->height = height;
+  node->kind = NodeKind::LONG_EDGE;
+  node->layer = layer;
   node->position = static_cast<std::int32_t>(nodes.size());
+  node->caller_edge = caller_edge;
   nodes.push_back(node);
   return node;
 }
@@ -46,12 +71,18 @@ std::span<LPort> LGraph::add_ports(LNode& node, PortSide side, std::int32_t coun
   return made;
 }
 
-LEdge* LGraph::make_segment(const Text& id, LPort* source, LPort* target,
+LEdge* LGraph::make_segment(const Text& id, SegmentEnd source, SegmentEnd target,
                             std::int32_t caller_edge) {
-  return arena.make<LEdge>(id, false, source, target, std::span<Point>(), caller_edge);
+  return arena.make<LEdge>(id, false, source, target, nullptr, caller_edge);
 }
 
-LEdge* LGraph::add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge) {
+std::span<Point> LGraph::add_bends(LEdge& edge, std::size_t count) {
+  edge.bends = arena.make<std::span<Point>>(arena.raw_array<Point>(count));
+  return *edge.bends;
+}
+
+LEdge* LGraph::add_edge(const Text& id, SegmentEnd source, SegmentEnd target,
+                        std::int32_t caller_edge) {
   if (caller_edge < 0) {
     caller_edge = static_cast<std::int32_t>(caller_edges.size());
     caller_edges.push_back({id, {}, false, false, false});
@@ -101,6 +132,14 @@ void LGraph::rebuild_layers() {
       layer[order]->order = static_cast<std::int32_t>(order);
     }
   }
+}
+
+double origin_x(const LGraph& graph, const LNode& node) {
+  return origin(graph, node, &GivenNode::origin_x);
+}
+
+double origin_y(const LGraph& graph, const LNode& node) {
+  return origin(graph, node, &GivenNode::origin_y);
 }
 
 void LGraph::clear() {

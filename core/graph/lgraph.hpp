@@ -23,99 +23,9 @@
 #include "core/base/strict_numbers.hpp"
 #include "core/base/text.hpp"
 #include "core/graph/options.hpp"
-#include "core/graph/vocabulary.hpp"
+#include "core/graph/records.hpp"
 
 namespace quillan::vorn_layered {
-
-// Lets the members behind this one into its last bytes, which it does not use.
-#if defined(_MSC_VER)
-#define QUILLAN_SHARE_PADDING [[msvc::no_unique_address]]
-#else
-#define QUILLAN_SHARE_PADDING [[no_unique_address]]
-#endif
-
-struct LNode;
-
-// A connection point on one side of a node. No phase changes side, index or offset.
-//
-// Nobody but the host asks for the id of a port, so there is none here: see port_id() in
-// core/exchange/build_graph.hpp.
-struct LPort {
-  LNode* node = nullptr;
-  double offset = 0.0;     // along the cross axis from the node's near corner
-  std::int32_t index = 0;  // among the ports of its side, from 0
-  PortSide side = PortSide::WEST;
-
-  [[nodiscard]] double x() const;  // flow-axis position in the graph
-  [[nodiscard]] double y() const;  // cross-axis position in the graph
-};
-
-// A real node, or a dummy that holds the place of a long edge in one layer. A graph may have far
-// more dummies than anything else, so what few nodes need stands elsewhere.
-struct LNode {
-  QUILLAN_SHARE_PADDING Text id;
-  NodeKind kind = NodeKind::NORMAL;
-  bool has_origin_x = false;
-  bool has_origin_y = false;
-  double width = 0.0;
-  double height = 0.0;
-  double origin_x = 0.0;  // the caller's flow-axis position; meaningless unless has_origin_x
-  double origin_y = 0.0;  // the caller's cross-axis position; meaningless unless has_origin_y
-  double x = 0.0;         // near corner
-  double y = 0.0;
-  std::int32_t layer = 0;
-  std::int32_t order = 0;  // position inside its layer
-  // Place in LGraph::nodes of the node with this id. A graph made by hand may have edges and layers
-  // that lead to nodes outside: -1 for those.
-  std::int32_t position = 0;
-
-  [[nodiscard]] bool is_dummy() const { return kind != NodeKind::NORMAL; }
-  [[nodiscard]] double cross_center() const { return y + height / 2.0; }
-};
-
-// Where the user sees the near end of `node` along the flow, growing with the flow in every
-// direction: the caller's numbers fall along a reversed flow, and there the box's far corner comes
-// first. 0.0 stands in for a number that the caller did not give.
-inline double seen_along_flow(const LNode& node, Direction direction) {
-  const double x = node.has_origin_x ? node.origin_x : 0.0;
-  return is_reversed(direction) ? -(x + node.width) : x;
-}
-// The same across the flow, which no direction reverses.
-inline double seen_across_flow(const LNode& node) {
-  return node.has_origin_y ? node.origin_y : 0.0;
-}
-
-inline double LPort::x() const { return side == PortSide::WEST ? node->x : node->x + node->width; }
-inline double LPort::y() const { return node->y + offset; }
-
-// One segment of a connection, in layering direction.
-struct LEdge {
-  QUILLAN_SHARE_PADDING Text id;
-  bool reversed = false;  // set by phase 1 on a segment that it flips
-  LPort* source = nullptr;
-  LPort* target = nullptr;
-  std::span<Point> bend_points;  // between source and target, in that order; set by phase 5
-  std::int32_t caller_edge = 0;  // place of the caller's edge in LGraph::caller_edges
-  std::int32_t position = 0;     // place in LGraph::edges
-
-  [[nodiscard]] LNode* source_node() const { return source->node; }
-  [[nodiscard]] LNode* target_node() const { return target->node; }
-};
-
-// The ports that import made at a node: WEST and EAST, by index.
-struct NodePorts {
-  std::span<LPort> in;
-  std::span<LPort> out;
-};
-
-// A caller's edge: its entry in `chains` and in `reversed_originals`, which share their key.
-struct CallerEdge {
-  Text id;
-  std::span<LEdge*> chain;    // the segments in flow order
-  bool has_chain = false;     // whether `chains` has this key
-  bool has_reversed = false;  // whether `reversed_originals` has this key
-  bool reversed = false;      // its value there
-};
 
 // The integers from one up to another, to loop over. The library's own range of them does not
 // compile with every clang that is supported.
@@ -200,7 +110,9 @@ class LGraph {
   // A plain text whose bytes are copied into `texts`.
   Text copy_text(std::string_view bytes);
 
-  LNode* add_node(const Text& id, double width, double height);
+  GivenNode* add_node(const Text& id, double width, double height);
+  // A dummy for the edge at `caller_edge`, in `layer`.
+  LNode* add_dummy(const Text& id, std::int32_t caller_edge, std::int32_t layer);
   // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
   std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
   // What add_ports() has made at `node`, a node of the graph.
@@ -210,9 +122,13 @@ class LGraph {
   }
   // A caller's edge: appended to `edges`, with a chain of its own under `id`. One that is there
   // already under an equal id must be passed as `caller_edge`; its chain is replaced.
-  LEdge* add_edge(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge = -1);
+  LEdge* add_edge(const Text& id, SegmentEnd source, SegmentEnd target,
+                  std::int32_t caller_edge = -1);
   // A segment that belongs to `caller_edge`; it is not appended to `edges` yet.
-  LEdge* make_segment(const Text& id, LPort* source, LPort* target, std::int32_t caller_edge);
+  LEdge* make_segment(const Text& id, SegmentEnd source, SegmentEnd target,
+                      std::int32_t caller_edge);
+  // Gives `edge` `count` bend points, whose values are indeterminate until written.
+  std::span<Point> add_bends(LEdge& edge, std::size_t count);
   // Replaces `edges` and renumbers the edges in it.
   void set_edges(std::vector<LEdge*> replacement);
 
@@ -230,6 +146,23 @@ class LGraph {
   Arena scratch;          // working arrays; every phase gives back what it took
   Arena* texts = &arena;  // where copy_text() keeps bytes; may outlive the graph
 };
+
+// Where the caller had a node, for one that has_origin_x or has_origin_y. A dummy of phase 2 lies
+// on the straight line between the ends of its edge.
+double origin_x(const LGraph& graph, const LNode& node);
+double origin_y(const LGraph& graph, const LNode& node);
+
+// Where the user sees the near end of `node` along the flow, growing with the flow in every
+// direction: the caller's numbers fall along a reversed flow, and there the box's far corner comes
+// first. 0.0 stands in for a number that the caller did not give.
+inline double seen_along_flow(const LGraph& graph, const LNode& node) {
+  const double x = node.has_origin_x ? origin_x(graph, node) : 0.0;
+  return is_reversed(graph.options.direction) ? -(x + node.width()) : x;
+}
+// The same across the flow, which no direction reverses.
+inline double seen_across_flow(const LGraph& graph, const LNode& node) {
+  return node.has_origin_y ? origin_y(graph, node) : 0.0;
+}
 
 }  // namespace quillan::vorn_layered
 

@@ -28,8 +28,8 @@ class Columns {
         least_end_(graph.scratch.raw_array<double>(graph.nodes.size())) {
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
       LNode* node = graph.nodes[i];
-      const double start = seen_along_flow(*node, graph.options.direction);
-      nodes_[i] = {start, start + node->width, node};
+      const double start = seen_along_flow(graph, *node);
+      nodes_[i] = {start, start + node->width(), node};
     }
     std::stable_sort(nodes_.begin(), nodes_.end(), [](const Interval& a, const Interval& b) {
       if (const int order = compare_reals(a.start, b.start)) return order < 0;

@@ -17,42 +17,28 @@ std::int32_t long_span(const CallerEdge& caller_edge) {
   return span > 1 ? span : 0;
 }
 
-LNode* make_dummy(LGraph& graph, const Text& chain_id, const LEdge& edge, std::int32_t layer) {
+void split(LGraph& graph, std::int32_t number, std::int32_t span, std::vector<LEdge*>& edges) {
+  CallerEdge& caller_edge = graph.caller_edges[number];
+  const LEdge& edge = *caller_edge.chain[0];
   const LNode& source = *edge.source_node();
   const LNode& target = *edge.target_node();
-  const double span = static_cast<double>(target.layer - source.layer);
-  const double fraction = static_cast<double>(layer - source.layer) / span;
-  LNode* dummy = graph.add_node(graph.next_id(chain_id, TextForm::kDummy), 0.0, 0.0);
-  dummy->kind = NodeKind::LONG_EDGE;
-  dummy->layer = layer;
-  dummy->has_origin_x = source.has_origin_x && target.has_origin_x;
-  dummy->has_origin_y = source.has_origin_y && target.has_origin_y;
-  if (dummy->has_origin_x) {
-    dummy->origin_x = source.origin_x + (target.origin_x - source.origin_x) * fraction;
-  }
-  if (dummy->has_origin_y) {
-    dummy->origin_y = source.origin_y + (target.origin_y - source.origin_y) * fraction;
-  }
-  return dummy;
-}
-
-void split(LGraph& graph, CallerEdge& caller_edge, std::int32_t span, std::vector<LEdge*>& edges) {
-  const LEdge& edge = *caller_edge.chain[0];
-  const std::int32_t start = edge.source_node()->layer;
   const std::span<LEdge*> segments = graph.arena.raw_array<LEdge*>(span);
-  LPort* upstream = edge.source;
+  SegmentEnd upstream = edge.source;
   for (std::int32_t step = 1; step <= span; ++step) {
-    LPort* downstream = edge.target;
+    SegmentEnd downstream = edge.target;
     LNode* dummy = nullptr;
     if (step < span) {
-      dummy = make_dummy(graph, caller_edge.id, edge, start + step);
-      downstream = graph.arena.make<LPort>(dummy, 0.0, 0, PortSide::WEST);
+      dummy = graph.add_dummy(graph.next_id(caller_edge.id, TextForm::kDummy), number,
+                              source.layer + step);
+      dummy->has_origin_x = source.has_origin_x && target.has_origin_x;
+      dummy->has_origin_y = source.has_origin_y && target.has_origin_y;
+      downstream = SegmentEnd::into(dummy);
     }
     LEdge* segment = graph.make_segment(graph.next_id(caller_edge.id, TextForm::kSegment), upstream,
                                         downstream, edge.caller_edge);
     segments[step - 1] = segment;
     edges.push_back(segment);
-    if (dummy != nullptr) upstream = graph.arena.make<LPort>(dummy, 0.0, 0, PortSide::EAST);
+    if (dummy != nullptr) upstream = SegmentEnd::out_of(dummy);
   }
   caller_edge.chain = segments;
 }
@@ -123,9 +109,9 @@ void insert_dummy_nodes(LGraph& graph) {
     if (survivors.stays(*edge)) edges.push_back(edge);
   }
   graph.nodes.reserve(graph.nodes.size() + dummies);
-  for (CallerEdge& caller_edge : graph.caller_edges) {
-    const std::int32_t span = long_span(caller_edge);
-    if (span > 0) split(graph, caller_edge, span, edges);
+  for (std::size_t i = 0; i < replaced.size(); ++i) {
+    const std::int32_t span = long_span(graph.caller_edges[i]);
+    if (span > 0) split(graph, static_cast<std::int32_t>(i), span, edges);
   }
   graph.set_edges(std::move(edges));
 }

@@ -26,7 +26,7 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       if (slot == graph.layers.start(layer)) continue;
       const LNode& previous = *slots.nodes[slot - 1];
       opens_layer[slot] = false;
-      separation[slot] = previous.height / 2.0 + node.height / 2.0 +
+      separation[slot] = previous.height() / 2.0 + node.height() / 2.0 +
                          _spacing_between(previous, node, graph.options);
     }
   }
@@ -184,7 +184,7 @@ void _place_brandes_kopf_y(LGraph& graph) {
     std::array<double, 4> coords = {candidates[0][slot], candidates[1][slot], candidates[2][slot],
                                     candidates[3][slot]};
     std::sort(coords.begin(), coords.end());
-    node->y = (coords[1] + coords[2]) / 2.0 - node->height / 2.0;
+    node->y = (coords[1] + coords[2]) / 2.0 - node->height() / 2.0;
   }
 }
 

@@ -43,7 +43,7 @@ void fit_seen(LGraph& graph, std::span<LNode* const> layer, double top) {
   const LNode* previous = nullptr;
   for (LNode* node : layer) {
     if (previous != nullptr) {
-      distance += previous->height + _spacing_between(*previous, *node, graph.options);
+      distance += previous->height() + _spacing_between(*previous, *node, graph.options);
     }
     previous = node;
     if (!is_seen_across_flow(*node)) continue;
@@ -60,7 +60,6 @@ void fit_seen(LGraph& graph, std::span<LNode* const> layer, double top) {
 }
 
 void assign_seen_x(LGraph& graph) {
-  const Direction direction = graph.options.direction;
   const double gap = graph.options.spacing_node_node_between_layers;
   double bound = graph.options.padding_left;
   bool first = true;
@@ -69,16 +68,16 @@ void assign_seen_x(LGraph& graph) {
     if (layer.empty()) continue;
     Column column;
     for (LNode* node : layer) {
-      node->x = seen_along_flow(*node, direction);
-      if (is_seen_along_flow(*node)) column.include(node->x, node->x + node->width);
+      node->x = seen_along_flow(graph, *node);
+      if (is_seen_along_flow(*node)) column.include(node->x, node->x + node->width());
     }
     if (!column.seen) column.include(bound, bound);
     // All others in the middle, as in a column without positions.
     const double middle = column.left + (column.right - column.left) / 2.0;
     for (LNode* node : layer) {
       if (is_seen_along_flow(*node)) continue;
-      node->x = middle - node->width / 2.0;
-      column.include(node->x, node->x + node->width);
+      node->x = middle - node->width() / 2.0;
+      column.include(node->x, node->x + node->width());
     }
     const double push = first ? 0.0 : larger(0.0, bound - column.left);
     for (LNode* node : layer) node->x += push;
@@ -94,7 +93,7 @@ bool place_interactive(LGraph& graph) {
   for (const LNode* node : graph.layers.flat()) {
     if (node->position < 0) throw LookupFault(node->id.str());
   }
-  for (LNode* node : graph.nodes) node->y = seen_across_flow(*node);
+  for (LNode* node : graph.nodes) node->y = seen_across_flow(graph, *node);
   if (!can_straighten(graph)) return false;
   assign_seen_x(graph);
   double top = std::numeric_limits<double>::infinity();

@@ -17,11 +17,11 @@ Wish wish_of(const LGraph& graph, const LNode& node, std::span<const std::int32_
   for (const std::int32_t position : segments) {
     const LEdge& edge = *graph.edges[position];
     const bool enters = edge.target_node() == &node;
-    const LPort& here = enters ? *edge.target : *edge.source;
-    const LPort& there = enters ? *edge.source : *edge.target;
+    const SegmentEnd here = enters ? edge.target : edge.source;
+    const SegmentEnd there = enters ? edge.source : edge.target;
     const std::int32_t counts =
-        SEGMENT_WEIGHTS[(node.is_dummy() ? 1 : 0) + (there.node->is_dummy() ? 1 : 0)];
-    sum += counts * (there.y() - here.offset);
+        SEGMENT_WEIGHTS[(node.is_dummy() ? 1 : 0) + (there.node()->is_dummy() ? 1 : 0)];
+    sum += counts * (there.y() - here.offset());
     weight += counts;
   }
   return weight > 0.0 ? Wish{sum / weight, weight, 0.0} : Wish{node.y, kFaint, 0.0};
@@ -40,7 +40,7 @@ void fit(LGraph& graph, const Run& run, const Grouped& segments) {
   const std::span<Wish> wishes = graph.scratch.raw_array<Wish>(run.nodes.size());
   const std::span<double> places = graph.scratch.raw_array<double>(run.nodes.size());
   const auto step = [&](const LNode& a, const LNode& b) {
-    return a.height + _spacing_between(a, b, options);
+    return a.height() + _spacing_between(a, b, options);
   };
   for (std::size_t i = 0; i < run.nodes.size(); ++i) {
     const LNode& node = *run.nodes[i];

@@ -25,8 +25,8 @@ void push_apart(std::span<const Placed> ordered, const LayoutOptions& options) {
   for (const Placed& placed : ordered) {
     LNode& node = *placed.node;
     if (previous != nullptr) {
-      cursor = larger(cursor,
-                      previous->y + previous->height + _spacing_between(*previous, node, options));
+      cursor = larger(
+          cursor, previous->y + previous->height() + _spacing_between(*previous, node, options));
     }
     node.y = larger(node.y, cursor);
     cursor = node.y;

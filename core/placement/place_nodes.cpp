@@ -26,9 +26,9 @@ void _assign_layer_x(LGraph& graph) {
   for (std::int32_t index = 0; index < graph.layers.size(); ++index) {
     const std::span<LNode*> layer = graph.layers[index];
     if (layer.empty()) continue;
-    double width = layer[0]->width;
-    for (const LNode* node : layer) width = larger(width, node->width);
-    for (LNode* node : layer) node->x = cursor + larger(0.0, (width - node->width) / 2.0);
+    double width = layer[0]->width();
+    for (const LNode* node : layer) width = larger(width, node->width());
+    for (LNode* node : layer) node->x = cursor + larger(0.0, (width - node->width()) / 2.0);
     cursor += width + graph.options.spacing_node_node_between_layers;
   }
 }

@@ -13,7 +13,7 @@ void stack_layers(LGraph& graph) {
     double cursor = options.padding_top;
     for (LNode* node : graph.layers[index]) {
       node->y = cursor;
-      const double span = node->is_dummy() ? 0.0 : node->height;
+      const double span = node->is_dummy() ? 0.0 : node->height();
       const double spacing =
           node->is_dummy() ? options.spacing_edge_edge : options.spacing_node_node;
       cursor += span + spacing;
@@ -34,7 +34,7 @@ void move_to_mean(const LGraph& graph, const IncidentMaps& maps, LNode& node) {
       sum += (ends_here ? edge.source_node() : edge.target_node())->cross_center();
     }
   }
-  if (count > 0) node.y = sum / static_cast<double>(count) - node.height / 2.0;
+  if (count > 0) node.y = sum / static_cast<double>(count) - node.height() / 2.0;
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ class Blocks {
   }
 
  private:
-  static double step_of(const LEdge& edge) { return edge.target->y() - edge.source->y(); }
+  static double step_of(const LEdge& edge) { return edge.target.y() - edge.source.y(); }
   static bool is_small(double step) {
     return std::abs(step) > kLevel && std::abs(step) < SMALL_JOG;
   }
@@ -120,7 +120,7 @@ class Blocks {
 
   [[nodiscard]] bool is_clear(const LNode& node, double y, const LNode& other, double delta) const {
     const double gap = _spacing_between(node, other, graph_.options);
-    return delta > 0.0 ? y + node.height + gap <= other.y : other.y + other.height + gap <= y;
+    return delta > 0.0 ? y + node.height() + gap <= other.y : other.y + other.height() + gap <= y;
   }
 
   // How many fewer small steps there are at the segments that leave what moves at this node.

@@ -66,7 +66,7 @@ class Problem {
       for (const LNode* node : graph_.layers[layer]) {
         if (previous != nullptr) {
           const double spacing = _spacing_between(*previous, *node, graph_.options);
-          add(*previous, *node, previous->height + spacing, 0, true);
+          add(*previous, *node, previous->height() + spacing, 0, true);
         }
         previous = node;
       }
@@ -77,7 +77,7 @@ class Problem {
       const LNode& from = *edge->source_node();
       const LNode& to = *edge->target_node();
       const int dummies = static_cast<int>(from.is_dummy()) + static_cast<int>(to.is_dummy());
-      add(from, to, edge->source->offset - edge->target->offset, SEGMENT_WEIGHTS[dummies], false);
+      add(from, to, edge->source.offset() - edge->target.offset(), SEGMENT_WEIGHTS[dummies], false);
     }
   }
 
@@ -96,7 +96,7 @@ double length_of(const LGraph& graph) {
   for (const LEdge* edge : graph.edges) {
     const int dummies = static_cast<int>(edge->source_node()->is_dummy()) +
                         static_cast<int>(edge->target_node()->is_dummy());
-    length += SEGMENT_WEIGHTS[dummies] * std::abs(edge->source->y() - edge->target->y());
+    length += SEGMENT_WEIGHTS[dummies] * std::abs(edge->source.y() - edge->target.y());
   }
   return length;
 }
@@ -125,9 +125,9 @@ bool can_straighten(const LGraph& graph) {
   double sum = std::abs(options.spacing_node_node) + std::abs(options.spacing_edge_edge) +
                std::abs(options.spacing_edge_node);
   sum *= static_cast<double>(graph.nodes.size());
-  for (const LNode* node : graph.nodes) sum += std::abs(node->y) + std::abs(node->height);
+  for (const LNode* node : graph.nodes) sum += std::abs(node->y) + std::abs(node->height());
   for (const LEdge* edge : graph.edges) {
-    sum += std::abs(edge->source->offset) + std::abs(edge->target->offset);
+    sum += std::abs(edge->source.offset()) + std::abs(edge->target.offset());
   }
   return sum <= kFar;  // false for what is not a number, too
 }
@@ -145,7 +145,7 @@ void push_apart_in_order(LGraph& graph) {
     for (LNode* node : graph.layers[layer]) {
       if (previous != nullptr) {
         const double spacing = _spacing_between(*previous, *node, graph.options);
-        node->y = larger(node->y, previous->y + previous->height + spacing);
+        node->y = larger(node->y, previous->y + previous->height() + spacing);
       }
       previous = node;
     }

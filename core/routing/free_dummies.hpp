@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "core/base/reals.hpp"
@@ -15,11 +16,16 @@
 
 namespace quillan::vorn_layered {
 
-// Whether the node that joins two segments, by a port each, is a dummy as phase 2 makes them.
-inline bool is_free_dummy(const LPort& in, const LPort& out) {
-  const LNode& node = *in.node;
-  return node.is_dummy() && node.position >= 0 && node.height == 0.0 && in.offset == 0.0 &&
-         out.node == &node && out.offset == 0.0;
+// Whether the node that joins two segments is a dummy as phase 2 makes them.
+inline bool is_free_dummy(SegmentEnd in, SegmentEnd out) {
+  const LNode& node = *in.node();
+  return node.is_dummy() && node.position >= 0 && node.height() == 0.0 && in.offset() == 0.0 &&
+         out.node() == &node && out.offset() == 0.0;
+}
+
+// By what ports are sorted where they stand in one place.
+inline std::tuple<std::int32_t, PortSide, std::int32_t> port_order(SegmentEnd end) {
+  return {end.node()->position, end.side(), end.index()};
 }
 
 // The nodes of a layer as they follow one another across the flow, which is not always the order of
@@ -29,7 +35,7 @@ inline void sort_across_flow(std::span<LNode* const> layer, std::vector<const LN
   sorted.assign(layer.begin(), layer.end());
   std::stable_sort(sorted.begin(), sorted.end(), [](const LNode* a, const LNode* b) {
     const int order = compare_reals(a->y, b->y);
-    return order != 0 ? order < 0 : compare_reals(a->height, b->height) < 0;
+    return order != 0 ? order < 0 : compare_reals(a->height(), b->height()) < 0;
   });
 }
 

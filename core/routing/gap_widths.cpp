@@ -85,8 +85,8 @@ class Widening {
 Bounds bounds_of(const LGraph& graph, std::int32_t gap) {
   const std::span<LNode* const> before = graph.layers[gap];
   const std::span<LNode* const> behind = graph.layers[gap + 1];
-  double left = before.empty() ? 0.0 : before[0]->x + before[0]->width;
-  for (const LNode* node : before) left = larger(left, node->x + node->width);
+  double left = before.empty() ? 0.0 : before[0]->x + before[0]->width();
+  for (const LNode* node : before) left = larger(left, node->x + node->width());
   double right = behind.empty() ? left : behind[0]->x;
   for (const LNode* node : behind) right = smaller(right, node->x);
   return {left, right};

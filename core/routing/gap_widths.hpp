@@ -39,7 +39,7 @@ void for_each_segment(const LGraph& graph, const IncidentMaps& maps, std::int32_
 // line. False for what is not a number.
 inline bool needs_bends(const LEdge& segment) {
   constexpr double kStraight = 0.5;
-  return std::abs(segment.source->y() - segment.target->y()) > kStraight;
+  return std::abs(segment.source.y() - segment.target.y()) > kStraight;
 }
 
 // How wide a gap should be. If it is at least `least`, it stays as it is.

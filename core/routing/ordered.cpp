@@ -5,6 +5,7 @@
 
 #include "core/base/reals.hpp"
 #include "core/graph/spacing.hpp"
+#include "core/routing/free_dummies.hpp"
 #include "core/routing/gap_tracks.hpp"
 #include "core/routing/gap_widths.hpp"
 #include "core/routing/shared_lines.hpp"
@@ -35,7 +36,7 @@ class OrderedRouter {
         gap_(std::max(graph.options.spacing_edge_edge / 2.0, kOneLine), graph.scratch) {}
 
   void run() {
-    for (LEdge* edge : graph_.edges) edge->bend_points = {};
+    for (LEdge* edge : graph_.edges) edge->bends = nullptr;
     const IncidentMaps maps = _incident_maps(graph_);
     const std::int32_t gaps = graph_.layers.size() - 1;
     const std::span<GapWidth> widths = graph_.scratch.raw_array<GapWidth>(gaps);
@@ -54,7 +55,7 @@ class OrderedRouter {
  private:
   // An end of a wire at the gap. Those of one root and height count as one port.
   struct End {
-    const LPort* root;  // the port; of a dummy's port, the one at which its wire starts
+    SegmentEnd root;  // the port; of a dummy, the one at which its wire starts
     double height;
     std::int32_t wire;
   };
@@ -64,8 +65,8 @@ class OrderedRouter {
     wires_.clear();
     heights_.clear();
     for_each_segment(graph_, maps, gap, [&](LEdge& edge) {
-      const double source = edge.source->y();
-      const double target = edge.target->y();
+      const double source = edge.source.y();
+      const double target = edge.target.y();
       heights_.insert(heights_.end(), {source, target});
       if (!needs_bends(edge)) return;
       segments_.push_back(&edge);
@@ -76,23 +77,20 @@ class OrderedRouter {
   }
 
   // Numbers the ports on one side of the gap in order.
-  void number_ports(LPort* LEdge::*side, std::int32_t Wire::*number) {
+  void number_ports(SegmentEnd LEdge::*side, std::int32_t Wire::*number) {
     ends_.clear();
     for (std::size_t i = 0; i < segments_.size(); ++i) {
-      const LPort& port = *(segments_[i]->*side);
+      const SegmentEnd end = segments_[i]->*side;
       const CallerEdge& edge = graph_.caller_edges[segments_[i]->caller_edge];
-      const bool may_share = port.node->is_dummy() && edge.has_chain && !edge.reversed;
+      const bool may_share = end.node()->is_dummy() && edge.has_chain && !edge.reversed;
       ends_.push_back(
-          {may_share ? edge.chain.front()->source : &port, port.y(), static_cast<std::int32_t>(i)});
+          {may_share ? edge.chain.front()->source : end, end.y(), static_cast<std::int32_t>(i)});
     }
     std::sort(ends_.begin(), ends_.end(), [](const End& a, const End& b) {
       const int order = compare_reals(a.height, b.height);
       if (order != 0) return order < 0;
-      if (a.root->node->position != b.root->node->position) {
-        return a.root->node->position < b.root->node->position;
-      }
-      if (a.root->side != b.root->side) return a.root->side < b.root->side;
-      return a.root->index != b.root->index ? a.root->index < b.root->index : a.wire < b.wire;
+      const auto by_port = port_order(a.root) <=> port_order(b.root);
+      return by_port != 0 ? by_port < 0 : a.wire < b.wire;
     });
     std::int32_t count = 0;
     for (std::size_t i = 0; i < ends_.size(); ++i) {
@@ -131,13 +129,13 @@ class OrderedRouter {
       const Way& way = ways_[i];
       LEdge& edge = *way.segment;
       const double x = x_of(way.lane, bounds);
-      edge.bend_points = graph_.arena.raw_array<Point>(way.is_split ? 4 : 2);
-      edge.bend_points.front() = {x, edge.source->y()};
+      const std::span<Point> bends = graph_.add_bends(edge, way.is_split ? 4 : 2);
+      bends.front() = {x, edge.source.y()};
       if (way.is_split) {
-        edge.bend_points[1] = {x, way.jog};
-        edge.bend_points[2] = {x_of(way.rest_lane, bounds), way.jog};
+        bends[1] = {x, way.jog};
+        bends[2] = {x_of(way.rest_lane, bounds), way.jog};
       }
-      edge.bend_points.back() = {way.is_split ? edge.bend_points[2].x : x, edge.target->y()};
+      bends.back() = {way.is_split ? bends[2].x : x, edge.target.y()};
     }
   }
 

@@ -39,7 +39,7 @@ GapSegments collect(LGraph& graph) {
     std::size_t count = 0;
     for_each_segment(graph, maps, gap, [&](LEdge& edge) {
       if (needs_bends(edge)) {
-        intervals[count] = {edge.source->y(), edge.target->y()};
+        intervals[count] = {edge.source.y(), edge.target.y()};
         bent[count++] = used;
       }
       found[used++] = {&edge, kStraightTrack};
@@ -70,12 +70,12 @@ void bend(LGraph& graph, const GapSegments& found) {
     const double first_track = bounds.left + options.spacing_edge_node + step / 2.0;
     for (const RoutedSegment& segment : found.segments[gap]) {
       LEdge& edge = *segment.edge;
-      edge.bend_points = {};
+      edge.bends = nullptr;
       if (segment.track == kStraightTrack) continue;
       const double mid_x = first_track + segment.track * step;
-      edge.bend_points = graph.arena.raw_array<Point>(2);
-      edge.bend_points[0] = {mid_x, edge.source->y()};
-      edge.bend_points[1] = {mid_x, edge.target->y()};
+      const std::span<Point> bends = graph.add_bends(edge, 2);
+      bends[0] = {mid_x, edge.source.y()};
+      bends[1] = {mid_x, edge.target.y()};
     }
   }
 }
@@ -85,7 +85,7 @@ void bend(LGraph& graph, const GapSegments& found) {
 void route_edges(LGraph& graph) {
   const bool ordered = graph.options.edge_routing == "ORTHOGONAL_ORDERED";
   if (!ordered && graph.options.edge_routing != "ORTHOGONAL") {
-    for (LEdge* edge : graph.edges) edge->bend_points = {};
+    for (LEdge* edge : graph.edges) edge->bends = nullptr;
     return;
   }
   if (graph.layers.size() < 2) return;

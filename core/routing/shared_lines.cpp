@@ -16,7 +16,7 @@ constexpr std::int32_t kNone = -1;
 
 // What there is to know of a dummy; of other nodes, nothing.
 struct Dummy {
-  const LPort* root = nullptr;    // where its wire starts
+  SegmentEnd root;                // where its wire starts
   std::int32_t previous = kNone;  // the dummy before it, by position
   std::int32_t ahead = 0;         // how many segments of its wire are left
   std::int32_t line = kNone;      // the first of those that it shares a line with
@@ -36,10 +36,10 @@ class SharedLines {
     if (wires_.size() < 2) return;
     for (std::int32_t layer = 0; layer < graph_.layers.size(); ++layer) find_lines(layer);
     std::stable_sort(wires_.begin(), wires_.end(), [](const CallerEdge* a, const CallerEdge* b) {
-      return key_of(*a->chain.front()->source) < key_of(*b->chain.front()->source);
+      return port_order(a->chain.front()->source) < port_order(b->chain.front()->source);
     });
     for (std::size_t first = 0, end = 0; first < wires_.size(); first = end) {
-      const LPort* root = wires_[first]->chain.front()->source;
+      const SegmentEnd root = wires_[first]->chain.front()->source;
       for (end = first + 1; end < wires_.size() && wires_[end]->chain.front()->source == root;) {
         ++end;
       }
@@ -48,26 +48,23 @@ class SharedLines {
   }
 
  private:
-  static std::tuple<std::int32_t, PortSide, std::int32_t> key_of(const LPort& port) {
-    return {port.node->position, port.side, port.index};
-  }
-
   void follow(const CallerEdge& edge) {
     wires_.push_back(&edge);
     const std::int32_t segments = static_cast<std::int32_t>(edge.chain.size());
     std::int32_t previous = kNone;
     for (std::int32_t i = 0; i + 1 < segments; ++i) {
-      const LPort& in = *edge.chain[i]->target;
-      if (!is_free_dummy(in, *edge.chain[i + 1]->source)) break;
-      dummies_[in.node->position] = {edge.chain.front()->source, previous, segments - i, kNone,
-                                     in.node->y};
-      previous = in.node->position;
+      const SegmentEnd in = edge.chain[i]->target;
+      if (!is_free_dummy(in, edge.chain[i + 1]->source)) break;
+      const LNode& dummy = *in.node();
+      dummies_[dummy.position] = {edge.chain.front()->source, previous, segments - i, kNone,
+                                  dummy.y};
+      previous = dummy.position;
     }
   }
 
   // Null where the node is no dummy that may move.
-  [[nodiscard]] const LPort* root_of(const LNode& node) const {
-    return node.position < 0 ? nullptr : dummies_[node.position].root;
+  [[nodiscard]] SegmentEnd root_of(const LNode& node) const {
+    return node.position < 0 ? SegmentEnd() : dummies_[node.position].root;
   }
   [[nodiscard]] std::int32_t line_before(const LNode& node) const {
     const std::int32_t previous = dummies_[node.position].previous;
@@ -78,7 +75,7 @@ class SharedLines {
     sort_across_flow(graph_.layers[layer], sorted_);
     for (std::size_t first = 0, end = 0; first < sorted_.size(); first = end) {
       const LNode& front = *sorted_[first];
-      const LPort* root = root_of(front);
+      const SegmentEnd root = root_of(front);
       end = first + 1;
       if (root == nullptr) continue;
       while (end < sorted_.size() && root_of(*sorted_[end]) == root &&
@@ -97,7 +94,7 @@ class SharedLines {
       if (dummies_[node->position].ahead > dummies_[leader->position].ahead) leader = node;
     }
     const Dummy& front = dummies_[members.front()->position];
-    const double from = front.previous == kNone ? front.root->y() : dummies_[front.previous].height;
+    const double from = front.previous == kNone ? front.root.y() : dummies_[front.previous].height;
     const double low = members.front()->y;
     double height = low <= from && from <= members.back()->y ? from : leader->y;
     if (!(low > top_)) height = low;
@@ -115,7 +112,7 @@ class SharedLines {
     if (after.steps > before.steps || after.small > before.small) return;
     for (const CallerEdge* wire : wires) {
       for (const LEdge* segment : wire->chain) {
-        LNode& node = *segment->target->node;
+        LNode& node = *segment->target.node();
         if (root_of(node) != nullptr) node.y = dummies_[node.position].height;
       }
     }
@@ -125,11 +122,11 @@ class SharedLines {
   Looks looks(std::span<const CallerEdge* const> wires, bool on_lines) {
     steps_.clear();
     for (const CallerEdge* wire : wires) {
-      double from = wire->chain.front()->source->y();
+      double from = wire->chain.front()->source.y();
       for (std::size_t i = 0; i < wire->chain.size(); ++i) {
-        const LPort& end = *wire->chain[i]->target;
-        const bool moves = on_lines && root_of(*end.node) != nullptr;
-        const double to = moves ? dummies_[end.node->position].height : end.y();
+        const SegmentEnd end = wire->chain[i]->target;
+        const bool moves = on_lines && root_of(*end.node()) != nullptr;
+        const double to = moves ? dummies_[end.node()->position].height : end.y();
         if (std::isfinite(to - from)) steps_.emplace_back(i, from, to);
         from = to;
       }

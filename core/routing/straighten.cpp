@@ -58,11 +58,11 @@ class Straightener {
   // The chain in stretches between ends that cannot move.
   void walk(std::span<LEdge* const> chain) {
     dummies_.clear();
-    double from = chain.front()->source->y();
+    double from = chain.front()->source.y();
     for (std::size_t i = 0; i < chain.size(); ++i) {
-      const LPort& end = *chain[i]->target;
-      if (i + 1 < chain.size() && is_free_dummy(end, *chain[i + 1]->source)) {
-        dummies_.push_back(end.node);
+      const SegmentEnd end = chain[i]->target;
+      if (i + 1 < chain.size() && is_free_dummy(end, chain[i + 1]->source)) {
+        dummies_.push_back(end.node());
         continue;
       }
       if (!dummies_.empty()) settle(from, end.y());
@@ -78,7 +78,7 @@ class Straightener {
     const LNode* below = below_[dummy.position];
     Room room{top_, std::numeric_limits<double>::infinity()};
     if (above != nullptr) {
-      room.low = above->y + above->height + _spacing_between(*above, dummy, graph_.options);
+      room.low = above->y + above->height() + _spacing_between(*above, dummy, graph_.options);
     }
     if (below != nullptr) room.high = below->y - _spacing_between(dummy, *below, graph_.options);
     // Where the layer is packed too tightly as it is.

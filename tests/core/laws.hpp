@@ -44,20 +44,20 @@ inline void check_layers(const LGraph& graph) {
 
 inline void check_chains(const LGraph& graph) {
   for (const CallerEdge& caller_edge : graph.caller_edges) {
-    const LPort* at = nullptr;
+    SegmentEnd at;
     for (const LEdge* segment : caller_edge.chain) {
       law(segment->target_node()->layer == segment->source_node()->layer + 1,
           "a segment joins neighbouring layers");
-      law(at == nullptr || (at->node == segment->source_node() && at->node->is_dummy()),
+      law(at == nullptr || (at.node() == segment->source_node() && at.node()->is_dummy()),
           "the segments of a chain meet in a dummy");
       law(graph.edges[segment->position] == segment, "a chain's segments are edges of the graph");
       at = segment->target;
     }
     if (caller_edge.chain.empty()) continue;
-    const LPort& first = *caller_edge.chain.front()->source;
-    const LPort& last = *caller_edge.chain.back()->target;
-    law(!first.node->is_dummy() && !last.node->is_dummy(), "a chain joins two real nodes");
-    law(first.side != last.side && (first.side == PortSide::EAST || caller_edge.reversed),
+    const SegmentEnd first = caller_edge.chain.front()->source;
+    const SegmentEnd last = caller_edge.chain.back()->target;
+    law(!first.node()->is_dummy() && !last.node()->is_dummy(), "a chain joins two real nodes");
+    law(first.side() != last.side() && (first.side() == PortSide::EAST || caller_edge.reversed),
         "only a reversed edge starts at an input port");
   }
 }
@@ -73,14 +73,14 @@ inline double tolerance_of(const LGraph& graph) {
                               options.spacing_edge_edge, options.spacing_edge_node};
   std::vector<double> coordinates{options.padding_left, options.padding_top};
   for (const LNode* node : graph.nodes) {
-    lengths.insert(lengths.end(), {node->width, node->height});
-    coordinates.insert(coordinates.end(), {node->x + node->width, node->y + node->height});
+    lengths.insert(lengths.end(), {node->width(), node->height()});
+    coordinates.insert(coordinates.end(), {node->x + node->width(), node->y + node->height()});
     // A drawing of places far out is moved to its padding.
     if (options.placement_strategy == "INTERACTIVE")
-      coordinates.insert(coordinates.end(), {node->origin_x, node->origin_y});
+      coordinates.insert(coordinates.end(), {origin_x(graph, *node), origin_y(graph, *node)});
   }
   for (const LEdge* edge : graph.edges) {
-    coordinates.insert(coordinates.end(), {edge->source->y(), edge->target->y()});
+    coordinates.insert(coordinates.end(), {edge->source.y(), edge->target.y()});
   }
   double scale = 1.0;
   for (const double length : lengths) {
@@ -96,8 +96,8 @@ inline double tolerance_of(const LGraph& graph) {
 }
 
 // By dummy: the port at which its wire starts. Ordered routes of one port may share a line.
-inline std::map<const LNode*, const LPort*> roots_of(const LGraph& graph) {
-  std::map<const LNode*, const LPort*> roots;
+inline std::map<const LNode*, SegmentEnd> roots_of(const LGraph& graph) {
+  std::map<const LNode*, SegmentEnd> roots;
   if (graph.options.edge_routing != "ORTHOGONAL_ORDERED") return roots;
   for (const CallerEdge& edge : graph.caller_edges) {
     for (const LEdge* segment : edge.chain) {
@@ -108,18 +108,18 @@ inline std::map<const LNode*, const LPort*> roots_of(const LGraph& graph) {
 }
 
 inline void check_spacing(const LGraph& graph, std::span<LNode* const> layer,
-                          const std::map<const LNode*, const LPort*>& roots, double tolerance) {
+                          const std::map<const LNode*, SegmentEnd>& roots, double tolerance) {
   const LayoutOptions& options = graph.options;
   // Where boxes without height may stand at one spot, their sequence cannot be told afterwards.
   const double least =
       std::min({options.spacing_node_node, options.spacing_edge_edge, options.spacing_edge_node});
   const auto root_of = [&](const LNode& node) {
     const auto found = roots.find(&node);
-    return found != roots.end() ? found->second : nullptr;
+    return found != roots.end() ? found->second : SegmentEnd();
   };
   std::vector<const LNode*> ordered(layer.begin(), layer.end());
   std::sort(ordered.begin(), ordered.end(), [](const LNode* a, const LNode* b) {
-    return std::pair(a->y, a->height) < std::pair(b->y, b->height);
+    return std::pair(a->y, a->height()) < std::pair(b->y, b->height());
   });
   for (std::size_t i = 1; i < ordered.size(); ++i) {
     const LNode& above = *ordered[i - 1];
@@ -127,24 +127,25 @@ inline void check_spacing(const LGraph& graph, std::span<LNode* const> layer,
     const bool one_line = above.is_dummy() && below.is_dummy() && above.y == below.y;
     if (one_line && root_of(above) != nullptr && root_of(above) == root_of(below)) continue;
     const double gap = least > 2 * tolerance ? _spacing_between(above, below, options) : 0.0;
-    law(below.y + tolerance >= above.y + above.height + gap, "boxes of a layer keep their spacing");
+    law(below.y + tolerance >= above.y + above.height() + gap,
+        "boxes of a layer keep their spacing");
   }
 }
 
 // Two segments of a gap that are routed along tracks in any order.
 inline void check_tracks(const LEdge& edge, const LEdge& other) {
-  if (edge.bend_points.empty() || other.bend_points.empty()) return;
-  if (edge.bend_points[0].x != other.bend_points[0].x) return;
-  const auto [low, high] = std::minmax({edge.source->y(), edge.target->y()});
-  const auto [other_low, other_high] = std::minmax({other.source->y(), other.target->y()});
+  if (edge.bend_points().empty() || other.bend_points().empty()) return;
+  if (edge.bend_points()[0].x != other.bend_points()[0].x) return;
+  const auto [low, high] = std::minmax({edge.source.y(), edge.target.y()});
+  const auto [other_low, other_high] = std::minmax({other.source.y(), other.target.y()});
   law(high <= other_low || other_high <= low, "segments on one track do not overlap");
 }
 
 // The points of a segment, from port to port.
 inline std::vector<Point> points_of(const LEdge& edge) {
-  std::vector<Point> points{{edge.source->x(), edge.source->y()}};
-  points.insert(points.end(), edge.bend_points.begin(), edge.bend_points.end());
-  points.push_back({edge.target->x(), edge.target->y()});
+  std::vector<Point> points{{edge.source.x(), edge.source.y()}};
+  points.insert(points.end(), edge.bend_points().begin(), edge.bend_points().end());
+  points.push_back({edge.target.x(), edge.target.y()});
   return points;
 }
 
@@ -153,9 +154,7 @@ inline std::vector<Point> points_of(const LEdge& edge) {
 // leave no way, and neither do small spacings.
 inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& other,
                         double tolerance) {
-  const auto level = [](const LPort* a, const LPort* b) {
-    return std::abs(a->y() - b->y()) <= 5.0;
-  };
+  const auto level = [](SegmentEnd a, SegmentEnd b) { return std::abs(a.y() - b.y()) <= 5.0; };
   if (graph.caller_edges[edge.caller_edge].reversed ||
       graph.caller_edges[other.caller_edge].reversed)
     return;
@@ -189,7 +188,7 @@ inline void check_apart(const LGraph& graph, const LEdge& edge, const LEdge& oth
 inline void check_gap(const LGraph& graph, std::int32_t layer, double tolerance) {
   double left = -std::numeric_limits<double>::infinity();
   double right = std::numeric_limits<double>::infinity();
-  for (const LNode* node : graph.layers[layer]) left = std::max(left, node->x + node->width);
+  for (const LNode* node : graph.layers[layer]) left = std::max(left, node->x + node->width());
   for (const LNode* node : graph.layers[layer + 1]) right = std::min(right, node->x);
   law(right + tolerance >= left + graph.options.spacing_node_node_between_layers,
       "layers keep their spacing");
@@ -197,7 +196,7 @@ inline void check_gap(const LGraph& graph, std::int32_t layer, double tolerance)
   for (const LEdge* edge : graph.edges) {
     if (edge->source_node()->layer == layer && edge->target_node()->layer == layer + 1) {
       here.push_back(edge);
-      for (const Point bend : edge->bend_points) {
+      for (const Point bend : edge->bend_points()) {
         law(bend.x + tolerance >= left && bend.x - tolerance <= right, "a bend lies in its gap");
       }
     }
@@ -238,8 +237,8 @@ inline void check_bends(const LGraph& graph) {
   for (const LEdge* edge : graph.edges) {
     // A twin without a chain of its own is not split.
     if (edge->target_node()->layer != edge->source_node()->layer + 1) continue;
-    const Interval ends{edge->source->y(), edge->target->y()};
-    const std::span<const Point> bends = edge->bend_points;
+    const Interval ends{edge->source.y(), edge->target.y()};
+    const std::span<const Point> bends = edge->bend_points();
     const bool steep = std::abs(ends.source - ends.target) > 0.5;
     const std::size_t expected = !orthogonal || !steep ? 0 : ordered && bends.size() == 4 ? 4 : 2;
     law(bends.size() == expected, "two bends on an orthogonal way, four where it is split");

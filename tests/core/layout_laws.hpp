@@ -38,7 +38,7 @@ inline std::vector<std::uint64_t> state_of(const LGraph& graph) {
   for (const LEdge* edge : graph.edges) {
     state.push_back(static_cast<std::uint64_t>(edge->source_node()->position));
     state.push_back(static_cast<std::uint64_t>(edge->target_node()->position));
-    for (const Point bend : edge->bend_points) {
+    for (const Point bend : edge->bend_points()) {
       add(bend.x);
       add(bend.y);
     }
@@ -72,8 +72,8 @@ inline void check_routes(const LGraph& graph, const EdgeRoutes& found, double fl
     law(next < found.routes.size(), "an edge that was not reversed has a route");
     const EdgeRoute& route = found.routes[next++];
     law(compare(route.id, caller_edge.id) == 0 && route.count > 0, "routes stand in payload order");
-    const auto at_port = [&](const LPort* port) {
-      return _denormalise_point({port->x(), port->y()}, graph.options.direction, flow);
+    const auto at_port = [&](SegmentEnd port) {
+      return _denormalise_point({port.x(), port.y()}, graph.options.direction, flow);
     };
     const Point start = at_port(caller_edge.chain.front()->source);
     const Point end = at_port(caller_edge.chain.back()->target);
@@ -140,7 +140,7 @@ inline void check_packing(const LGraph& graph, const LayoutResult& result, doubl
         "positions keep the payload's order");
     law(moved(positions[i].top_left, corner), "a component moves as a whole");
     begin = std::min(begin, across ? corner.x : corner.y);
-    end = std::max(end, (across ? corner.x : corner.y) + graph.nodes[i]->height);
+    end = std::max(end, (across ? corner.x : corner.y) + graph.nodes[i]->height());
   }
   law(!(std::abs(begin - packed.cursor) > tolerance), "components are packed");
   for (std::size_t i = 0; i < found.routes.size(); ++i) {

@@ -87,9 +87,9 @@ struct TestEdge {
 
 // Edges are called "e0", "e1" and so on.
 struct TestGraph : LGraph {
-  LNode* put_node(std::string_view id, double width, double height, std::int32_t ins,
-                  std::int32_t outs) {
-    LNode* node = add_node(copy_text(id), width, height);
+  GivenNode* put_node(std::string_view id, double width, double height, std::int32_t ins,
+                      std::int32_t outs) {
+    GivenNode* node = add_node(copy_text(id), width, height);
     for (const PortSide side : {PortSide::WEST, PortSide::EAST}) {
       const std::int32_t count = side == PortSide::WEST ? ins : outs;
       for (LPort& port : add_ports(*node, side, count)) {
@@ -130,7 +130,7 @@ inline void fill_random(TestGraph& graph, Random& random, const Shape& shape) {
     const double height = size_on(shape.grid, random);
     const std::int32_t ins = random.between(1, shape.ports);
     const std::int32_t outs = random.between(1, shape.ports);
-    LNode* node = graph.put_node(numbered("n", name), width, height, ins, outs);
+    GivenNode* node = graph.put_node(numbered("n", name), width, height, ins, outs);
     node->has_origin_x = random.chance(85);
     node->has_origin_y = random.chance(85);
     node->origin_x = random.below(6) * 60.0;

@@ -23,9 +23,9 @@ TEST(Keep, NoNodeHasToMove) {
     for (LNode* node : graph.nodes) {
       if (node->is_dummy()) continue;
       y += random.between(-40, 60);
-      node->origin_y = y;
+      node->given().origin_y = y;
       node->has_origin_x = node->has_origin_y = true;
-      node->origin_x = y;
+      node->given().origin_x = y;
     }
     const LayoutOptions& options = graph.options;
     graph.options.crossing_strategy = "KEEP";
@@ -41,15 +41,16 @@ TEST(Keep, NoNodeHasToMove) {
           continue;
         }
         if (last != nullptr && graph.layers.size() > 1) {
-          ASSERT_LE(last->origin_y + last->height / 2, node->origin_y + node->height / 2);
+          ASSERT_LE(origin_y(graph, *last) + last->height() / 2,
+                    origin_y(graph, *node) + node->height() / 2);
           const double needed =
               2 * options.spacing_edge_node + (dummies - 1) * options.spacing_edge_edge;
-          ASSERT_TRUE(dummies == 0 || bottom + needed <= node->origin_y + 1e-6)
+          ASSERT_TRUE(dummies == 0 || bottom + needed <= origin_y(graph, *node) + 1e-6)
               << "round " << round << ", layer " << layer;
         }
         dummies = 0;
         last = node;
-        bottom = std::max(bottom, node->origin_y + node->height);
+        bottom = std::max(bottom, origin_y(graph, *node) + node->height());
       }
     }
   }

@@ -55,10 +55,10 @@ class Naive {
     if (index < 0 || index >= std::ssize(layers)) return found;
     const Layer& reference = layers[index];
     for (const LEdge* edge : (use_source ? incoming_ : outgoing_)[node->position]) {
-      const LPort& port = use_source ? *edge->source : *edge->target;
-      const auto at = std::find(reference.begin(), reference.end(), port.node);
+      const SegmentEnd end = use_source ? edge->source : edge->target;
+      const auto at = std::find(reference.begin(), reference.end(), end.node());
       if (at == reference.end()) continue;
-      found.push_back(static_cast<double>(at - reference.begin()) + (port.index + 1) / 64.0);
+      found.push_back(static_cast<double>(at - reference.begin()) + (end.index() + 1) / 64.0);
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -110,7 +110,7 @@ class Naive {
         const std::int64_t source = place(layers[upper], edge->source_node());
         const std::int64_t target = place(layers[upper + 1], edge->target_node());
         if (source < 0 || target < 0) continue;
-        ends.push_back({source, edge->source->index, target, edge->target->index});
+        ends.push_back({source, edge->source.index(), target, edge->target.index()});
       }
       for (const auto& a : ends) {
         for (const auto& b : ends) sum += a < b && a[2] * 256 + a[3] > b[2] * 256 + b[3];
@@ -121,10 +121,10 @@ class Naive {
 
   void seed_interactive() {
     for (Layer& layer : layers) {
-      std::sort(layer.begin(), layer.end(), [](const LNode* a, const LNode* b) {
-        const auto key = [](const LNode* node) {
-          return std::tuple(node->has_origin_y ? node->origin_y : 0.0,
-                            node->has_origin_x ? node->origin_x : 0.0, node->id.str());
+      std::sort(layer.begin(), layer.end(), [&](const LNode* a, const LNode* b) {
+        const auto key = [&](const LNode* node) {
+          return std::tuple(node->has_origin_y ? origin_y(graph_, *node) : 0.0,
+                            node->has_origin_x ? origin_x(graph_, *node) : 0.0, node->id.str());
         };
         return key(a) < key(b);
       });

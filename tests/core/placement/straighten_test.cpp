@@ -21,7 +21,7 @@ double weighted_length(const LGraph& graph) {
   for (const LEdge* edge : graph.edges) {
     const int dummies = static_cast<int>(edge->source_node()->is_dummy()) +
                         static_cast<int>(edge->target_node()->is_dummy());
-    sum += SEGMENT_WEIGHTS[dummies] * std::abs(edge->source->y() - edge->target->y());
+    sum += SEGMENT_WEIGHTS[dummies] * std::abs(edge->source.y() - edge->target.y());
   }
   return sum;
 }
@@ -66,7 +66,7 @@ TEST(PlaceByNetworkSimplex, LevelsOneWireOfAFork) {
   graph.options.placement_strategy = "NETWORK_SIMPLEX";
   run_phases(graph);
   const auto step = [&](std::size_t i) {
-    return std::abs(graph.edges[i]->source->y() - graph.edges[i]->target->y());
+    return std::abs(graph.edges[i]->source.y() - graph.edges[i]->target.y());
   };
   EXPECT_EQ(std::min(step(0), step(1)), 0.0);
   EXPECT_EQ(std::max(step(0), step(1)), 30.0);
@@ -83,8 +83,8 @@ void keep_still(LayoutOptions& options) {
 void see_drawing(TestGraph& from, TestGraph& graph) {
   for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
     graph.nodes[i]->has_origin_x = graph.nodes[i]->has_origin_y = true;
-    graph.nodes[i]->origin_x = from.nodes[i]->x;
-    graph.nodes[i]->origin_y = from.nodes[i]->y;
+    graph.nodes[i]->given().origin_x = from.nodes[i]->x;
+    graph.nodes[i]->given().origin_y = from.nodes[i]->y;
   }
   keep_still(graph.options);
 }

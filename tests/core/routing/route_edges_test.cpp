@@ -54,7 +54,7 @@ Routes naive_routes(const LGraph& graph) {
     std::vector<Interval> intervals;
     for (const LNode* node : graph.layers[gap + 1]) {
       for (const LEdge* edge : graph.edges) {
-        const Interval interval{edge->source->y(), edge->target->y()};
+        const Interval interval{edge->source.y(), edge->target.y()};
         if (edge->target_node() != node || edge->source_node()->layer != gap) continue;
         if (!(std::abs(interval.source - interval.target) > 0.5)) continue;
         bent[gap].push_back(edge);
@@ -66,7 +66,7 @@ Routes naive_routes(const LGraph& graph) {
   const auto bounds = [&](std::int32_t gap) {
     double left = graph.layers[gap].empty() ? 0.0 : -1e300;
     for (const LNode* node : graph.layers[gap]) {
-      left = std::max(left, result.x[node->position] + node->width);
+      left = std::max(left, result.x[node->position] + node->width());
     }
     double right = graph.layers[gap + 1].empty() ? left : 1e300;
     for (const LNode* node : graph.layers[gap + 1]) {
@@ -97,7 +97,7 @@ Routes naive_routes(const LGraph& graph) {
     for (std::size_t i = 0; i < bent[gap].size(); ++i) {
       const LEdge& edge = *bent[gap][i];
       const double x = origin + tracks[gap][i] * step;
-      result.bends[edge.position] = {x, edge.source->y(), x, edge.target->y()};
+      result.bends[edge.position] = {x, edge.source.y(), x, edge.target.y()};
     }
   }
   return result;
@@ -108,7 +108,7 @@ Routes routes_of(const LGraph& graph) {
   for (const LNode* node : graph.nodes) result.x.push_back(node->x);
   for (const LEdge* edge : graph.edges) {
     std::vector<double>& bends = result.bends.emplace_back();
-    for (const Point point : edge->bend_points) bends.insert(bends.end(), {point.x, point.y});
+    for (const Point point : edge->bend_points()) bends.insert(bends.end(), {point.x, point.y});
   }
   return result;
 }
