@@ -78,6 +78,7 @@ LayoutResult layout(const Payload& payload, const Components& components,
   for (std::int32_t component = 0; component < components.size(); ++component) {
     LGraph& graph = graphs.build(component);
     run_phases(graph);
+    graph.scratch.shrink();  // the routes of a large graph need room as well
     packing.append(graph, result);
   }
   return result;

@@ -54,6 +54,18 @@ void* Arena::allocate_in_next_block(std::size_t size) {
   return base_;
 }
 
+void Arena::shrink() {
+  clear();
+  if (blocks_.size() > 1) drop_blocks(1);
+}
+
+void Arena::drop_blocks(std::size_t from) {
+  for (std::size_t i = from; i < blocks_.size(); ++i) {
+    unpoison(blocks_[i].bytes.data(), blocks_[i].bytes.size());
+  }
+  blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(from), blocks_.end());
+}
+
 void Arena::rewind(std::size_t block, std::size_t used) {
   for (std::size_t i = block; i <= block_ && i < blocks_.size(); ++i) {
     const std::size_t begin = i == block ? used : 0;

@@ -44,9 +44,7 @@ namespace quillan::vorn_layered {
 class Arena {
  public:
   Arena() = default;
-  ~Arena() {
-    for (const Block& block : blocks_) unpoison(block.bytes.data(), block.bytes.size());
-  }
+  ~Arena() { drop_blocks(0); }
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
 
@@ -75,6 +73,9 @@ class Arena {
 
   // Gives back everything; the blocks stay for the next use.
   void clear() { rewind(0, 0); }
+
+  // Gives back everything, and all blocks but the first to the system.
+  void shrink();
 
   // Has the arena begin in `memory`, aligned for every fundamental type, before it makes blocks of
   // its own. REQUIRES: nothing was allocated yet; the memory outlives what is allocated.
@@ -134,6 +135,7 @@ class Arena {
 
   void* allocate_in_next_block(std::size_t size);
   void rewind(std::size_t block, std::size_t used);
+  void drop_blocks(std::size_t from);
 
   std::vector<Block> blocks_;
   std::size_t block_ = 0;  // the block in use

@@ -13,6 +13,15 @@ constexpr std::int64_t kSegmentMask = (std::int64_t{1} << kPortShift) - 1;
 
 }  // namespace
 
+std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch) {
+  const std::span<std::int32_t> rank = scratch.raw_array<std::int32_t>(nodes.size());
+  const Arena::Frame frame(scratch);
+  const std::span<Text> ids = scratch.raw_array<Text>(nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) ids[i] = nodes[i]->id;
+  rank_texts(ids, rank, scratch);
+  return rank;
+}
+
 LayerOrders::LayerOrders(LGraph& graph)
     : graph_(graph),
       slots_(graph),
@@ -29,7 +38,8 @@ LayerOrders::LayerOrders(LGraph& graph)
 }
 
 // A graph of many long edges has most of its memory here: what stays is taken first, so that what
-// only this function needs is given back.
+// only this function needs is given back. Keys are first written by refresh_keys(): until then
+// their room serves the lists of segments by their ends.
 void LayerOrders::collect() {
   Arena& scratch = graph_.scratch;
   const std::size_t most = graph_.edges.size();
@@ -46,20 +56,20 @@ void LayerOrders::collect() {
   target_ports_ = {port_starts, scratch.raw_array<TargetPort>(most)};
 
   const Arena::Frame frame(scratch);
-  const EdgeEnds ends = slots_.ends_of_edges(graph_);
+  const EdgeEnds ends = LayerSlots::ends_of_edges(graph_, slots_.by_position(graph_));
   for (std::size_t i = 0; i < most; ++i) {
     if (slots_.joins_neighbours(ends.sources[i], ends.targets[i])) continue;
     ends.sources[i] = ends.targets[i] = -1;
     regular_ = false;
   }
-  const std::span<std::int32_t> edges = scratch.raw_array<std::int32_t>(most);
-  const Grouped above = group_by(ends.targets, lower_starts, edges);
+  const Grouped above = group_by(ends.targets, lower_starts, keys_[0].items);
   for (std::size_t i = 0; i < above.items.size(); ++i) {
-    upper_ends[i] = {ends.sources[edges[i]], graph_.edges[edges[i]]->source.index()};
+    const std::int32_t edge = above.items[i];
+    upper_ends[i] = {ends.sources[edge], graph_.edges[edge]->source.index()};
   }
   upper_ends_ = {lower_starts, upper_ends.first(above.items.size())};
 
-  const Grouped below = group_by(ends.sources, upper_starts, scratch.raw_array<std::int32_t>(most));
+  const Grouped below = group_by(ends.sources, upper_starts, keys_[1].items);
   for (std::size_t i = 0; i < below.items.size(); ++i) {
     const LEdge& edge = *graph_.edges[below.items[i]];
     segments[i] = {edge.source.index(), ends.targets[below.items[i]], edge.target.index(), 0};
@@ -75,6 +85,14 @@ void LayerOrders::collect() {
       std::sort(own.begin(), own.end(), by_port);
     }
   }
+}
+
+std::int32_t LayerOrders::largest_layer() const {
+  std::int32_t most = 0;
+  for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    most = std::max(most, layer_size(layer));
+  }
+  return most;
 }
 
 void LayerOrders::number_target_ports(const Grouped& above, const Grouped& below,
@@ -153,29 +171,15 @@ void LayerOrders::refresh_keys(std::int32_t layer, FixedLayer fixed) {
   }
 }
 
-void LayerOrders::rank_ids() {
+void LayerOrders::sort_ids() {
   Arena& scratch = graph_.scratch;
-  id_rank_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
   by_id_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
-  const auto rank = [&](std::int32_t first, std::int32_t count) {
-    const Arena::Frame frame(scratch);
-    const std::span<Text> ids = scratch.raw_array<Text>(count);
-    for (std::int32_t i = 0; i < count; ++i) ids[i] = slots_.nodes[first + i]->id;
-    rank_texts(ids, id_rank_.subspan(first, count), scratch);
-  };
-  // Successors of one node may lie in different layers if segments skip some.
-  if (!regular_) rank(0, slot_count());
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
+    const Arena::Frame frame(scratch);
     const std::int32_t first = first_slot(layer);
-    const std::span<std::int32_t> sorted = by_id_.subspan(first, layer_size(layer));
-    if (regular_) {
-      rank(first, layer_size(layer));
-      for (const std::int32_t slot : graph_.layers.slots(layer)) sorted[id_rank_[slot]] = slot;
-    } else {
-      std::iota(sorted.begin(), sorted.end(), first);
-      std::sort(sorted.begin(), sorted.end(),
-                [&](std::int32_t a, std::int32_t b) { return id_rank_[a] < id_rank_[b]; });
-    }
+    const std::int32_t size = layer_size(layer);
+    const std::span<const std::int32_t> rank = rank_ids(slots_.nodes.subspan(first, size), scratch);
+    for (std::int32_t i = 0; i < size; ++i) by_id_[first + rank[i]] = first + i;
   }
 }
 

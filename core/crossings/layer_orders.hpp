@@ -45,6 +45,10 @@ void sort_few(std::span<Integer> values) {
   }
 }
 
+// Ranks of the nodes' ids by code point, by place in `nodes`; of equal ids, the first is the least.
+// In the open frame of `scratch`. n log n.
+std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch);
+
 class LayerOrders {
  public:
   // Segments reach nodes that stand in no layer, orders do not. REQUIRES: no node stands in
@@ -60,6 +64,8 @@ class LayerOrders {
   [[nodiscard]] std::int32_t layer_size(std::int32_t layer) const {
     return first_slot(layer + 1) - first_slot(layer);
   }
+  // The size of the largest layer. Linear in layers.
+  [[nodiscard]] std::int32_t largest_layer() const;
   [[nodiscard]] LNode* node(std::int32_t slot) const { return slots_.nodes[slot]; }
   // LayerSlots::NO_LAYER for a node that stands in none.
   [[nodiscard]] std::int32_t layer_of(std::int32_t slot) const { return slots_.layer_of[slot]; }
@@ -133,18 +139,13 @@ class LayerOrders {
   // The highest index of a port at which a segment between neighbouring layers ends.
   [[nodiscard]] std::int32_t highest_target_port() const { return highest_target_port_; }
 
-  // Ranks of the node ids by code point, comparable within a layer and among successors of a node.
-  [[nodiscard]] std::span<const std::int32_t> id_ranks() const {
-    assert(static_cast<std::int32_t>(id_rank_.size()) == slot_count());
-    return id_rank_;
-  }
-  // The slots of a layer in ascending order of their ids.
+  // The slots of a layer in ascending order of their ids, by code point. REQUIRES: sort_ids().
   [[nodiscard]] std::span<const std::int32_t> by_id(std::int32_t layer) const {
     assert(static_cast<std::int32_t>(by_id_.size()) == slot_count());
     return by_id_.subspan(first_slot(layer), layer_size(layer));
   }
-  // Computes what id_ranks() and by_id() return. n log n in the ids.
-  void rank_ids();
+  // Computes what by_id() returns. n log n in the ids of each layer.
+  void sort_ids();
 
   // Writes the orders to LGraph::layers and LNode::order; nodes outside the graph are left out.
   void commit();
@@ -171,7 +172,6 @@ class LayerOrders {
   GroupsOf<UpperEnd> upper_ends_;    // by lower slot
   GroupsOf<EndKey> keys_[2];         // by fixed layer, then slot
   std::span<std::int64_t> seen_[2];  // by fixed layer, then layer: its stamp that keys reflect
-  std::span<std::int32_t> id_rank_;
   std::span<std::int32_t> by_id_;
   bool regular_ = true;
 };

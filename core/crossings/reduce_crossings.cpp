@@ -27,7 +27,7 @@ class Sweeper {
         kept_(orders.graph().scratch.raw_array<std::int32_t>(std::size_t{kKinds} *
                                                              orders.slot_count())),
         self_reliant_(orders.graph().scratch.array<bool>(std::size_t{2} * layers_, false)),
-        ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.slot_count())),
+        ordered_(orders.graph().scratch.raw_array<std::int32_t>(orders.largest_layer())),
         starts_(orders.graph().scratch.array<std::int64_t>(std::size_t{2} * layers_, -1)) {
     for (std::int32_t layer = 0; layer < layers_; ++layer) {
       for (const FixedLayer fixed : {FixedLayer::UPPER, FixedLayer::LOWER}) {
@@ -45,7 +45,10 @@ class Sweeper {
     // The same as one pass after which the seed is put back.
     if (best_crossings_ == 0) return;
     for (std::int64_t iteration = 0; iteration < sweeps; ++iteration) {
-      if (stands_still(iteration) || (iteration % 2 == 0 && repeats(iteration / 2))) break;
+      if (stands_still(iteration) ||
+          (iteration % 2 == 0 && repeats(iteration / 2, (sweeps - 1) / 2))) {
+        break;
+      }
       const Measure measure = iteration % 2 == 0 ? Measure::MEDIAN : Measure::BARYCENTRE;
       for (std::int32_t layer = 1; layer < layers_; ++layer) {
         visit(layer, {FixedLayer::UPPER, measure});
@@ -192,11 +195,12 @@ class Sweeper {
 
   // The same for a round of two iterations and any earlier round. Compares with the start of a
   // round kept at every power of two, which finds a cycle of any length (Brent, An Improved Monte
-  // Carlo Factorization Algorithm, 1980, section 2).
-  bool repeats(std::int64_t round) {
+  // Carlo Factorization Algorithm, 1980, section 2). A cycle of one round stands still, so nothing
+  // is kept that only the next round would see.
+  bool repeats(std::int64_t round, std::int64_t last_round) {
     const std::span<const std::int32_t> now = orders_.all();
     if (std::equal(now.begin(), now.end(), milestone_.begin(), milestone_.end())) return true;
-    if (round == next_milestone_) {
+    if (round == next_milestone_ && round + 2 <= last_round) {
       milestone_.assign(now.begin(), now.end());
       next_milestone_ *= 2;
     }
@@ -217,20 +221,25 @@ class Sweeper {
   std::span<std::int64_t> starts_;  // per layer: its stamps at the start of the last two iterations
 };
 
+void sweep(LayerOrders& orders, std::int64_t sweeps) {
+  const Arena::Frame frame(orders.graph().scratch);
+  Sweeper(orders).run(sweeps);
+}
+
 // Sweeps, then sifts. The sweeps before are the same for every thoroughness, so that a larger one
 // goes on with the same search; if it pays for more of them, their best order counts as well. On
 // large graphs sweeps would go on for as long as they are told to, so they have the same bound.
 void sweep_and_sift(LayerOrders& orders, std::int64_t asked) {
   const std::int64_t thoroughness = std::min(asked, MOST_THOROUGHNESS);
   constexpr std::int64_t kSweeps = 7;
-  Sweeper(orders).run(kSweeps);
+  sweep(orders, kSweeps);
   sift_layers(orders, thoroughness);
   if (thoroughness <= kSweeps) return;
   const std::vector<std::int32_t> sifted(orders.all().begin(), orders.all().end());
   const std::int64_t crossings = count_crossings(orders);
   if (crossings == 0) return;
   _seed_dfs(orders);
-  Sweeper(orders).run(thoroughness);
+  sweep(orders, thoroughness);
   if (crossings <= count_crossings(orders)) orders.set_all(sifted);
 }
 
@@ -256,7 +265,7 @@ void reduce_crossings(LGraph& graph) {
   }
   const Arena::Frame frame(graph.scratch);
   LayerOrders orders(graph);
-  orders.rank_ids();
+  orders.sort_ids();
   if (strategy == "INTERACTIVE" && _has_usable_positions(graph)) {
     _seed_interactive(orders);
   } else {
@@ -268,7 +277,7 @@ void reduce_crossings(LGraph& graph) {
   if (strategy == "SIFTING") {
     sweep_and_sift(orders, effort);
   } else {
-    Sweeper(orders).run(effort);
+    sweep(orders, effort);
   }
   orders.commit();
 }

@@ -6,10 +6,27 @@
 
 namespace quillan::vorn_layered {
 
+namespace {
+
+// Ranks of the ids by code point, by slot. Those of a layer compare; so do those of one node's
+// successors, which stand in one layer if the graph is regular.
+std::span<const std::int32_t> id_ranks(const LayerOrders& orders) {
+  Arena& scratch = orders.graph().scratch;
+  if (!orders.is_regular()) return rank_ids(orders.slots().nodes, scratch);
+  const std::span<std::int32_t> ranks = scratch.raw_array<std::int32_t>(orders.slot_count());
+  for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {
+    std::int32_t rank = 0;
+    for (const std::int32_t slot : orders.by_id(layer)) ranks[slot] = rank++;
+  }
+  return ranks;
+}
+
+}  // namespace
+
 void _seed_dfs(LayerOrders& orders) {
   Arena& scratch = orders.graph().scratch;
-  const std::span<const std::int32_t> rank = orders.id_ranks();
   const Arena::Frame frame(scratch);
+  const std::span<const std::int32_t> rank = id_ranks(orders);
   const std::span<bool> visited = scratch.array<bool>(orders.slot_count(), false);
   const std::span<std::int32_t> ordered = scratch.raw_array<std::int32_t>(orders.slot_count());
   // Nodes are visited in ascending number, so appending each to its layer sorts the layers.
@@ -19,7 +36,9 @@ void _seed_dfs(LayerOrders& orders) {
   }
   // Segments that skip layers are followed too, and then those of the orders are not enough.
   const bool regular = orders.is_regular();
-  const EdgeEnds ends = regular ? EdgeEnds{} : orders.slots().ends_of_edges(orders.graph());
+  LGraph& graph = orders.graph();
+  const EdgeEnds ends =
+      regular ? EdgeEnds{} : LayerSlots::ends_of_edges(graph, orders.slots().by_position(graph));
   const Grouped leaving =
       regular ? Grouped{} : group_by(ends.sources, orders.slot_count(), scratch);
   std::vector<std::int32_t> stack;
@@ -63,7 +82,8 @@ void _seed_interactive(LayerOrders& orders) {
     double along;
   };
   const LGraph& graph = orders.graph();
-  const std::span<const std::int32_t> rank = orders.id_ranks();
+  const Arena::Frame frame(orders.graph().scratch);
+  const std::span<const std::int32_t> rank = id_ranks(orders);
   std::vector<Seen> seen;
   std::vector<std::int32_t> ordered;
   for (std::int32_t layer = 0; layer < orders.layer_count(); ++layer) {

@@ -7,7 +7,7 @@
 //
 // Example:
 //   const LayerSlots slots(graph);
-//   const EdgeEnds ends = slots.ends_of_edges(graph);
+//   const EdgeEnds ends = slots.ends_of_edges(graph, slots.by_position(graph));
 //   if (slots.joins_neighbours(ends.sources[i], ends.targets[i])) ...
 
 #ifndef QUILLAN_CORE_GRAPH_LAYER_SLOTS_HPP_
@@ -34,12 +34,14 @@ struct LayerSlots {
   [[nodiscard]] bool joins_neighbours(std::int32_t upper, std::int32_t lower) const {
     return layer_of[upper] + 1 == layer_of[lower];
   }
-  // The ends of all edges as slots. Throws LookupFault for an end outside the graph.
-  [[nodiscard]] EdgeEnds ends_of_edges(LGraph& graph) const;
+  // The slot of every node in LGraph::nodes, by position. In the open frame of `graph.scratch`.
+  [[nodiscard]] std::span<const std::int32_t> by_position(LGraph& graph) const;
+  // The ends of all edges as slots, by what by_position() returns. Throws LookupFault for an end
+  // outside the graph.
+  [[nodiscard]] static EdgeEnds ends_of_edges(LGraph& graph, std::span<const std::int32_t> slot_of);
 
   std::span<LNode* const> nodes;     // by slot; those of LGraph::layers if that has all nodes
   std::span<std::int32_t> layer_of;  // by slot
-  std::span<std::int32_t> slot_of;   // by LNode::position
 };
 
 }  // namespace quillan::vorn_layered

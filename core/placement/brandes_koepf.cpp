@@ -14,6 +14,7 @@ namespace quillan::vorn_layered {
 AlignmentGraph::AlignmentGraph(LGraph& laid_out)
     : graph(laid_out),
       slots(laid_out),
+      slot_of(slots.by_position(laid_out)),
       separation(graph.scratch.array<double>(slots.count(), 0.0)),
       // A node that no layer holds is linked to nothing and kept from nothing.
       opens_layer(graph.scratch.array<bool>(slots.count(), true)),
@@ -42,7 +43,7 @@ void AlignmentGraph::collect_links() {
   const std::span<Link> below_links = scratch.raw_array<Link>(most);
 
   const Arena::Frame frame(scratch);
-  const EdgeEnds ends = slots.ends_of_edges(graph);
+  const EdgeEnds ends = LayerSlots::ends_of_edges(graph, slot_of);
   const std::span<std::int32_t> uppers = scratch.raw_array<std::int32_t>(most);
   for (std::size_t i = 0; i < most; ++i) {
     const std::int32_t source = ends.sources[i];
@@ -108,8 +109,8 @@ std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers) {
   return marked;
 }
 
-std::span<const std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward,
-                                            bool leftward, std::span<const bool> marked) {
+std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward,
+                                      std::span<const bool> marked) {
   const Layers& lists = layers.graph.layers;
   const std::span<std::int32_t> root =
       layers.graph.scratch.raw_array<std::int32_t>(layers.slots.count());
@@ -142,20 +143,17 @@ std::span<const std::int32_t> _align_blocks(const AlignmentGraph& layers, bool d
   return root;
 }
 
-BlockConstraints _blocks_from_root(const AlignmentGraph& layers,
-                                   std::span<const std::int32_t> root) {
+BlockConstraints _blocks_from_root(const AlignmentGraph& layers, std::span<std::int32_t> root) {
   Arena& scratch = layers.graph.scratch;
-  const std::span<std::int32_t> block_of = scratch.raw_array<std::int32_t>(layers.slots.count());
   const Arena::Frame frame(scratch);
   const std::span<std::int32_t> number = scratch.array<std::int32_t>(layers.slots.count(), -1);
   std::int32_t count = 0;
-  for (std::int32_t position = 0; position < layers.slots.count(); ++position) {
-    const std::int32_t slot = layers.slots.slot_of[position];
+  for (const std::int32_t slot : layers.slot_of) {
     std::int32_t& block = number[root[slot]];
     if (block < 0) block = count++;
-    block_of[slot] = block;
+    root[slot] = block;
   }
-  return {count, block_of, layers.separation, layers.opens_layer};
+  return {count, root, layers.separation, layers.opens_layer};
 }
 
 void _place_brandes_kopf_y(LGraph& graph) {
@@ -163,26 +161,28 @@ void _place_brandes_kopf_y(LGraph& graph) {
   const Arena::Frame frame(scratch);
   const AlignmentGraph layers(graph);
   const std::span<const bool> marked = _mark_type1_conflicts(layers);
-  std::array<std::span<double>, 4> candidates;  // by slot
+  // What an alignment says of a slot is the center of its block.
+  struct Candidate {
+    std::span<const std::int32_t> block_of;
+    std::span<const double> centers;
+  };
+  std::array<Candidate, 4> candidates;
   std::size_t alignment = 0;
   for (const bool downward : {true, false}) {
     for (const bool leftward : {true, false}) {
-      const std::span<double> values = scratch.raw_array<double>(layers.slots.count());
-      candidates[alignment++] = values;
-      const Arena::Frame inner(scratch);
       const BlockConstraints blocks =
           _blocks_from_root(layers, _align_blocks(layers, downward, leftward, marked));
       const std::span<double> centers = scratch.raw_array<double>(blocks.block_count);
       _compact_blocks(blocks, centers, scratch);
-      for (std::int32_t slot = 0; slot < layers.slots.count(); ++slot) {
-        values[slot] = centers[blocks.block_of[slot]];
-      }
+      candidates[alignment++] = {blocks.block_of, centers};
     }
   }
   for (LNode* node : graph.nodes) {
-    const std::int32_t slot = layers.slots.slot_of[node->position];
-    std::array<double, 4> coords = {candidates[0][slot], candidates[1][slot], candidates[2][slot],
-                                    candidates[3][slot]};
+    const std::int32_t slot = layers.slot_of[node->position];
+    std::array<double, 4> coords{};
+    for (std::size_t i = 0; i < coords.size(); ++i) {
+      coords[i] = candidates[i].centers[candidates[i].block_of[slot]];
+    }
     std::sort(coords.begin(), coords.end());
     node->y = (coords[1] + coords[2]) / 2.0 - node->height() / 2.0;
   }

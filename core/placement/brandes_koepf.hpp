@@ -36,6 +36,7 @@ class AlignmentGraph {
 
   LGraph& graph;
   LayerSlots slots;
+  std::span<const std::int32_t> slot_of;  // by LNode::position
   std::int32_t segment_count = 0;
   std::span<double> separation;  // from the center of the slot before
   std::span<bool> opens_layer;
@@ -54,12 +55,12 @@ std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers);
 // One of the four alignments: by slot, the slot at the root of its block. `downward` links nodes to
 // the layer before, in ascending layers; `leftward` visits a layer from its first node on and
 // prefers the lower of two medians. Linear.
-std::span<const std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward,
-                                            bool leftward, std::span<const bool> marked);
+std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward,
+                                      std::span<const bool> marked);
 
-// Numbers the blocks in the order of their first node in LGraph::nodes. Linear.
-BlockConstraints _blocks_from_root(const AlignmentGraph& layers,
-                                   std::span<const std::int32_t> root);
+// Numbers the blocks in the order of their first node in LGraph::nodes, and puts the number of each
+// slot's block in place of its root. Linear.
+BlockConstraints _blocks_from_root(const AlignmentGraph& layers, std::span<std::int32_t> root);
 
 }  // namespace quillan::vorn_layered
 

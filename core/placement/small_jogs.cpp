@@ -25,6 +25,7 @@ class Blocks {
       : graph_(graph),
         maps_(maps),
         slots_(graph),
+        slot_of_(slots_.by_position(graph)),
         next_(graph.nodes.size()),
         block_(graph.nodes.size()) {
     std::iota(next_.begin(), next_.end(), 0);
@@ -111,7 +112,7 @@ class Blocks {
   // The next node of the layer in the direction of a move. It goes by `layers`: what a node of a
   // graph made by hand says of its layer need not be so.
   [[nodiscard]] const LNode* neighbour(const LNode& node, double delta) const {
-    const std::int32_t slot = slots_.slot_of[node.position];
+    const std::int32_t slot = slot_of_[node.position];
     const std::int32_t next = slot + (delta > 0.0 ? 1 : -1);
     const bool exists = next >= 0 && next < slots_.count() && slots_.layer_of[slot] >= 0 &&
                         slots_.layer_of[next] == slots_.layer_of[slot];
@@ -142,11 +143,12 @@ class Blocks {
   LGraph& graph_;
   const IncidentMaps& maps_;
   const LayerSlots slots_;
-  std::vector<std::int32_t> next_;    // by node: the next of its block, round and round
-  std::vector<std::int32_t> block_;   // by node: a node of its block that stands for it
-  std::vector<std::int32_t> sizes_;   // by block
-  std::vector<std::int32_t> stamps_;  // by block: the last move of which it was a part
-  std::vector<std::int32_t> moving_;  // nodes
+  const std::span<const std::int32_t> slot_of_;  // by LNode::position
+  std::vector<std::int32_t> next_;               // by node: the next of its block, round and round
+  std::vector<std::int32_t> block_;              // by node: a node of its block that stands for it
+  std::vector<std::int32_t> sizes_;              // by block
+  std::vector<std::int32_t> stamps_;             // by block: the last move of which it was a part
+  std::vector<std::int32_t> moving_;             // nodes
   std::int32_t stamp_ = 0;
   double top_ = std::numeric_limits<double>::infinity();
 };

@@ -19,7 +19,8 @@ namespace {
 // additions do not wait for one another.
 class Widening {
  public:
-  explicit Widening(LGraph& graph) : graph_(graph), places_(graph.layers.flat().size()) {}
+  explicit Widening(LGraph& graph)
+      : graph_(graph), places_(graph.scratch.raw_array<std::int32_t>(graph.layers.flat().size())) {}
 
   // Gives layer `index` all widenings so far. Called with ascending indices.
   void catch_up(std::int32_t index) {
@@ -61,18 +62,18 @@ class Widening {
   }
 
   // A few of the last values are enough to find most that stand in the layer already.
-  std::size_t find_or_add(double x, std::size_t first) {
+  std::int32_t find_or_add(double x, std::size_t first) {
     const std::size_t end = values_.size();
     const std::size_t begin = end - first > kLookBack ? end - kLookBack : first;
     for (std::size_t i = end; i-- > begin;) {
-      if (values_[i] == x) return i;
+      if (values_[i] == x) return static_cast<std::int32_t>(i);
     }
     values_.push_back(x);
-    return end;
+    return static_cast<std::int32_t>(end);
   }
 
   LGraph& graph_;
-  std::vector<std::size_t> places_;  // by slot: index into values_
+  std::span<std::int32_t> places_;   // by slot: index into values_
   std::vector<double> values_;       // different x of the block, layer by layer
   std::vector<std::size_t> firsts_;  // by layer of the block: its first value
   std::vector<double> deltas_;

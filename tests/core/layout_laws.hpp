@@ -52,7 +52,7 @@ inline std::int64_t seed_crossings(LGraph& graph) {
   if (graph.layers.size() > 1 && graph.options.crossing_strategy != "NONE") {
     const Arena::Frame frame(graph.scratch);
     LayerOrders orders(graph);
-    orders.rank_ids();
+    orders.sort_ids();
     const bool interactive = graph.options.crossing_strategy == "INTERACTIVE";
     if (interactive && _has_usable_positions(graph)) {
       _seed_interactive(orders);

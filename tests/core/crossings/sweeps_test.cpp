@@ -209,7 +209,7 @@ TEST(Sweeps, OneLayerEqualsFullScans) {
     const Naive naive(graph);
     ASSERT_EQ(count_crossings(graph), naive.crossings()) << "round " << round;
     LayerOrders orders(graph);
-    orders.rank_ids();
+    orders.sort_ids();
     const std::int32_t layer = random.below(graph.layers.size());
     orders.refresh_keys(layer, FixedLayer::UPPER);
     orders.refresh_keys(layer, FixedLayer::LOWER);
