@@ -64,6 +64,7 @@ void run_phases(LGraph& graph) {
   break_cycles(graph);
   assign_layers(graph);
   reduce_crossings(graph);
+  graph.scratch.shrink();  // here the two phases that need most meet
   place_nodes(graph);
   route_edges(graph);
 }
@@ -78,7 +79,7 @@ LayoutResult layout(const Payload& payload, const Components& components,
   for (std::int32_t component = 0; component < components.size(); ++component) {
     LGraph& graph = graphs.build(component);
     run_phases(graph);
-    graph.scratch.shrink();  // the routes of a large graph need room as well
+    graph.scratch.shrink();  // the routes need room as well
     packing.append(graph, result);
   }
   return result;

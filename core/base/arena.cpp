@@ -56,7 +56,14 @@ void* Arena::allocate_in_next_block(std::size_t size) {
 
 void Arena::shrink() {
   clear();
-  if (blocks_.size() > 1) drop_blocks(1);
+  std::size_t kept = 0;
+  std::size_t bytes = 0;
+  for (; kept < blocks_.size(); ++kept) {
+    bytes += blocks_[kept].bytes.size();
+    if (bytes > kLargestGrowth) break;
+  }
+  drop_blocks(kept);
+  rewind(0, 0);
 }
 
 void Arena::drop_blocks(std::size_t from) {

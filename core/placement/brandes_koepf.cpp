@@ -17,8 +17,7 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
       slot_of(slots.by_position(laid_out)),
       separation(graph.scratch.array<double>(slots.count(), 0.0)),
       // A node that no layer holds is linked to nothing and kept from nothing.
-      opens_layer(graph.scratch.array<bool>(slots.count(), true)),
-      inner_source(graph.scratch.array<std::int32_t>(slots.count(), -1)) {
+      opens_layer(graph.scratch.array<bool>(slots.count(), true)) {
   collect_links();
   for (std::int32_t layer = 0; layer < graph.layers.size(); ++layer) {
     for (const std::int32_t slot : graph.layers.slots(layer)) {
@@ -38,11 +37,14 @@ void AlignmentGraph::collect_links() {
   Arena& scratch = graph.scratch;
   const std::size_t most = graph.edges.size();
   const std::span<std::int32_t> starts = scratch.raw_array<std::int32_t>(slots.count() + 1);
-  const std::span<Link> above_links = scratch.raw_array<Link>(most);
+  const std::span<std::int32_t> upper_ends = scratch.raw_array<std::int32_t>(most);
+  const std::span<std::int32_t> lower_ends = scratch.raw_array<std::int32_t>(most);
   const std::span<std::int32_t> upper_starts = scratch.raw_array<std::int32_t>(slots.count() + 1);
-  const std::span<Link> below_links = scratch.raw_array<Link>(most);
+  const std::span<std::int32_t> by_upper = scratch.raw_array<std::int32_t>(most);
+  marked = scratch.array<bool>(most, false);
 
   const Arena::Frame frame(scratch);
+  const std::span<std::int32_t> inner_source = scratch.array<std::int32_t>(slots.count(), -1);
   const EdgeEnds ends = LayerSlots::ends_of_edges(graph, slot_of);
   const std::span<std::int32_t> uppers = scratch.raw_array<std::int32_t>(most);
   for (std::size_t i = 0; i < most; ++i) {
@@ -62,31 +64,26 @@ void AlignmentGraph::collect_links() {
   const Grouped entering = group_by(lowers, slots.count(), scratch);
 
   // Parallel segments are neighbours in the list now: all but the first go.
-  const std::span<std::int32_t> lower_of = scratch.raw_array<std::int32_t>(entering.items.size());
+  std::int32_t count = 0;
   for (std::int32_t slot = 0; slot < slots.count(); ++slot) {
-    starts[slot] = segment_count;
+    starts[slot] = count;
     for (const std::int32_t item : entering[slot]) {
       const std::int32_t source = ends.sources[leaving.items[item]];
-      if (segment_count > starts[slot] && above_links[segment_count - 1].slot == source) continue;
-      above_links[segment_count] = {source, segment_count};
-      lower_of[segment_count++] = slot;
+      if (count > starts[slot] && upper_ends[count - 1] == source) continue;
+      upper_ends[count] = source;
+      lower_ends[count++] = slot;
     }
   }
-  starts.back() = segment_count;
-  above_ = {starts, above_links.first(segment_count)};
-
-  const std::span<std::int32_t> upper_of = uppers.first(segment_count);
-  for (std::int32_t i = 0; i < segment_count; ++i) upper_of[i] = above_links[i].slot;
-  const Grouped by_upper = group_by(upper_of, upper_starts, lowers);
-  for (std::int32_t i = 0; i < segment_count; ++i) {
-    below_links[i] = {lower_of[by_upper.items[i]], by_upper.items[i]};
-  }
-  below_ = {upper_starts, below_links.first(segment_count)};
+  starts.back() = count;
+  above_ = {starts, upper_ends.first(count)};
+  below_ = group_by(above_.items, upper_starts, by_upper);
+  lower_of_ = lower_ends.first(count);
+  _mark_type1_conflicts(*this, inner_source, marked);
 }
 
-std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers) {
+void _mark_type1_conflicts(const AlignmentGraph& layers, std::span<const std::int32_t> inner_source,
+                           std::span<bool> marked) {
   const Layers& lists = layers.graph.layers;
-  const std::span<bool> marked = layers.graph.scratch.array<bool>(layers.segment_count, false);
   for (std::int32_t index = 1; index < lists.size(); ++index) {
     const std::int32_t upper_first = lists.start(index - 1);
     const std::int32_t upper_end = lists.start(index);
@@ -94,23 +91,22 @@ std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers) {
     std::int32_t k0 = upper_first;
     std::int32_t scan = upper_end;
     for (std::int32_t slot = upper_end; slot < end; ++slot) {
-      const std::int32_t inner = layers.inner_source[slot];
+      const std::int32_t inner = inner_source[slot];
       if (inner < 0 && slot + 1 < end) continue;
       const bool inner_above = inner >= upper_first && inner < upper_end;
       const std::int32_t k1 = inner_above ? inner : upper_end - 1;
       for (; scan <= slot; ++scan) {
-        for (const AlignmentGraph::Link& link : layers.above(scan)) {
+        for (std::int32_t i = 0; i < layers.above_count(scan); ++i) {
+          const AlignmentGraph::Link link = layers.above(scan, i);
           if (link.slot < k0 || link.slot > k1) marked[link.segment] = true;
         }
       }
       k0 = k1;
     }
   }
-  return marked;
 }
 
-std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward,
-                                      std::span<const bool> marked) {
+std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward) {
   const Layers& lists = layers.graph.layers;
   const std::span<std::int32_t> root =
       layers.graph.scratch.raw_array<std::int32_t>(layers.slots.count());
@@ -123,16 +119,17 @@ std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downwar
     std::int32_t reached = leftward ? -1 : layers.slots.count();
     for (std::int32_t i = 0; i < count; ++i) {
       const std::int32_t slot = leftward ? first + i : first + count - 1 - i;
-      const std::span<const AlignmentGraph::Link> neighbours =
-          downward ? layers.above(slot) : layers.below(slot);
-      if (neighbours.empty()) continue;
-      std::size_t median = neighbours.size() / 2;
-      std::size_t other = median;
-      if (neighbours.size() % 2 == 0) (leftward ? median : other) -= 1;
-      for (const std::size_t choice : {median, other}) {
-        const AlignmentGraph::Link& link = neighbours[choice];
+      const std::int32_t neighbours =
+          downward ? layers.above_count(slot) : layers.below_count(slot);
+      if (neighbours == 0) continue;
+      std::int32_t median = neighbours / 2;
+      std::int32_t other = median;
+      if (neighbours % 2 == 0) (leftward ? median : other) -= 1;
+      for (const std::int32_t choice : {median, other}) {
+        const AlignmentGraph::Link link =
+            downward ? layers.above(slot, choice) : layers.below(slot, choice);
         const bool allowed = leftward ? link.slot > reached : link.slot < reached;
-        if (!marked[link.segment] && allowed) {
+        if (!layers.marked[link.segment] && allowed) {
           root[slot] = root[link.slot];
           reached = link.slot;
           break;
@@ -160,7 +157,6 @@ void _place_brandes_kopf_y(LGraph& graph) {
   Arena& scratch = graph.scratch;
   const Arena::Frame frame(scratch);
   const AlignmentGraph layers(graph);
-  const std::span<const bool> marked = _mark_type1_conflicts(layers);
   // What an alignment says of a slot is the center of its block.
   struct Candidate {
     std::span<const std::int32_t> block_of;
@@ -171,7 +167,7 @@ void _place_brandes_kopf_y(LGraph& graph) {
   for (const bool downward : {true, false}) {
     for (const bool leftward : {true, false}) {
       const BlockConstraints blocks =
-          _blocks_from_root(layers, _align_blocks(layers, downward, leftward, marked));
+          _blocks_from_root(layers, _align_blocks(layers, downward, leftward));
       const std::span<double> centers = scratch.raw_array<double>(blocks.block_count);
       _compact_blocks(blocks, centers, scratch);
       candidates[alignment++] = {blocks.block_of, centers};

@@ -31,32 +31,44 @@ class AlignmentGraph {
     std::int32_t segment;
   };
 
-  [[nodiscard]] std::span<const Link> above(std::int32_t slot) const { return above_[slot]; }
-  [[nodiscard]] std::span<const Link> below(std::int32_t slot) const { return below_[slot]; }
+  // The neighbours of a slot on one side, ascending by slot.
+  [[nodiscard]] std::int32_t above_count(std::int32_t slot) const { return above_.size_of(slot); }
+  [[nodiscard]] Link above(std::int32_t slot, std::int32_t i) const {
+    const std::int32_t segment = above_.starts[slot] + i;
+    return {above_.items[segment], segment};
+  }
+  [[nodiscard]] std::int32_t below_count(std::int32_t slot) const { return below_.size_of(slot); }
+  [[nodiscard]] Link below(std::int32_t slot, std::int32_t i) const {
+    const std::int32_t segment = below_[slot][i];
+    return {lower_of_[segment], segment};
+  }
 
   LGraph& graph;
   LayerSlots slots;
   std::span<const std::int32_t> slot_of;  // by LNode::position
-  std::int32_t segment_count = 0;
-  std::span<double> separation;  // from the center of the slot before
+  std::span<double> separation;           // from the center of the slot before
   std::span<bool> opens_layer;
-  std::span<std::int32_t> inner_source;  // slot of the dummy at the other end of the first inner
-                                         // segment into this dummy; -1 for none
+  std::span<bool> marked;  // by segment, see _mark_type1_conflicts()
+
  private:
   void collect_links();
 
-  GroupsOf<const Link> above_;  // each list ascending by slot
-  GroupsOf<const Link> below_;
+  // Segments are numbered by their lower slot, then by the upper one.
+  Grouped above_;                           // by slot: the upper ends of its segments
+  Grouped below_;                           // by slot: the numbers of its segments
+  std::span<const std::int32_t> lower_of_;  // by segment
 };
 
-// By segment: whether it crosses an inner segment, one with a dummy at both ends. Linear.
-std::span<const bool> _mark_type1_conflicts(const AlignmentGraph& layers);
+// Marks the segments that cross an inner segment, one with a dummy at both ends. `inner_source`
+// holds, for every slot of a dummy, the slot of the dummy at the other end of the first inner
+// segment into it; -1 for all other slots. REQUIRES: nothing is marked. Linear.
+void _mark_type1_conflicts(const AlignmentGraph& layers, std::span<const std::int32_t> inner_source,
+                           std::span<bool> marked);
 
 // One of the four alignments: by slot, the slot at the root of its block. `downward` links nodes to
 // the layer before, in ascending layers; `leftward` visits a layer from its first node on and
 // prefers the lower of two medians. Linear.
-std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward,
-                                      std::span<const bool> marked);
+std::span<std::int32_t> _align_blocks(const AlignmentGraph& layers, bool downward, bool leftward);
 
 // Numbers the blocks in the order of their first node in LGraph::nodes, and puts the number of each
 // slot's block in place of its root. Linear.

@@ -160,11 +160,10 @@ int alignment_fallbacks(Grid grid) {
     fill_layered(graph, random, shape);
     if (random.chance(70)) reduce_crossings(graph);
     const AlignmentGraph layers(graph);
-    const std::span<const bool> marked = _mark_type1_conflicts(layers);
     for (const bool downward : {true, false}) {
       for (const bool leftward : {true, false}) {
         const BlockConstraints blocks =
-            _blocks_from_root(layers, _align_blocks(layers, downward, leftward, marked));
+            _blocks_from_root(layers, _align_blocks(layers, downward, leftward));
         count += check(blocks, graph.scratch);
       }
     }
