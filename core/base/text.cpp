@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <vector>
 
 namespace quillan::vorn_layered {
 
@@ -54,8 +55,9 @@ class Pieces {
     return length;
   }
 
-  // As std::string_view::compare(), without writing anything.
-  [[nodiscard]] int compare(const Pieces& other) const {
+  // As std::string_view::compare(), without writing anything. `equal` bytes at the beginning are
+  // not looked at.
+  [[nodiscard]] int compare(const Pieces& other, std::size_t equal) const {
     std::size_t i = 0;
     std::size_t j = 0;
     std::string_view a = parts_[0];
@@ -65,7 +67,10 @@ class Pieces {
       while (b.empty() && j + 1 < parts_.size()) b = other.parts_[++j];
       if (a.empty() || b.empty()) return static_cast<int>(b.empty()) - static_cast<int>(a.empty());
       const std::size_t count = std::min(a.size(), b.size());
-      const int order = a.data() == b.data() ? 0 : a.substr(0, count).compare(b.substr(0, count));
+      const std::size_t skipped = std::min(count, equal);
+      equal -= skipped;
+      const std::size_t read = a.data() == b.data() ? 0 : count - skipped;
+      const int order = a.substr(skipped, read).compare(b.substr(skipped, read));
       if (order != 0) return order;
       a.remove_prefix(count);
       b.remove_prefix(count);
@@ -79,7 +84,7 @@ class Pieces {
 
 // Of a text no more than this is written out to be sorted. An id may be long, and the base of one
 // in every layer.
-constexpr std::size_t kMostWritten = 256;
+constexpr std::size_t kMostWritten = SourceOrder::LONG;
 
 // A text to be sorted: its first eight bytes behind the common prefix as a big-endian integer, so
 // that most comparisons are one integer comparison.
@@ -130,17 +135,49 @@ std::string Text::str() const {
   return out;
 }
 
-int compare(const Text& a, const Text& b) {
+int compare(const Text& a, const Text& b, std::size_t equal) {
   if (a.is_plain() && b.is_plain()) {
     if (a.source() == b.source()) return 0;
     const std::string_view left = a.source() ? a.source()->bytes : std::string_view();
     const std::string_view right = b.source() ? b.source()->bytes : std::string_view();
     return left.compare(right);
   }
-  return Pieces(a.source_, a.form_, a.number_).compare({b.source_, b.form_, b.number_});
+  return Pieces(a.source_, a.form_, a.number_).compare({b.source_, b.form_, b.number_}, equal);
 }
 
-void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch) {
+SourceOrder::SourceOrder(std::span<const TextSource*> sources) {
+  std::sort(sources.begin(), sources.end(),
+            [](const TextSource* a, const TextSource* b) { return a->bytes < b->bytes; });
+  std::vector<std::int32_t>
+      open;  // those whose last place is not known, each begins with the one before
+  std::vector<std::int32_t> last(sources.size());
+  const std::int32_t count = static_cast<std::int32_t>(sources.size());
+  for (std::int32_t at = 0; at < count; ++at) {
+    while (!open.empty() && !sources[at]->bytes.starts_with(sources[open.back()]->bytes)) {
+      last[open.back()] = at - 1;
+      open.pop_back();
+    }
+    open.push_back(at);
+  }
+  for (const std::int32_t at : open) last[at] = count - 1;
+  for (std::int32_t at = 0; at < count; ++at) places_[sources[at]] = {at, last[at]};
+}
+
+int SourceOrder::compare(const Text& a, const Text& b) const {
+  const auto first = places_.find(a.source_);
+  const auto second = places_.find(b.source_);
+  if (a.form_ != b.form_ || first == places_.end() || second == places_.end()) {
+    return vorn_layered::compare(a, b);
+  }
+  if (first->second.at > second->second.at) return -compare(b, a);
+  if (first->second.last < second->second.at) return -1;
+  // The one source begins with the other, so that what stands behind this one decides.
+  const std::size_t before = kShapes[static_cast<std::size_t>(a.form_)].before.size();
+  return vorn_layered::compare(a, b, before + a.source_->bytes.size());
+}
+
+void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch,
+                const SourceOrder& known) {
   if (texts.size() == 1) rank[0] = 0;
   if (texts.size() < 2) return;
   const Arena::Frame frame(scratch);
@@ -163,10 +200,10 @@ void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena
     key.bytes.remove_prefix(shared);
     key.head = head_of(key.bytes);
   }
-  const auto before = [texts](const SortKey& a, const SortKey& b) {
+  const auto before = [&](const SortKey& a, const SortKey& b) {
     if (a.head != b.head) return a.head < b.head;
     int order = a.bytes.compare(b.bytes);
-    if (order == 0 && !a.whole && !b.whole) order = compare(texts[a.index], texts[b.index]);
+    if (order == 0 && !a.whole && !b.whole) order = known.compare(texts[a.index], texts[b.index]);
     return order != 0 ? order < 0 : a.index < b.index;
   };
   if (!std::is_sorted(keys.begin(), keys.end(), before))

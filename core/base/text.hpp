@@ -18,6 +18,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "core/base/arena.hpp"
 
@@ -40,6 +41,8 @@ enum class TextForm : std::uint8_t {
   kDummyOut,  // dummy:S#n:out
   kSegment,   // S:seg#n
 };
+
+class SourceOrder;
 
 class Text {
  public:
@@ -66,20 +69,46 @@ class Text {
   [[nodiscard]] std::size_t max_size() const;
 
  private:
-  friend int compare(const Text& a, const Text& b);
-  friend void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch);
+  friend class SourceOrder;
+  friend int compare(const Text& a, const Text& b, std::size_t equal);
+  friend void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch,
+                         const SourceOrder& known);
 
   const TextSource* source_ = nullptr;  // null: the empty text
   std::uint32_t number_ = 0;
   TextForm form_ = TextForm::kPlain;
 };
 
-// Negative, zero or positive as `a` is below, equal to or above `b` by code point.
-int compare(const Text& a, const Text& b);
+// Negative, zero or positive as `a` is below, equal to or above `b` by code point. `equal` bytes at
+// the beginning of both are known to be the same.
+int compare(const Text& a, const Text& b, std::size_t equal = 0);
+
+// The order of long sources, found once. A long edge has the caller's id in the id of every dummy:
+// whoever compares those layer by layer would read two long ids with one beginning in each of them.
+class SourceOrder {
+ public:
+  // Only sources longer than this are worth it.
+  static constexpr std::size_t LONG = 256;
+
+  SourceOrder() = default;
+  // Cost: n log n comparisons of sources.
+  explicit SourceOrder(std::span<const TextSource*> sources);
+
+  // As compare(). Constant for two texts of one form and known sources.
+  [[nodiscard]] int compare(const Text& a, const Text& b) const;
+
+ private:
+  struct Place {
+    std::int32_t at;    // in the order of all sources
+    std::int32_t last;  // the last place of a source that begins with this one
+  };
+  std::unordered_map<const TextSource*, Place> places_;
+};
 
 // Sets `rank[i]` to the place of `texts[i]` in code point order, from 0; equal texts stand in index
-// order. Cost: near-linear for texts that differ early; n log n comparisons at most.
-void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch);
+// order. Cost: near-linear for texts that differ early; n log n comparisons by `known` at most.
+void rank_texts(std::span<const Text> texts, std::span<std::int32_t> rank, Arena& scratch,
+                const SourceOrder& known);
 
 }  // namespace quillan::vorn_layered
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <vector>
 
 namespace quillan::vorn_layered {
 
@@ -11,14 +12,25 @@ namespace {
 constexpr int kPortShift = 32;
 constexpr std::int64_t kSegmentMask = (std::int64_t{1} << kPortShift) - 1;
 
+// The order of the long ids that dummies may be named after.
+SourceOrder order_of_long_ids(const LGraph& graph) {
+  std::vector<const TextSource*> sources;
+  for (const CallerEdge& edge : graph.caller_edges) {
+    const TextSource* source = edge.id.source();
+    if (source != nullptr && source->bytes.size() > SourceOrder::LONG) sources.push_back(source);
+  }
+  return SourceOrder(sources);
+}
+
 }  // namespace
 
-std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch) {
+std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch,
+                                       const SourceOrder& known) {
   const std::span<std::int32_t> rank = scratch.raw_array<std::int32_t>(nodes.size());
   const Arena::Frame frame(scratch);
   const std::span<Text> ids = scratch.raw_array<Text>(nodes.size());
   for (std::size_t i = 0; i < nodes.size(); ++i) ids[i] = nodes[i]->id;
-  rank_texts(ids, rank, scratch);
+  rank_texts(ids, rank, scratch, known);
   return rank;
 }
 
@@ -174,11 +186,13 @@ void LayerOrders::refresh_keys(std::int32_t layer, FixedLayer fixed) {
 void LayerOrders::sort_ids() {
   Arena& scratch = graph_.scratch;
   by_id_ = scratch.raw_array<std::int32_t>(slots_.nodes.size());
+  const SourceOrder known = order_of_long_ids(graph_);
   for (std::int32_t layer = 0; layer < layer_count(); ++layer) {
     const Arena::Frame frame(scratch);
     const std::int32_t first = first_slot(layer);
     const std::int32_t size = layer_size(layer);
-    const std::span<const std::int32_t> rank = rank_ids(slots_.nodes.subspan(first, size), scratch);
+    const std::span<const std::int32_t> rank =
+        rank_ids(slots_.nodes.subspan(first, size), scratch, known);
     for (std::int32_t i = 0; i < size; ++i) by_id_[first + rank[i]] = first + i;
   }
 }

@@ -47,7 +47,8 @@ void sort_few(std::span<Integer> values) {
 
 // Ranks of the nodes' ids by code point, by place in `nodes`; of equal ids, the first is the least.
 // In the open frame of `scratch`. n log n.
-std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch);
+std::span<const std::int32_t> rank_ids(std::span<const LNode* const> nodes, Arena& scratch,
+                                       const SourceOrder& known = {});
 
 class LayerOrders {
  public:

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <numeric>
 #include <set>
 #include <span>
 #include <string>
@@ -37,6 +38,22 @@ TEST(Arena, FrameGivesBackWhatItTookAndNothingElse) {
   EXPECT_EQ(std::count(outer.begin(), outer.end(), 7), 1000);
   EXPECT_EQ(arena.raw_array<std::size_t>(1).data(), first);
   EXPECT_THROW(arena.raw_array<double>(static_cast<std::size_t>(-1) / 8), std::bad_alloc);
+}
+
+TEST(Arena, ShrinksToItsFirstBlocksAndGoesOn) {
+  Arena arena;
+  for (int round = 0; round < 2; ++round) {
+    std::vector<std::span<std::int32_t>> arrays;
+    for (int i = 0; i < 5; ++i) arrays.push_back(arena.array<std::int32_t>(1U << 21U, i));
+    for (int i = 0; i < 5; ++i) ASSERT_EQ(arrays[i].back(), i);
+    arena.shrink();
+  }
+  Arena large;
+  static_cast<void>(
+      large.array<std::byte>(1U << 26U, std::byte{1}));  // its first block is too large
+  large.shrink();
+  large.shrink();
+  EXPECT_EQ(large.array<int>(3, 7)[2], 7);
 }
 
 TEST(Arena, BeginsInLentMemoryAndGoesOnInItsOwn) {
@@ -141,14 +158,21 @@ TEST(Text, RanksAndComparesByCodePoint) {
                          random.pick({TextForm::kPlain, TextForm::kDummy}),
                          static_cast<std::uint32_t>(random.below(11)));
     }
-    std::vector<std::int32_t> order = random.permutation(static_cast<std::int32_t>(texts.size()));
-    std::sort(order.begin(), order.end());
+    std::vector<const TextSource*> sources;
+    for (const Text& text : texts) {
+      if (random.chance(70)) sources.push_back(text.source());
+    }
+    const SourceOrder known(sources);
+    std::vector<std::int32_t> order(texts.size());
+    std::iota(order.begin(), order.end(), 0);
     std::stable_sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
-      EXPECT_EQ(compare(texts[a], texts[b]) < 0, texts[a].str() < texts[b].str());
-      return texts[a].str() < texts[b].str();
+      const bool before = texts[a].str() < texts[b].str();
+      EXPECT_EQ(compare(texts[a], texts[b]) < 0, before);
+      EXPECT_EQ(known.compare(texts[a], texts[b]) < 0, before);
+      return before;
     });
     std::vector<std::int32_t> rank(texts.size(), -1);
-    rank_texts(texts, rank, arena);
+    rank_texts(texts, rank, arena, known);
     for (std::size_t place = 0; place < order.size(); ++place) {
       ASSERT_EQ(rank[order[place]], static_cast<std::int32_t>(place)) << "round " << round;
     }
