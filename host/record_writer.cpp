@@ -74,7 +74,7 @@ class RecordWriter {
 
   // Lists the ports that import made at a node. `row` is the caller's.
   void add_ports(LNode* node, const Payload& payload, const NodeRow& row) {
-    const NodePorts ports = graph_.ports_of(*node);
+    const NodePorts ports = graph_.ports_of(node->position);
     for (const std::span<LPort> side : {ports.in, ports.out}) {
       for (LPort& port : side) make_port(SegmentEnd(&port), port_id(payload, row, port));
     }

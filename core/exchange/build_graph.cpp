@@ -36,11 +36,9 @@ Text default_edge_id(LGraph& graph, std::int32_t number) {
 
 void add_edge(const EdgeRow& row, std::int32_t number, const Component& component,
               TextIndex& caller_edges, LGraph& graph) {
-  LNode& source = *graph.nodes[component.place_of[row.source]];
-  LNode& target = *graph.nodes[component.place_of[row.target]];
   const Text id = row.id != nullptr ? Text(row.id) : default_edge_id(graph, number);
-  LPort* from = _pick_port(graph, source, row.source_port, PortSide::EAST);
-  LPort* to = _pick_port(graph, target, row.target_port, PortSide::WEST);
+  LPort* from = _pick_port(graph, component.place_of[row.source], row.source_port, PortSide::EAST);
+  LPort* to = _pick_port(graph, component.place_of[row.target], row.target_port, PortSide::WEST);
   // A repeated id takes over the entry of the earlier edge, which loses its chain.
   const std::int32_t next = static_cast<std::int32_t>(graph.caller_edges.size());
   const std::int32_t caller_edge = caller_edges.find_or_add(id.source()->bytes, next);
@@ -63,13 +61,16 @@ void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide 
   }
 }
 
-LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side) {
+// Most nodes have ports. Then the node itself is not looked at, which in a large graph is far away.
+LPort* _pick_port(LGraph& graph, std::int32_t position, std::int32_t index, PortSide side) {
   const bool out = side == PortSide::EAST;
-  const std::span<LPort> pool = out ? graph.ports_of(node).out : graph.ports_of(node).in;
+  const NodePorts ports = graph.ports_of(position);
+  const std::span<LPort> pool = out ? ports.out : ports.in;
   if (!pool.empty()) {
     const bool inside = index >= 0 && static_cast<std::size_t>(index) < pool.size();
     return &pool[inside ? static_cast<std::size_t>(index) : 0];
   }
+  LNode& node = *graph.nodes[position];
   LPort& port = graph.add_ports(node, side, 1)[0];
   port.offset = node.height() / 2.0;
   return &port;

@@ -23,9 +23,9 @@ void build_graph(const Payload& payload, const Component& component, LGraph& gra
 void _port_specs(const PortSpec& spec, std::span<const PortRow> ports, PortSide side, LGraph& graph,
                  LNode& node);
 
-// The port of `node` that an edge asking for `index` attaches to: the first one where there is none
-// of that index, and a centred one made on demand where the side has no ports.
-LPort* _pick_port(LGraph& graph, LNode& node, std::int32_t index, PortSide side);
+// The port of the node at `position` that an edge asking for `index` attaches to: the first one
+// where there is none of that index, and a centred one made on demand where the side has no ports.
+LPort* _pick_port(LGraph& graph, std::int32_t position, std::int32_t index, PortSide side);
 
 // The id of a port that import has made at `node`: the caller's, or one derived from the node's.
 Text port_id(const Payload& payload, const NodeRow& node, const LPort& port);

@@ -8,8 +8,8 @@
 //   LGraph graph;
 //   LNode* a = graph.add_node(graph.copy_text("a"), 140.0, 56.0);
 //   LNode* b = graph.add_node(graph.copy_text("b"), 140.0, 56.0);
-//   graph.add_edge(graph.copy_text("p"), _pick_port(graph, *a, 0, PortSide::EAST),
-//                  _pick_port(graph, *b, 0, PortSide::WEST));
+//   graph.add_edge(graph.copy_text("p"), _pick_port(graph, a->position, 0, PortSide::EAST),
+//                  _pick_port(graph, b->position, 0, PortSide::WEST));
 
 #ifndef QUILLAN_CORE_GRAPH_LGRAPH_HPP_
 #define QUILLAN_CORE_GRAPH_LGRAPH_HPP_
@@ -115,10 +115,10 @@ class LGraph {
   LNode* add_dummy(const Text& id, std::int32_t caller_edge, std::int32_t layer);
   // Room for `count` ports on one side of `node`, which had none there; fields are defaults.
   std::span<LPort> add_ports(LNode& node, PortSide side, std::int32_t count);
-  // What add_ports() has made at `node`, a node of the graph.
-  [[nodiscard]] NodePorts ports_of(const LNode& node) const {
-    const std::size_t position = static_cast<std::size_t>(node.position);
-    return position < ports.size() ? ports[position] : NodePorts();
+  // What add_ports() has made at the node at `position`.
+  [[nodiscard]] NodePorts ports_of(std::int32_t position) const {
+    const std::size_t index = static_cast<std::size_t>(position);
+    return index < ports.size() ? ports[index] : NodePorts();
   }
   // A caller's edge: appended to `edges`, with a chain of its own under `id`. One that is there
   // already under an equal id must be passed as `caller_edge`; its chain is replaced.

@@ -100,8 +100,8 @@ struct TestGraph : LGraph {
   }
   LEdge* put_edge(const TestEdge& link) {
     return add_edge(copy_text(numbered("e", static_cast<std::int32_t>(edges.size()))),
-                    _pick_port(*this, *nodes[link.source], link.source_port, PortSide::EAST),
-                    _pick_port(*this, *nodes[link.target], link.target_port, PortSide::WEST));
+                    _pick_port(*this, link.source, link.source_port, PortSide::EAST),
+                    _pick_port(*this, link.target, link.target_port, PortSide::WEST));
   }
 };
 
