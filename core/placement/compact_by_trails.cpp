@@ -11,8 +11,6 @@ namespace quillan::vorn_layered {
 
 namespace {
 
-constexpr std::size_t kLongest = 8;  // visits of a trail; with fewer, more is left to the sweeps
-
 // Where the last push on a block is not enough to tell its center, its last few pushes may be.
 //
 // The trail of a block holds the last values that it had when a sweep visited it, and with which it
@@ -27,8 +25,10 @@ constexpr std::size_t kLongest = 8;  // visits of a trail; with fewer, more is l
 // push that may come at any moment.
 class Trails {
  public:
-  Trails(const BlockConstraints& constraints, std::span<double> centers, Arena& scratch)
+  Trails(const BlockConstraints& constraints, std::size_t longest, std::span<double> centers,
+         Arena& scratch)
       : constraints_(constraints),
+        longest_(longest),
         centers_(centers),
         scratch_(scratch),
         members_(group_by(constraints.block_of, constraints.block_count, scratch)),
@@ -135,16 +135,17 @@ class Trails {
 
   void keep(std::int32_t block, std::size_t first, double before) {
     const std::size_t count = visits_.size() - first;
-    if (count > kLongest) {
-      before = visits_[visits_.size() - kLongest - 1].value;
+    if (count > longest_) {
+      before = visits_[visits_.size() - longest_ - 1].value;
       const std::span<Visit> all(visits_);
-      std::ranges::copy(all.last(kLongest), all.begin() + static_cast<std::ptrdiff_t>(first));
-      visits_.resize(first + kLongest);
+      std::ranges::copy(all.last(longest_), all.begin() + static_cast<std::ptrdiff_t>(first));
+      visits_.resize(first + longest_);
     }
-    trails_[block] = {before, first, std::min(count, kLongest)};
+    trails_[block] = {before, first, std::min(count, longest_)};
   }
 
   const BlockConstraints& constraints_;
+  std::size_t longest_;  // visits of a trail
   std::span<double> centers_;
   Arena& scratch_;
   Grouped members_;  // slots of each block, ascending
@@ -157,8 +158,13 @@ class Trails {
 
 bool compact_by_trails(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch) {
-  const Arena::Frame frame(scratch);
-  return Trails(constraints, centers, scratch).run();
+  // Short trails are enough for nearly all graphs. Many separations of up to a hundred tolerances
+  // need longer ones, and of up to ten, ones that are no cheaper than the sweeps.
+  for (const std::size_t longest : {8, 32}) {
+    const Arena::Frame frame(scratch);
+    if (Trails(constraints, longest, centers, scratch).run()) return true;
+  }
+  return false;
 }
 
 }  // namespace quillan::vorn_layered
