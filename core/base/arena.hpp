@@ -74,9 +74,9 @@ class Arena {
   // Gives back everything; the blocks stay for the next use.
   void clear() { rewind(0, 0); }
 
-  // Gives back everything, and to the system all blocks but the first ones of 32 MiB together. Where
-  // two users of much memory follow one another, the second need not find a use for blocks that
-  // were made to the measure of the first.
+  // Gives back everything, and to the system all blocks but the first ones of 32 MiB together.
+  // Where two users of much memory follow one another, the second need not find a use for blocks
+  // that were made to the measure of the first.
   void shrink();
 
   // Has the arena begin in `memory`, aligned for every fundamental type, before it makes blocks of

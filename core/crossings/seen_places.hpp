@@ -34,9 +34,9 @@ class SeenPlaces {
   // A caller's edge, or what is left of one in a graph made by hand.
   struct Wire {
     SegmentEnd source;
-    SegmentEnd target;   // null where the wire ends in a dummy
-    std::int32_t first;  // in `dummies_`, of its dummies along the flow
-    std::int32_t count;
+    SegmentEnd target;       // null where the wire ends in a dummy
+    std::int32_t first = 0;  // in `dummies_`, of its dummies along the flow
+    std::int32_t count = 0;
   };
 
   [[nodiscard]] double place(SegmentEnd end) const { return place(*end.node()) + end.offset(); }

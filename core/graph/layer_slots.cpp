@@ -22,7 +22,8 @@ LayerSlots::LayerSlots(LGraph& graph) {
   const Arena::Frame frame(graph.scratch);
   const std::span<const std::int32_t> slot_of = by_position(graph);
   const auto in_no_layer = [&](const LNode* node) { return slot_of[node->position] < 0; };
-  std::copy_if(graph.nodes.begin(), graph.nodes.end(), all.begin() + layered.size(), in_no_layer);
+  std::copy_if(graph.nodes.begin(), graph.nodes.end(), all.subspan(layered.size()).begin(),
+               in_no_layer);
   nodes = all;
 }
 

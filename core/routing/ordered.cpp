@@ -89,8 +89,9 @@ class OrderedRouter {
     std::sort(ends_.begin(), ends_.end(), [](const End& a, const End& b) {
       const int order = compare_reals(a.height, b.height);
       if (order != 0) return order < 0;
-      const auto by_port = port_order(a.root) <=> port_order(b.root);
-      return by_port != 0 ? by_port < 0 : a.wire < b.wire;
+      const auto a_port = port_order(a.root);
+      const auto b_port = port_order(b.root);
+      return a_port != b_port ? a_port < b_port : a.wire < b.wire;
     });
     std::int32_t count = 0;
     for (std::size_t i = 0; i < ends_.size(); ++i) {

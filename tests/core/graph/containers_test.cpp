@@ -43,8 +43,8 @@ TEST(Arena, FrameGivesBackWhatItTookAndNothingElse) {
 TEST(Arena, ShrinksToItsFirstBlocksAndGoesOn) {
   Arena arena;
   for (int round = 0; round < 2; ++round) {
-    std::vector<std::span<std::int32_t>> arrays;
-    for (int i = 0; i < 5; ++i) arrays.push_back(arena.array<std::int32_t>(1U << 21U, i));
+    std::array<std::span<std::int32_t>, 5> arrays;
+    for (int i = 0; i < 5; ++i) arrays[i] = arena.array<std::int32_t>(1U << 21U, i);
     for (int i = 0; i < 5; ++i) ASSERT_EQ(arrays[i].back(), i);
     arena.shrink();
   }
