@@ -90,11 +90,14 @@ struct LPort {
 // Takes no more than a pointer, in whose low bits it keeps what is pointed to.
 class SegmentEnd {
  public:
+  // Not an end; equal to nullptr.
   SegmentEnd() = default;
+  // An end at a port.
   SegmentEnd(LPort* port) : at_(reinterpret_cast<std::byte*>(port)) {}
-  // An end at the WEST side of a dummy of phase 2, where a segment arrives.
+  // An end at the WEST side of a dummy of phase 2, where a segment arrives. REQUIRES: the dummy is
+  // no GivenNode.
   static SegmentEnd into(LNode* dummy) { return SegmentEnd(dummy, kInto); }
-  // An end at its EAST side, where a segment leaves.
+  // The same for its EAST side, where a segment leaves.
   static SegmentEnd out_of(LNode* dummy) { return SegmentEnd(dummy, kOutOf); }
 
   bool operator==(const SegmentEnd&) const = default;

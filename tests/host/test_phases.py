@@ -111,8 +111,11 @@ class HandMade(unittest.TestCase):
         engine.place_nodes(odd)
         odd.options = LayoutOptions()
         engine.route_edges(odd)
-        odd.edges, odd.layers = [wire("aa", node, node)], None
-        odd.edges[0].bend_points = odd.options.edge_routing = None
+        odd.edges, odd.layers = [wire("aa", node, node)], [[node], [LNode("b", layer=1)]]
+        odd.edges[0].bend_points = bends = [(1.0, 2.0)]
+        engine.route_edges(odd)  # a segment that crosses no gap is not routed
+        self.assertIs(odd.edges[0].bend_points, bends)
+        odd.edges[0].bend_points = odd.options.edge_routing = odd.layers = None
         engine.route_edges(odd)
         self.assertEqual(odd.edges[0].bend_points, [])
 
