@@ -47,7 +47,8 @@ SHORTCUTS: Final = {
     "early-end": Shortcut(
         "ending the sweeps when they come back to an order that they started from",
         "core/crossings/reduce_crossings.cpp",
-        "if (stands_still(iteration) || (iteration % 2 == 0 && repeats(iteration / 2))) break;",
+        "if (stands_still(iteration)) break;\n"
+        "      if (iteration % 2 == 0 && repeats(iteration / 2, last_round)) break;",
         "stands_still(iteration);",
     ),
     "moved-pairs": Shortcut(

@@ -44,11 +44,10 @@ class Sweeper {
     keep_best(count_up_to(INT64_MAX, {}));
     // The same as one pass after which the seed is put back.
     if (best_crossings_ == 0) return;
+    const std::int64_t last_round = (sweeps - 1) / 2;
     for (std::int64_t iteration = 0; iteration < sweeps; ++iteration) {
-      if (stands_still(iteration) ||
-          (iteration % 2 == 0 && repeats(iteration / 2, (sweeps - 1) / 2))) {
-        break;
-      }
+      if (stands_still(iteration)) break;
+      if (iteration % 2 == 0 && repeats(iteration / 2, last_round)) break;
       const Measure measure = iteration % 2 == 0 ? Measure::MEDIAN : Measure::BARYCENTRE;
       for (std::int32_t layer = 1; layer < layers_; ++layer) {
         visit(layer, {FixedLayer::UPPER, measure});
@@ -221,6 +220,7 @@ class Sweeper {
   std::span<std::int64_t> starts_;  // per layer: its stamps at the start of the last two iterations
 };
 
+// Sweeps, and gives back what that took.
 void sweep(LayerOrders& orders, std::int64_t sweeps) {
   const Arena::Frame frame(orders.graph().scratch);
   Sweeper(orders).run(sweeps);
