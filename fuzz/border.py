@@ -279,6 +279,8 @@ class Case:
                 victim[key] = rng.choice((victim[other], victim[other], self.odd()))
                 if self.chance(0.5):
                     del victim[other]
+                if self.chance(0.2):
+                    victim.clear()
         elif nodes and self.chance(0.3):
             node = rng.choice(nodes)
             node.__class__, node.action = Shifty, self.action()

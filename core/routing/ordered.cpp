@@ -82,7 +82,7 @@ class OrderedRouter {
     for (std::size_t i = 0; i < segments_.size(); ++i) {
       const SegmentEnd end = segments_[i]->*side;
       const CallerEdge& edge = graph_.caller_edges[segments_[i]->caller_edge];
-      const bool may_share = end.node()->is_dummy() && edge.has_chain && !edge.reversed;
+      const bool may_share = end.node()->is_dummy() && !edge.chain.empty() && !edge.reversed;
       ends_.push_back(
           {may_share ? edge.chain.front()->source : end, end.y(), static_cast<std::int32_t>(i)});
     }

@@ -196,6 +196,15 @@ class HandMade(unittest.TestCase):
         graph.edges[0].bend_points = [[200, 30.5]]
         self.assertIn((200.0, 30.5), engine.edge_routes(graph)["p"])
 
+    def test_dummies_of_an_empty_chain(self):
+        graph = engine.build_graph(*FORK, LayoutOptions(edge_routing="ORTHOGONAL_ORDERED"))
+        for phase in PHASES[:-1]:
+            getattr(engine, phase)(graph)
+        graph.nodes[-1].y += 300.0
+        graph.chains["r"].clear()
+        engine.route_edges(graph)
+        self.assertEqual([len(edge.bend_points) for edge in graph.edges[-2:]], [2, 2])
+
     def test_refusals_name_the_record_and_the_field(self):
         for change, function, complaint in (
                 ("g.edges[0].source.node = LNode('z', layer=-3)", engine.assign_layers,
