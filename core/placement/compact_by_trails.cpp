@@ -154,15 +154,24 @@ class Trails {
   std::vector<Push> pushes_;
 };
 
+// Whether most separations are positive but no more than the tolerance.
+bool are_mostly_swallowed(std::span<const double> separations) {
+  const auto count = std::ranges::count_if(
+      separations, [](double value) { return 0.0 < value && value <= kTolerance; });
+  return count > std::ssize(separations) / 2;
+}
+
 }  // namespace
 
 bool compact_by_trails(const BlockConstraints& constraints, std::span<double> centers,
                        Arena& scratch) {
   // Short trails are enough for nearly all graphs. Many separations of up to a hundred tolerances
-  // need longer ones, and of up to ten, ones that are no cheaper than the sweeps.
+  // need longer ones, and of up to ten, ones that are no cheaper than the sweeps. Nor are they
+  // where it takes several separations together to push at all.
   for (const std::size_t longest : {8, 32}) {
     const Arena::Frame frame(scratch);
     if (Trails(constraints, longest, centers, scratch).run()) return true;
+    if (are_mostly_swallowed(constraints.separation)) return false;
   }
   return false;
 }
