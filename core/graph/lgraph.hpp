@@ -148,7 +148,8 @@ class LGraph {
 };
 
 // Where the caller had a node, for one that has_origin_x or has_origin_y. A dummy of phase 2 lies
-// on the straight line between the ends of its edge.
+// on the straight line between the ends of its edge. REQUIRES: the chain of that edge is as phase 2
+// made it.
 double origin_x(const LGraph& graph, const LNode& node);
 double origin_y(const LGraph& graph, const LNode& node);
 
