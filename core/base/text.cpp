@@ -140,7 +140,7 @@ int compare(const Text& a, const Text& b, std::size_t equal) {
     if (a.source() == b.source()) return 0;
     const std::string_view left = a.source() ? a.source()->bytes : std::string_view();
     const std::string_view right = b.source() ? b.source()->bytes : std::string_view();
-    return left.compare(right);
+    return left.substr(equal).compare(right.substr(equal));
   }
   return Pieces(a.source_, a.form_, a.number_).compare({b.source_, b.form_, b.number_}, equal);
 }
@@ -148,8 +148,8 @@ int compare(const Text& a, const Text& b, std::size_t equal) {
 SourceOrder::SourceOrder(std::span<const TextSource*> sources) {
   std::sort(sources.begin(), sources.end(),
             [](const TextSource* a, const TextSource* b) { return a->bytes < b->bytes; });
-  std::vector<std::int32_t>
-      open;  // those whose last place is not known, each begins with the one before
+  // Those whose last place is not known yet; each begins with the one before it.
+  std::vector<std::int32_t> open;
   std::vector<std::int32_t> last(sources.size());
   const std::int32_t count = static_cast<std::int32_t>(sources.size());
   for (std::int32_t at = 0; at < count; ++at) {

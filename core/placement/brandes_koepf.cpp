@@ -32,7 +32,8 @@ AlignmentGraph::AlignmentGraph(LGraph& laid_out)
   }
 }
 
-// What stays is taken first, so that what only this function needs is given back.
+// Marks conflicts as well, since only that needs inner_source. What stays is taken first, so that
+// what only this function needs is given back.
 void AlignmentGraph::collect_links() {
   Arena& scratch = graph.scratch;
   const std::size_t most = graph.edges.size();

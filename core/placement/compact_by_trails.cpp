@@ -168,12 +168,11 @@ bool compact_by_trails(const BlockConstraints& constraints, std::span<double> ce
   // Short trails are enough for nearly all graphs. Many separations of up to a hundred tolerances
   // need longer ones, and of up to ten, ones that are no cheaper than the sweeps. Nor are they
   // where it takes several separations together to push at all.
-  for (const std::size_t longest : {8, 32}) {
+  const auto run = [&](std::size_t longest) {
     const Arena::Frame frame(scratch);
-    if (Trails(constraints, longest, centers, scratch).run()) return true;
-    if (are_mostly_swallowed(constraints.separation)) return false;
-  }
-  return false;
+    return Trails(constraints, longest, centers, scratch).run();
+  };
+  return run(8) || (!are_mostly_swallowed(constraints.separation) && run(32));
 }
 
 }  // namespace quillan::vorn_layered
